@@ -466,14 +466,17 @@ def check_derived(model, e, names, name, form, argument, where):
     if a is None:
         raise ModelError("%s: the derived member %s of %s uses %s, which it lacks"
                          % (where, name, e.name, argument))
-    kind = type_kind(model, a.type, False)
+    kind = "text" if a.type == "string" else type_kind(model, a.type, False)
     need = {"size": ("aggregate", "runtime_aggregate"),
             "size_less_one": ("aggregate", "runtime_aggregate"),
             "first_size_less_one": ("aggregate",),
-            "length": ("plain",), "subscript": ("entity",)}.get(form)
+            "length": ("text",), "subscript": ("entity",)}.get(form)
     if need and kind not in need:
-        raise ModelError("%s: %s(%s) of %s needs a %s, not a %s"
-                         % (where, form, argument, e.name, " or ".join(need), a.type))
+        raise ModelError("%s: %s(%s) of %s needs %s, not %s"
+                         % (where, form, argument, e.name, NEEDS[need[0]], a.type))
+
+
+NEEDS = {"aggregate": "an aggregate", "text": "a text", "entity": "an entity reference"}
 
 
 def check_directory(model, e, names):
@@ -547,16 +550,6 @@ def super_count(e):
     return max(1, len(e.bases)) if e.kind in ("entity", "structure") else 1
 
 
-def used_types(model):
-    used = set()
-    for e in model.entries.values():
-        used.update(a.type for a in e.attributes)
-        used.update(t for _, t in e.choices)
-        if e.kind == "aggregate":
-            used.add(aggregate_parts(e.name)[1])
-    return used
-
-
 def compiled(model):
     """Entries with a compiled class or enumeration and a descriptor: all of the
     compiled schemas, and the internal aggregates that the compiled model uses."""
@@ -580,11 +573,11 @@ def compiled(model):
                     extra.append(e)
                     used.add(aggregate_parts(e.name)[1])
                     changed = True
-    return extra
+    return [e for s in model.schemas if s.internal for e in s.entries if e in extra]
 
 
 def load_lists(model):
-    extra = [e for s in model.schemas for e in s.entries if e in compiled(model)]
+    extra = compiled(model)
     return [(s.name, s.entries + extra) for s in model.schemas if not s.internal]
 
 
