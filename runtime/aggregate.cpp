@@ -1,0 +1,375 @@
+// Element storage and the operations of untyped aggregates.
+#include <cstdio>
+#include <cstring>
+
+#include "lumo_internal.h"
+
+using namespace lumo_detail;
+
+LumoAggregate::LumoAggregate(Elements kind, unsigned capacity) : kind_(kind) {
+  if (capacity) _allocateElements(capacity);
+}
+
+// Copies share one element storage.
+LumoAggregate::LumoAggregate(const LumoAggregate& other)
+    : LumoObject(other),
+      elements_(other.elements_),
+      size_(other.size_),
+      capacity_(other.capacity_),
+      kind_(other.kind_),
+      unique_(other.unique_) {}
+
+LumoAggregate& LumoAggregate::operator=(const LumoAggregate& other) {
+  LumoObject::operator=(other);
+  elements_ = other.elements_;
+  size_ = other.size_;
+  capacity_ = other.capacity_;
+  kind_ = other.kind_;
+  unique_ = other.unique_;
+  return *this;
+}
+
+LumoAggregate::~LumoAggregate() = default;
+
+void* LumoAggregate::_address() { return this; }
+LumoTypePtr& LumoAggregate::classType() { return lumotype_LumoAggregate; }
+
+unsigned LumoAggregate::width() const {
+  switch (kind_) {
+    case Elements::pointer:
+    case Elements::text:
+    case Elements::real:
+      return 8;
+    case Elements::integer:
+    case Elements::single:
+      return 4;
+    case Elements::boolean:
+      return 1;
+  }
+  return 8;
+}
+
+unsigned LumoAggregate::recordSize() { return width(); }
+
+// Element storage lives in the section of the aggregate (or in the runtime's
+// own storage for an aggregate of no design); growing leaves the old block
+// to be released with the section.
+char LumoAggregate::_allocateElements(unsigned n) {
+  if (n <= capacity_) return 1;
+  if (n > (1u << 31) / width()) return 0;
+  LumoDesignSection* section = design_section() ? design_section() : unowned_section();
+  void* fresh = section->allocate(static_cast<std::size_t>(n) * width());
+  if (!fresh) return 0;
+  if (size_) std::memcpy(fresh, elements_, static_cast<std::size_t>(size_) * width());
+  elements_ = fresh;
+  capacity_ = n;
+  return 1;
+}
+
+char LumoAggregate::capacity(unsigned n) { return _allocateElements(n); }
+
+// New elements are zero (the null value -1 in an array of enumerators), or
+// hold fill where the elements are numbers.
+char LumoAggregate::size(unsigned n, int fill) {
+  if (n > capacity_ && !_allocateElements(n)) return 0;
+  if (fill < 0 && dynamic_cast<LumoEnumArray*>(this)) fill = -1;
+  for (unsigned i = size_; i < n; ++i) {
+    std::memset(at(i), 0, width());
+    if (fill == -1 && kind_ == Elements::integer && dynamic_cast<LumoEnumArray*>(this)) {
+      *reinterpret_cast<int*>(at(i)) = -1;
+      continue;
+    }
+    if (fill >= 0) {
+      switch (kind_) {
+        case Elements::integer:
+          *reinterpret_cast<int*>(at(i)) = fill;
+          break;
+        case Elements::real:
+          *reinterpret_cast<double*>(at(i)) = fill;
+          break;
+        case Elements::single:
+          *reinterpret_cast<float*>(at(i)) = static_cast<float>(fill);
+          break;
+        case Elements::boolean:
+          *at(i) = static_cast<char>(fill);
+          break;
+        default:
+          break;
+      }
+    }
+  }
+  size_ = n;
+  return 1;
+}
+
+bool LumoAggregate::equalAt(unsigned i, const void* value) const {
+  const char* slot = static_cast<const char*>(elements_) + i * width();
+  if (kind_ == Elements::text) {
+    const char* a = *reinterpret_cast<char* const*>(slot);
+    const char* b = *static_cast<const char* const*>(value);
+    return (!a || !b) ? a == b : std::strcmp(a, b) == 0;
+  }
+  return std::memcmp(slot, value, width()) == 0;
+}
+
+void LumoAggregate::storeAt(unsigned i, const void* value) {
+  modified();
+  if (kind_ == Elements::text) {
+    const char* text = *static_cast<const char* const*>(value);
+    LumoDesignSection* section = design_section() ? design_section() : unowned_section();
+    *reinterpret_cast<char**>(at(i)) = text ? section->copy(text) : nullptr;
+  } else {
+    std::memcpy(at(i), value, width());
+  }
+}
+
+char LumoAggregate::insertAt(unsigned i, const void* value) {
+  if (i > size_) i = size_;
+  if (size_ == capacity_ && !_allocateElements(capacity_ < 4 ? 4 : capacity_ * 2)) return 0;
+  std::memmove(at(i + 1), at(i), static_cast<std::size_t>(size_ - i) * width());
+  ++size_;
+  storeAt(i, value);
+  return 1;
+}
+
+char LumoAggregate::removeAt(unsigned i) {
+  if (i >= size_) return 0;
+  modified();
+  std::memmove(at(i), at(i + 1), static_cast<std::size_t>(size_ - i - 1) * width());
+  --size_;
+  return 1;
+}
+
+void* LumoAggregate::convertIn(void* element, LumoTypePtr& type) {
+  if (!element || lumo_is_delayed(element)) return element;
+  LumoTypePtr& slot = slotType(nullptr, 0);
+  if (&slot == &type) return element;
+  return lumo_cast(type->toObject(element), slot);
+}
+
+char LumoAggregate::_add(void* element, LumoTypePtr& type) {
+  if (kind_ != Elements::pointer) return 0;
+  void* value = convertIn(element, type);
+  if (element && !value) return 0;
+  if (unique_ && value) {
+    for (unsigned i = 0; i < size_; ++i)
+      if (equalAt(i, &value)) return 1;
+  }
+  return insertAt(size_, &value);
+}
+
+char LumoAggregate::_addIfAbsent(void* element, LumoTypePtr& type) {
+  if (_find(element, type) != ~0u) return 1;
+  return _add(element, type);
+}
+
+unsigned LumoAggregate::_find(void* element, LumoTypePtr& type) {
+  if (kind_ != Elements::pointer) return ~0u;
+  void* value = convertIn(element, type);
+  if (element && !value) return ~0u;
+  for (unsigned i = 0; i < size_; ++i)
+    if (equalAt(i, &value)) return i;
+  return ~0u;
+}
+
+unsigned LumoAggregate::_find(int value) {
+  if (kind_ != Elements::integer) return ~0u;
+  for (unsigned i = 0; i < size_; ++i)
+    if (equalAt(i, &value)) return i;
+  return ~0u;
+}
+
+char LumoAggregate::_remove(void* element, LumoTypePtr& type) {
+  unsigned i = _find(element, type);
+  return i == ~0u ? 0 : removeAt(i);
+}
+
+char LumoAggregate::_remove(int value) {
+  unsigned i = _find(value);
+  return i == ~0u ? 0 : removeAt(i);
+}
+
+unsigned LumoAggregate::find_object(LumoObject* object) {
+  if (kind_ != Elements::pointer || !object) return ~0u;
+  void* value = lumo_cast(object, slotType(nullptr, 0));
+  if (!value) return ~0u;
+  for (unsigned i = 0; i < size_; ++i)
+    if (equalAt(i, &value)) return i;
+  return ~0u;
+}
+
+char LumoAggregate::isObjectAllowed(LumoObject* object, unsigned) {
+  if (kind_ != Elements::pointer) return 0;
+  if (!object) return 1;
+  return object->isa(slotType(nullptr, 0));
+}
+
+char LumoAggregate::addObject(LumoObject* object) {
+  if (!isObjectAllowed(object, size_)) return 0;
+  if (unique_ && find_object(object) != ~0u) return 1;
+  void* value = object ? lumo_cast(object, slotType(nullptr, 0)) : nullptr;
+  return insertAt(size_, &value);
+}
+
+void LumoAggregate::emptyYourself() {
+  if (size_) modified();
+  size_ = 0;
+}
+
+LumoAttribute* LumoAggregate::getAttribute(const char* name) {
+  LumoDomain* d = domain();
+  if (!d) return nullptr;
+  ListOfLumoAttribute* own = d->typeImmediateAttributes();
+  if (!name) return own->first();
+  return own_attribute(d, name);
+}
+
+// Element i. An array grows to hold i; a list answers only what it holds.
+LumoDataPtr LumoAggregate::slotAddress(LumoAttribute*, unsigned i) {
+  if (i >= size_) {
+    if (!dynamic_cast<LumoArray*>(this) || i == ~0u || !size(i + 1, -1)) return LumoDataPtr();
+  }
+  return LumoDataPtr(at(i));
+}
+
+LumoTypePtr& LumoAggregate::slotType(LumoAttribute*, unsigned) {
+  switch (kind_) {
+    case Elements::integer:
+      return dynamic_cast<LumoEnumArray*>(this) ? lumotype_LumoEnum : lumotype_int;
+    case Elements::real:
+      return lumotype_double;
+    case Elements::single:
+      return lumotype_float;
+    case Elements::text:
+      return lumotype_LumoSTR;
+    case Elements::boolean:
+      return lumotype_LumoBoolean;
+    case Elements::pointer:
+      break;
+  }
+  return lumotype_LumoObject;
+}
+
+void LumoAggregate::display(unsigned indent, char deep) {
+  LumoDomain* d = domain();
+  std::printf("%*s%s[%u]\n", static_cast<int>(indent), "", d && d->name() ? d->name() : "?",
+              size_);
+  for (unsigned i = 0; i < size_; ++i) {
+    std::printf("%*s  [%u] ", static_cast<int>(indent), "", i);
+    switch (kind_) {
+      case Elements::integer:
+        std::printf("%d\n", *reinterpret_cast<int*>(at(i)));
+        break;
+      case Elements::real:
+        std::printf("%.15g\n", *reinterpret_cast<double*>(at(i)));
+        break;
+      case Elements::single:
+        std::printf("%.7g\n", static_cast<double>(*reinterpret_cast<float*>(at(i))));
+        break;
+      case Elements::boolean:
+        std::printf("%s\n", *at(i) ? "true" : "false");
+        break;
+      case Elements::text: {
+        char* text = *reinterpret_cast<char**>(at(i));
+        std::printf(text ? "\"%s\"\n" : "null\n", text);
+        break;
+      }
+      case Elements::pointer: {
+        void* p = *reinterpret_cast<void**>(at(i));
+        if (lumo_is_delayed(p)) {
+          std::printf("<not loaded>\n");
+        } else if (!p) {
+          std::printf("null\n");
+        } else {
+          LumoObject* o = slotType(nullptr, i)->toObject(p);
+          if (deep) {
+            std::printf("\n");
+            o->display(indent + 4, deep);
+          } else {
+            std::printf("<%s>\n", o->domain() ? o->domain()->name() : "?");
+          }
+        }
+        break;
+      }
+    }
+  }
+}
+
+char LumoAggregate::isEqual(LumoObject* other, unsigned depth, char deep) {
+  if (other == this) return 1;
+  auto* that = dynamic_cast<LumoAggregate*>(other);
+  if (!that || that->kind_ != kind_ || that->size_ != size_ || &other->classType() != &classType())
+    return 0;
+  for (unsigned i = 0; i < size_; ++i) {
+    if (equalAt(i, that->at(i))) continue;
+    if (kind_ != Elements::pointer || !deep || depth == 0) return 0;
+    void* a = *reinterpret_cast<void**>(at(i));
+    void* b = *reinterpret_cast<void**>(that->at(i));
+    if (!a || !b || lumo_is_delayed(a) || lumo_is_delayed(b)) return 0;
+    LumoType& t = *slotType(nullptr, i);
+    if (!t.toObject(a)->isEqual(t.toObject(b), depth - 1, deep)) return 0;
+  }
+  return 1;
+}
+
+void LumoAggregate::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned depth,
+                                 char deep, char seen) {
+  LumoObject::_findObjects(target, out, 0, 0, seen);
+  if (kind_ != Elements::pointer) return;
+  LumoType& t = *slotType(nullptr, 0);
+  for (unsigned i = 0; i < size_; ++i) {
+    void* p = *reinterpret_cast<void**>(at(i));
+    if (!p || lumo_is_delayed(p)) continue;
+    LumoObject* o = t.toObject(p);
+    if (o == out) continue;
+    if (deep && depth > 0)
+      o->_findObjects(target, out, depth - 1, deep, 1);
+    else if (o->isa(target) && out->find_object(o) == ~0u)
+      out->addObject(o);
+  }
+}
+
+// --- the aggregate classes ---------------------------------------------------
+
+void* LumoList::_address() { return this; }
+LumoTypePtr& LumoList::classType() { return lumotype_LumoList; }
+void* LumoArray::_address() { return this; }
+LumoTypePtr& LumoArray::classType() { return lumotype_LumoArray; }
+void* LumoPtrList::_address() { return this; }
+LumoTypePtr& LumoPtrList::classType() { return lumotype_LumoPtrList; }
+void* LumoPtrArray::_address() { return this; }
+LumoTypePtr& LumoPtrArray::classType() { return lumotype_LumoPtrArray; }
+void* LumoPtrBag::_address() { return this; }
+LumoTypePtr& LumoPtrBag::classType() { return lumotype_LumoPtrBag; }
+void* LumoPtrSet::_address() { return this; }
+LumoTypePtr& LumoPtrSet::classType() { return lumotype_LumoPtrSet; }
+void* LumoEnumArray::_address() { return this; }
+LumoTypePtr& LumoEnumArray::classType() { return lumotype_LumoEnumArray; }
+
+char LumoPtrList::_put(void* element, LumoTypePtr& type, unsigned i) {
+  if (i >= size_) return 0;
+  void* value = convertIn(element, type);
+  if (element && !value) return 0;
+  storeAt(i, &value);
+  return 1;
+}
+
+char LumoPtrList::_insert(void* element, LumoTypePtr& type, unsigned i) {
+  void* value = convertIn(element, type);
+  if (element && !value) return 0;
+  return insertAt(i, &value);
+}
+
+char LumoPtrArray::_put(void* element, LumoTypePtr& type, unsigned i) {
+  void* value = convertIn(element, type);
+  if (element && !value) return 0;
+  if (i >= size_ && (i == ~0u || !size(i + 1, -1))) return 0;
+  storeAt(i, &value);
+  return 1;
+}
+
+char LumoEnumArray::_put(int value, unsigned i) {
+  if (i >= size_ && (i == ~0u || !size(i + 1, -1))) return 0;
+  storeAt(i, &value);
+  return 1;
+}

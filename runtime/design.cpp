@@ -1,0 +1,371 @@
+// Sections and their arenas, designs, the interface LUMO, the prefix table
+// and the free functions that allocate, cast and store.
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+
+#include "lumo_internal.h"
+
+using namespace lumo_detail;
+
+namespace lumo_detail {
+
+PendingAllocation pending = {nullptr, 0, nullptr};
+
+namespace {
+bool exiting = false;
+
+std::map<std::uintptr_t, std::uintptr_t>& blocks() {
+  static auto* map = new std::map<std::uintptr_t, std::uintptr_t>();  // lives to the end
+  return *map;
+}
+}  // namespace
+
+bool shutting_down() { return exiting; }
+
+bool in_arena(const void* p) {
+  auto& map = blocks();
+  auto at = reinterpret_cast<std::uintptr_t>(p);
+  auto it = map.upper_bound(at);
+  if (it == map.begin()) return false;
+  --it;
+  return at < it->second;
+}
+
+void register_block(const void* start, std::size_t size) {
+  auto at = reinterpret_cast<std::uintptr_t>(start);
+  blocks()[at] = at + size;
+}
+
+void unregister_block(const void* start) {
+  blocks().erase(reinterpret_cast<std::uintptr_t>(start));
+}
+
+LumoDesignSection* unowned_section() { return LUMO.dictionary()->section("unowned"); }
+
+}  // namespace lumo_detail
+
+// --- sections and arenas -------------------------------------------------------
+
+struct LumoDesignSection::Block {
+  Block* next;
+  std::size_t size;
+};
+
+static constexpr std::size_t kBlockSize = 64 * 1024;
+
+LumoDesignSection::LumoDesignSection(LumoDesign* design, const char* name)
+    : design_(design), name_(name ? name : "") {}
+
+LumoDesignSection::~LumoDesignSection() {
+  while (blocks_) {
+    Block* next = blocks_->next;
+    unregister_block(blocks_);
+    std::free(blocks_);
+    blocks_ = next;
+  }
+}
+
+void* LumoDesignSection::allocate(std::size_t bytes) {
+  bytes = (bytes + 7) & ~std::size_t(7);
+  if (bytes == 0) bytes = 8;
+  if (bytes > static_cast<std::size_t>(limit_ - cursor_)) {
+    std::size_t header = (sizeof(Block) + 15) & ~std::size_t(15);
+    // Large requests get a block of their own; the current block stays open.
+    bool own = bytes > kBlockSize / 4;
+    std::size_t size = header + (own ? bytes : kBlockSize);
+    auto* block = static_cast<Block*>(std::calloc(1, size));
+    if (!block) return nullptr;
+    block->size = size;
+    register_block(block, size);
+    reserved_ += size;
+    if (own) {
+      // Keep it behind the current block so that the cursor stays where it is.
+      if (blocks_) {
+        block->next = blocks_->next;
+        blocks_->next = block;
+      } else {
+        block->next = nullptr;
+        blocks_ = block;
+      }
+      return reinterpret_cast<char*>(block) + header;
+    }
+    block->next = blocks_;
+    blocks_ = block;
+    cursor_ = reinterpret_cast<char*>(block) + header;
+    limit_ = reinterpret_cast<char*>(block) + size;
+  }
+  void* result = cursor_;
+  cursor_ += bytes;
+  return result;
+}
+
+char* LumoDesignSection::copy(const char* text) {
+  if (!text) return nullptr;
+  std::size_t n = std::strlen(text) + 1;
+  auto* out = static_cast<char*>(allocate(n));
+  if (out) std::memcpy(out, text, n);
+  return out;
+}
+
+// --- designs -------------------------------------------------------------------
+
+LumoDesign::LumoDesign(const char* name) : name_(name ? name : "") {
+  sections_.push_back(new LumoDesignSection(this, "default"));
+}
+
+// Releases every object of the design at once, with no destructor run: the
+// objects own nothing outside the design's sections. A compiled class that
+// had its domain here forgets it.
+LumoDesign::~LumoDesign() {
+  if (!shutting_down()) {
+    for (LumoDesignSection* s : sections_)
+      for (LumoObject* o : s->objects())
+        if (&o->classType() == &lumotype_LumoDomain) {
+          auto* d = static_cast<LumoDomain*>(o);
+          if (d->type() && d->type()->domain == d) d->type()->domain = nullptr;
+        }
+    LUMO.forget(this);
+  }
+  for (LumoDesignSection* s : sections_) {
+    s->objects_.clear();
+    delete s;
+  }
+}
+
+LumoTypePtr& LumoDesign::classType() { return lumotype_LumoDesign; }
+
+LumoDesignSection* LumoDesign::section(const char* name) {
+  for (LumoDesignSection* s : sections_)
+    if (std::strcmp(s->name(), name ? name : "") == 0) return s;
+  sections_.push_back(new LumoDesignSection(this, name));
+  return sections_.back();
+}
+
+LumoObject* LumoDesign::pnewInstance(LumoDomain* domain, unsigned capacity) {
+  if (!domain || domain->isAbstract()) return nullptr;
+  LumoType* type = type_of(domain);
+  if (type) {
+    if (type->kind != LumoKind::object || !type->creator) return nullptr;
+    return type->creator(defaultSection(), domain, capacity);
+  }
+  return LumoGenericStructure::make(defaultSection(), domain);
+}
+
+void LumoDesign::addName(const char* name, LumoObject* object) {
+  if (name) names_[name] = object;
+}
+
+LumoObject* LumoDesign::findName(const char* name) const {
+  if (!name) return nullptr;
+  auto it = names_.find(name);
+  return it == names_.end() ? nullptr : it->second;
+}
+
+std::size_t LumoDesign::objectCount() const {
+  std::size_t n = 0;
+  for (LumoDesignSection* s : sections_) n += s->objects().size();
+  return n;
+}
+
+void LumoDesign::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned, char, char) {
+  for (LumoDesignSection* s : sections_)
+    for (LumoObject* o : s->objects())
+      if (o != out && o->isa(target)) out->addObject(o);
+}
+
+// Matches each domain of the design to the compiled class of the same name:
+// the class takes the domain if it has none yet, and the attributes learn
+// their fields from the binding. Then the marker lists take effect.
+void LumoDesign::activate() {
+  for (LumoDesignSection* s : sections_) {
+    for (LumoObject* o : s->objects()) {
+      if (&o->classType() != &lumotype_LumoDomain) continue;
+      auto* d = static_cast<LumoDomain*>(o);
+      ListOfLumoAttribute* own = d->listOfAttribute;
+      LumoType* type = d->name() ? LumoType::find(d->name()) : nullptr;
+      if (type) {
+        d->setType(type);
+        type->bind();
+        if (!type->domain) type->domain = d;
+      }
+      for (unsigned i = 0, n = own ? own->size() : 0; i < n; ++i) {
+        LumoAttribute* a = (*own)[i];
+        if (!a) continue;
+        a->setOwner(d);
+        a->setPosition(static_cast<int>(i));
+        if (!type || !a->name) continue;
+        for (const LumoType::Variable& v : type->variables())
+          if (std::strcmp(v.name, a->name) == 0) a->setOffset(v.offset);
+      }
+    }
+  }
+  if (auto* abstract = dynamic_cast<ListOfLumoDomain*>(findName("_____LUMO_ABSTRACT"))) {
+    for (unsigned i = 0, n = abstract->size(); i < n; ++i) {
+      LumoDomain* d = (*abstract)[i];
+      if (!d) continue;
+      d->setAbstract(true);
+      if (d->type() && d->type()->domain) d->type()->domain->setAbstract(true);
+    }
+  }
+  if (auto* optional = dynamic_cast<ListOfLumoAttribute*>(findName("_____LUMO_OPTIONALS"))) {
+    for (unsigned i = 0, n = optional->size(); i < n; ++i)
+      if (LumoAttribute* a = (*optional)[i]) a->setOptional(true);
+  }
+  active_ = true;
+}
+
+// --- the prefix table ------------------------------------------------------------
+
+LumoOIDPrefix* LumoDesignIndex::findPrefix(LumoOIDPrefix* prefix) {
+  if (!prefix) return nullptr;
+  for (LumoOIDPrefix* p : prefixes_)
+    if (std::memcmp(p->words, prefix->words, 4 * sizeof(unsigned)) == 0) return p;
+  return nullptr;
+}
+
+LumoOIDPrefix* LumoDesignIndex::addPrefix(LumoOIDPrefix* prefix) {
+  if (!prefix || prefixes_.size() >= 0xFFFF) return nullptr;
+  auto* stored = new LumoOIDPrefix(*prefix);
+  stored->words[4] = static_cast<unsigned>(prefixes_.size() + 1) << 16;
+  prefixes_.push_back(stored);
+  return stored;
+}
+
+LumoDesignIndex::~LumoDesignIndex() {
+  for (LumoOIDPrefix* p : prefixes_) delete p;
+}
+
+// --- LUMO ------------------------------------------------------------------------
+
+LumoInterface LUMO;
+
+LumoInterface::LumoInterface() = default;
+
+LumoInterface::~LumoInterface() {
+  exiting = true;
+  std::vector<LumoDesign*> all;
+  all.swap(designs_);
+  for (LumoDesign* d : all) delete d;
+}
+
+LumoDesign* LumoInterface::useDesign(LumoDesign* design) {
+  LumoDesign* before = current_;
+  current_ = design;
+  return before;
+}
+
+LumoDesign* LumoInterface::newDesign(const char* name, LumoDesign*) {
+  auto* design = new LumoDesign(name);
+  designs_.push_back(design);
+  return design;
+}
+
+LumoDesign* LumoInterface::findDesign(const char* name) const {
+  if (!name) return nullptr;
+  for (LumoDesign* d : designs_)
+    if (std::strcmp(d->name(), name) == 0) return d;
+  return nullptr;
+}
+
+LumoDesign* LumoInterface::dictionary() {
+  if (!dictionary_) dictionary_ = newDesign("lumo_dictionary");
+  return dictionary_;
+}
+
+void LumoInterface::forget(LumoDesign* design) {
+  if (current_ == design) current_ = nullptr;
+  if (dictionary_ == design) dictionary_ = nullptr;
+  for (auto it = designs_.begin(); it != designs_.end(); ++it) {
+    if (*it == design) {
+      designs_.erase(it);
+      break;
+    }
+  }
+}
+
+void LumoInterface::message(const char* format, ...) {
+  if (quiet_) return;
+  char line[1024];
+  va_list args;
+  va_start(args, format);
+  std::vsnprintf(line, sizeof line, format, args);
+  va_end(args);
+  if (message_sink_)
+    message_sink_(line, message_user_);
+  else
+    std::fprintf(stderr, "%s\n", line);
+}
+
+// --- free functions ----------------------------------------------------------------
+
+void* lumo_new(std::size_t size, LumoDesignSection* section, LumoDomain*, LumoTypePtr&) {
+  if (!section) return nullptr;
+  void* place = section->allocate(size);
+  if (place) pending = {static_cast<char*>(place), size, section};
+  return place;
+}
+
+void* lumo_new_in_default_section(std::size_t size, LumoDesign* design, LumoDomain* domain,
+                                  LumoTypePtr& type) {
+  return design ? lumo_new(size, design->defaultSection(), domain, type) : nullptr;
+}
+
+void lumo_delete(void* p) {
+  if (p && !in_arena(p)) ::operator delete(p);
+}
+
+void* lumo_cast(LumoObject* object, LumoTypePtr& type) {
+  if (!object) return nullptr;
+  if (!object->isa(type)) return nullptr;
+  long offset = object->classType()->offsetOf(&*type);
+  // A generic object is only ever seen as one of the runtime's root classes.
+  if (offset < 0) return object;
+  return static_cast<char*>(object->_address()) + offset;
+}
+
+void* lumo_access_object(LumoObject* owner, void* field) {
+  if (!field) return nullptr;
+  void** slot = static_cast<void**>(field);
+  if (!lumo_is_delayed(*slot)) return *slot;
+  void* loaded = LUMO.load(owner, slot);
+  if (loaded) *slot = loaded;
+  return loaded;
+}
+
+void lumo_update_prim(LumoObject* owner, char* field, char value) {
+  if (owner) owner->modified();
+  *field = value;
+}
+
+void lumo_update_prim(LumoObject* owner, int* field, int value) {
+  if (owner) owner->modified();
+  *field = value;
+}
+
+void lumo_update_prim(LumoObject* owner, double* field, double value) {
+  if (owner) owner->modified();
+  *field = value;
+}
+
+void lumo_update_prim(LumoObject* owner, char** field, const char* value) {
+  if (owner) owner->modified();
+  LumoDesignSection* section =
+      owner && owner->design_section() ? owner->design_section() : unowned_section();
+  *field = value ? section->copy(value) : nullptr;
+}
+
+const char* lumo_build_aggname(const char* schema_name, const char* class_name) {
+  static auto* names = new std::set<std::string>();  // lives to the end
+  (void)class_name;
+  if (!schema_name) return nullptr;
+  return names->insert(schema_name).first->c_str();
+}
+
+FILE* lumo_fopen(const char* name, const char* mode) {
+  if (!name || !mode) return nullptr;
+  return std::fopen(name, mode);
+}

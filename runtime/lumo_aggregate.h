@@ -1,0 +1,296 @@
+// Aggregates: untyped lists, arrays, bags and sets over one element storage,
+// and the ready-made typed aggregates of plain values and runtime objects.
+#pragma once
+
+#include <type_traits>
+
+#include "lumo_object.h"
+
+class LumoAggregate : public LumoObject {
+ public:
+  // How the element storage is to be read.
+  enum class Elements : unsigned char { pointer, integer, real, single, text, boolean };
+
+  LumoAggregate(Elements kind, unsigned capacity);
+  LumoAggregate(const LumoAggregate& other);
+  LumoAggregate& operator=(const LumoAggregate& other);
+  ~LumoAggregate() override;
+
+  void* _address() override;
+  LumoTypePtr& classType() override;
+  using LumoObject::getAttribute;
+  // The one attribute of an aggregate is its element, named after its type.
+  LumoAttribute* getAttribute(const char* name) override;
+  char size(unsigned n, int fill) override;
+  unsigned size() override { return size_; }
+  char capacity(unsigned n) override;
+  unsigned capacity() override { return capacity_; }
+  unsigned recordSize() override;
+  unsigned recordCount() override { return size_; }
+  void display(unsigned indent = 0, char deep = 0) override;
+  char isEqual(LumoObject* other, unsigned depth = 0, char deep = 0) override;
+  void _findObjects(LumoDomain* domain, LumoAggregate* out, unsigned depth, char deep,
+                    char seen) override;
+  LumoDataPtr data() override { return LumoDataPtr(elements_); }
+  LumoDataPtr slotAddress(LumoAttribute* attribute, unsigned i) override;
+  LumoTypePtr& slotType(LumoAttribute* attribute, unsigned i) override;
+
+  virtual char isObjectAllowed(LumoObject* object, unsigned i);
+  virtual char addObject(LumoObject* object);
+  virtual void emptyYourself();
+
+  // Untyped element operations. For pointer storage the element is of the
+  // class that type describes, and is converted to the element type.
+  char _add(void* element, LumoTypePtr& type);
+  char _addIfAbsent(void* element, LumoTypePtr& type);
+  unsigned _find(void* element, LumoTypePtr& type);
+  unsigned _find(int value);
+  char _remove(void* element, LumoTypePtr& type);
+  char _remove(int value);
+
+  Elements elementKind() const { return kind_; }
+  // Position of the element that is object (converted to the element class).
+  unsigned find_object(LumoObject* object);
+
+ protected:
+  virtual char _allocateElements(unsigned n);
+  // Element i as the bytes of one value; for text a char*.
+  char* at(unsigned i) { return static_cast<char*>(elements_) + i * width(); }
+  unsigned width() const;
+  bool equalAt(unsigned i, const void* value) const;
+  void storeAt(unsigned i, const void* value);  // text values are copied
+  char insertAt(unsigned i, const void* value);
+  char removeAt(unsigned i);
+  bool unique() const { return unique_; }
+  // Converts an element pointer of type to the element class of this list.
+  void* convertIn(void* element, LumoTypePtr& type);
+
+  void* elements_ = nullptr;
+  unsigned size_ = 0;
+  unsigned capacity_ = 0;
+  Elements kind_;
+  bool unique_ = false;  // a set: adding an element already present is a no-op
+  bool owns_heap_ = false;
+};
+
+class LumoList : public LumoAggregate {
+ public:
+  using LumoAggregate::LumoAggregate;
+  void* _address() override;
+  LumoTypePtr& classType() override;
+};
+
+class LumoArray : public LumoAggregate {
+ public:
+  using LumoAggregate::LumoAggregate;
+  void* _address() override;
+  LumoTypePtr& classType() override;
+};
+
+// Lists of references. Slots may hold the delayed word until loaded.
+class LumoPtrList : public LumoList {
+ public:
+  explicit LumoPtrList(unsigned capacity = 0) : LumoList(Elements::pointer, capacity) {}
+  void* _address() override;
+  LumoTypePtr& classType() override;
+  char _put(void* element, LumoTypePtr& type, unsigned i);     // replace element i
+  char _insert(void* element, LumoTypePtr& type, unsigned i);  // insert before i
+};
+
+class LumoPtrArray : public LumoArray {
+ public:
+  explicit LumoPtrArray(unsigned capacity = 0) : LumoArray(Elements::pointer, capacity) {}
+  void* _address() override;
+  LumoTypePtr& classType() override;
+  char _put(void* element, LumoTypePtr& type, unsigned i);  // store at i, growing
+};
+
+class LumoPtrBag : public LumoList {
+ public:
+  explicit LumoPtrBag(unsigned capacity = 0) : LumoList(Elements::pointer, capacity) {}
+  void* _address() override;
+  LumoTypePtr& classType() override;
+};
+
+class LumoPtrSet : public LumoList {
+ public:
+  explicit LumoPtrSet(unsigned capacity = 0) : LumoList(Elements::pointer, capacity) {
+    unique_ = true;
+  }
+  void* _address() override;
+  LumoTypePtr& classType() override;
+};
+
+// An array of enumerator positions; -1 is the null value.
+class LumoEnumArray : public LumoArray {
+ public:
+  explicit LumoEnumArray(unsigned capacity = 0) : LumoArray(Elements::integer, capacity) {}
+  void* _address() override;
+  LumoTypePtr& classType() override;
+  char _put(int value, unsigned i);  // store at i, growing
+};
+
+// Ready-made typed aggregates. Kind is List, Array, Set or Bag; T the value.
+enum class LumoAggKind { list, array, set, bag };
+
+template <class T>
+struct LumoElementTraits;
+
+template <class T, LumoAggKind K, LumoTypePtr& Self, LumoTypePtr& Elem>
+class LumoTypedAggregate
+    : public std::conditional_t<K == LumoAggKind::array, LumoArray, LumoList> {
+  using Base = std::conditional_t<K == LumoAggKind::array, LumoArray, LumoList>;
+  // Text goes in as const char* and is copied into the design.
+  using In = std::conditional_t<std::is_same_v<T, char*>, const char*, T>;
+
+ public:
+  explicit LumoTypedAggregate(unsigned capacity = 0)
+      : Base(LumoElementTraits<T>::kind, capacity) {
+    this->unique_ = (K == LumoAggKind::set);
+  }
+  void* _address() override { return this; }
+  LumoTypePtr& classType() override { return Self; }
+  LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
+
+  // Appends (for a set: unless present); chains.
+  LumoTypedAggregate& add(In value) {
+    if (!this->unique_ || find(value) == ~0u) this->insertAt(this->size_, &value);
+    return *this;
+  }
+  LumoTypedAggregate& addIfAbsent(In value) {
+    if (find(value) == ~0u) this->insertAt(this->size_, &value);
+    return *this;
+  }
+  // Stores at i; an array grows to hold i, a list replaces an existing element.
+  LumoTypedAggregate& put(In value, unsigned i) {
+    if (i < this->size_) {
+      this->storeAt(i, &value);
+    } else if (K == LumoAggKind::array && this->size(i + 1, -1)) {
+      this->storeAt(i, &value);
+    }
+    return *this;
+  }
+  unsigned find(In value) {
+    for (unsigned i = 0; i < this->size_; ++i)
+      if (this->equalAt(i, &value)) return i;
+    return ~0u;
+  }
+  char contains(In value) { return find(value) != ~0u; }
+  void removeValue(In value) {
+    unsigned i = find(value);
+    if (i != ~0u) this->removeAt(i);
+  }
+  // Checked: past the end answers the null value of T.
+  T operator[](unsigned i) { return i < this->size_ ? _element(i) : T{}; }
+  T get(unsigned i) { return (*this)[i]; }
+  T _element(unsigned i) { return reinterpret_cast<T*>(this->elements_)[i]; }
+  T first() { return this->size_ ? _element(0) : T{}; }
+  T last() { return this->size_ ? _element(this->size_ - 1) : T{}; }
+  T* _data() { return reinterpret_cast<T*>(this->elements_); }
+};
+
+template <>
+struct LumoElementTraits<int> {
+  static constexpr LumoAggregate::Elements kind = LumoAggregate::Elements::integer;
+};
+template <>
+struct LumoElementTraits<double> {
+  static constexpr LumoAggregate::Elements kind = LumoAggregate::Elements::real;
+};
+template <>
+struct LumoElementTraits<float> {
+  static constexpr LumoAggregate::Elements kind = LumoAggregate::Elements::single;
+};
+template <>
+struct LumoElementTraits<char*> {
+  static constexpr LumoAggregate::Elements kind = LumoAggregate::Elements::text;
+};
+template <>
+struct LumoElementTraits<const char*> {
+  static constexpr LumoAggregate::Elements kind = LumoAggregate::Elements::text;
+};
+template <>
+struct LumoElementTraits<char> {
+  static constexpr LumoAggregate::Elements kind = LumoAggregate::Elements::boolean;
+};
+
+// Aggregates of runtime objects: the element is a LumoObject pointer and reads
+// follow the delayed-reference rule.
+template <class X, LumoAggKind K, LumoTypePtr& Self, LumoTypePtr& Elem>
+class LumoObjectAggregate : public std::conditional_t<
+                                K == LumoAggKind::array, LumoPtrArray,
+                                std::conditional_t<K == LumoAggKind::set, LumoPtrSet,
+                                                   std::conditional_t<K == LumoAggKind::bag,
+                                                                      LumoPtrBag, LumoPtrList>>> {
+  using Base = std::conditional_t<
+      K == LumoAggKind::array, LumoPtrArray,
+      std::conditional_t<K == LumoAggKind::set, LumoPtrSet,
+                         std::conditional_t<K == LumoAggKind::bag, LumoPtrBag, LumoPtrList>>>;
+
+ public:
+  explicit LumoObjectAggregate(unsigned capacity = 0) : Base(capacity) {}
+  void* _address() override { return this; }
+  LumoTypePtr& classType() override { return Self; }
+  LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
+
+  LumoObjectAggregate& add(X* value) {
+    this->_add(value, Elem);
+    return *this;
+  }
+  LumoObjectAggregate& addIfAbsent(X* value) {
+    this->_addIfAbsent(value, Elem);
+    return *this;
+  }
+  LumoObjectAggregate& put(X* value, unsigned i) {
+    if constexpr (K == LumoAggKind::array) {
+      this->_put(value, Elem, i);
+    } else if (i < this->size_) {
+      this->storeAt(i, &value);
+    }
+    return *this;
+  }
+  // Inserts before i (at the end past it); not for arrays, which have fixed places.
+  LumoObjectAggregate& insert(X* value, unsigned i) {
+    static_assert(K != LumoAggKind::array);
+    this->insertAt(i, &value);
+    return *this;
+  }
+  unsigned find(X* value) { return this->_find(value, Elem); }
+  char contains(X* value) { return find(value) != ~0u; }
+  void removeValue(X* value) { this->_remove(value, Elem); }
+  X* operator[](unsigned i) { return i < this->size() ? _element(i) : nullptr; }
+  X* get(unsigned i) { return (*this)[i]; }
+  X* _element(unsigned i) {
+    void** slot = reinterpret_cast<void**>(this->data().v) + i;
+    if (lumo_is_delayed(*slot) && !this->_resolveExternal(slot, this->getAttribute(nullptr), i))
+      return nullptr;
+    return static_cast<X*>(*slot);
+  }
+  X* first() { return this->size() ? _element(0) : nullptr; }
+  X* last() { return this->size() ? _element(this->size() - 1) : nullptr; }
+  X** _data() { return reinterpret_cast<X**>(this->data().v); }
+};
+
+// One named class per aggregate, so that applications can forward-declare it.
+#define LUMO_AGGREGATE_CLASS(Name, Template, T, KIND, Elem)          \
+  class Name : public Template<T, KIND, lumotype_##Name, Elem> {     \
+   public:                                                           \
+    using Template<T, KIND, lumotype_##Name, Elem>::Template;        \
+  };
+#define LUMO_AGGREGATE_FAMILY(K, KIND)                                                          \
+  LUMO_AGGREGATE_CLASS(K##Integer, LumoTypedAggregate, int, KIND, lumotype_int)               \
+  LUMO_AGGREGATE_CLASS(K##Double, LumoTypedAggregate, double, KIND, lumotype_double)          \
+  LUMO_AGGREGATE_CLASS(K##Float, LumoTypedAggregate, float, KIND, lumotype_float)             \
+  LUMO_AGGREGATE_CLASS(K##String, LumoTypedAggregate, char*, KIND, lumotype_LumoSTR)          \
+  LUMO_AGGREGATE_CLASS(K##Boolean, LumoTypedAggregate, char, KIND, lumotype_LumoBoolean)      \
+  LUMO_AGGREGATE_CLASS(K##LumoObject, LumoObjectAggregate, LumoObject, KIND, lumotype_LumoObject)
+LUMO_AGGREGATE_FAMILY(ListOf, LumoAggKind::list)
+LUMO_AGGREGATE_FAMILY(ArrayOf, LumoAggKind::array)
+LUMO_AGGREGATE_FAMILY(SetOf, LumoAggKind::set)
+LUMO_AGGREGATE_FAMILY(BagOf, LumoAggKind::bag)
+LUMO_AGGREGATE_CLASS(ListOfLumoAttribute, LumoObjectAggregate, LumoAttribute, LumoAggKind::list,
+                     lumotype_LumoAttribute)
+LUMO_AGGREGATE_CLASS(ListOfLumoDomain, LumoObjectAggregate, LumoDomain, LumoAggKind::list,
+                     lumotype_LumoDomain)
+#undef LUMO_AGGREGATE_FAMILY
+#undef LUMO_AGGREGATE_CLASS

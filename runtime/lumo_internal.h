@@ -1,0 +1,36 @@
+// Pieces shared by the runtime's sources and not part of its public face.
+#pragma once
+
+#include "lumo.h"
+
+namespace lumo_detail {
+
+// What the next object constructed in fresh storage is to learn.
+struct PendingAllocation {
+  char* start;
+  std::size_t size;
+  LumoDesignSection* section;
+};
+extern PendingAllocation pending;
+
+// True if p lies in storage of some design's section.
+bool in_arena(const void* p);
+void register_block(const void* start, std::size_t size);
+void unregister_block(const void* start);
+
+// The storage for text and elements of objects that belong to no design.
+LumoDesignSection* unowned_section();
+
+// What the values of a domain are.
+LumoKind kind_of(LumoDomain* domain);
+// The compiled class behind a domain, binding it by name if need be.
+LumoType* type_of(LumoDomain* domain);
+// A reference as it is stored in a slot of that domain, and back.
+void* to_slot(LumoObject* value, LumoDomain* domain);
+LumoObject* from_slot(void* slot_value, LumoDomain* domain);
+// The attribute of domain's own attributes called name.
+LumoAttribute* own_attribute(LumoDomain* domain, const char* name);
+
+bool shutting_down();
+
+}  // namespace lumo_detail
