@@ -262,3 +262,68 @@ TEST_F(Delayed, ReferenceReadsByPositionFollowTheSameRule) {
 }
 
 }  // namespace
+
+namespace {
+
+using Generic = Scratch;
+
+TEST_F(Generic, EqualityComparesAttributeByAttribute) {
+  auto* a = new (design) t_diamond();
+  auto* b = new (design) t_diamond();
+  auto* target = new (design) t_left();
+  auto* twin = new (design) t_left();
+  EXPECT_TRUE(a->isEqual(b));
+  lumo_update_prim(a, &a->label, "same");
+  lumo_update_prim(b, &b->label, "same");
+  EXPECT_TRUE(a->isEqual(b));  // text by content
+  a->x = 1;
+  EXPECT_FALSE(a->isEqual(b));
+  b->x = 1;
+  a->set_ref(target);
+  b->set_ref(twin);
+  EXPECT_FALSE(a->isEqual(b, 0, 0));  // references by identity
+  EXPECT_TRUE(a->isEqual(b, 1, 1));   // or, deep, by what they hold
+  EXPECT_FALSE(a->isEqual(new (design) t_left()));
+  EXPECT_FALSE(a->isEqual(nullptr));
+
+  auto* l1 = new (design) ListOfInteger(0);
+  auto* l2 = new (design) ListOfInteger(0);
+  l1->add(1);
+  EXPECT_FALSE(l1->isEqual(l2));
+  l2->add(1);
+  EXPECT_TRUE(l1->isEqual(l2));
+}
+
+TEST_F(Generic, FindObjectsOnAStructureFollowsReferencesToTheGivenDepth) {
+  auto* a = new (design) t_root();
+  auto* b = new (design) t_left();
+  auto* c = new (design) t_right();
+  a->set_ref(b);
+  b->set_ref(c);
+  c->set_ref(a);  // a cycle ends at the depth limit
+  auto* found = new (design) ListOft_root(0);
+  a->findObjects(found, 0, 1);
+  EXPECT_EQ(found->size(), 1u);
+  found->emptyYourself();
+  a->findObjects(found, 1, 1);
+  EXPECT_EQ(found->size(), 2u);
+  found->emptyYourself();
+  a->findObjects(found, 5, 1);
+  ASSERT_EQ(found->size(), 3u);
+  EXPECT_EQ((*found)[2], static_cast<t_root*>(c));
+}
+
+TEST_F(Generic, DisplayPrintsTheDomainAndEveryAttribute) {
+  auto* a = new (design) t_diamond();
+  lumo_update_prim(a, &a->label, "shown");
+  a->z = 42;
+  ::testing::internal::CaptureStdout();
+  a->display(0, 0);
+  std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(out.rfind("t_diamond\n", 0), 0u);
+  EXPECT_NE(out.find("  label: \"shown\"\n"), std::string::npos);
+  EXPECT_NE(out.find("  z: 42\n"), std::string::npos);
+  EXPECT_NE(out.find("  ref: null\n"), std::string::npos);
+}
+
+}  // namespace
