@@ -4,5 +4,12 @@
 
 #include "lumo.h"
 
+#include "iges_types_schema.h"
+#include "iges_curve_and_surface_geometry_schema.h"
+#include "iges_annotation_schema.h"
+#include "iges_boundary_representation_schema.h"
+#include "iges_constructive_solid_geometry_schema.h"
+#include "iges_structure_schema.h"
+
 // The version of the library that the program runs with, e.g. "0.1.0".
 const char* igeslib_version();
