@@ -1,0 +1,32 @@
+// Construction of the filer's state record and its fatal path.
+#include <cstring>
+
+#include "igeslib_io.h"
+
+namespace {
+
+// Thrown by abort_read, caught only by igeslib_catch_abort: it unwinds every frame between a
+// fatal read error and the read driver, so that nothing on the way leaks.
+struct IgeslibReadAbort {
+  int code;
+};
+
+}  // namespace
+
+IgeslibIO::IgeslibIO() {
+  std::memset(line, ' ', sizeof line - 1);
+  line[sizeof line - 1] = '\0';
+}
+
+IgeslibIO::~IgeslibIO() = default;
+
+void IgeslibIO::abort_read() { throw IgeslibReadAbort{-100}; }
+
+bool igeslib_catch_abort(void (*body)(void* context), void* context) {
+  try {
+    body(context);
+    return true;
+  } catch (const IgeslibReadAbort&) {
+    return false;
+  }
+}

@@ -1,0 +1,98 @@
+// IgeslibIO: the working record of one read or write of an IGES file. It holds the stream,
+// the current 80-column record and the position in it, the delimiters in force, the section
+// counters and the one reusable buffer behind string tokens. It lives on the stack of one
+// run; entity code reaches it through the root object of the current design.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <type_traits>
+
+#include "igeslib_registry.h"
+#include "lumo.h"
+
+class igs_iges_file;
+class igs_global;
+
+// Outcome of the last token read.
+constexpr int PARAM_VALUE = 1;          // a value was read
+constexpr int PARAM_DEFAULTED = 2;      // an empty parameter; its delimiter was consumed
+constexpr int PARAM_END_OF_RECORD = 3;  // the record delimiter (not consumed), or a poisoned entity
+
+struct IgeslibIO {
+  IgeslibIO();
+  ~IgeslibIO();
+  IgeslibIO(const IgeslibIO&) = delete;
+  IgeslibIO& operator=(const IgeslibIO&) = delete;
+
+  FILE* fp = nullptr;
+  fpos_t section_position{};  // of the record just read, or of the D section when writing
+  IgeslibEntityTable entity_table;
+  LumoStringObject string_value;
+  int line_terminator_seen = 0;  // a CR or LF has been met in this file
+  int line_number = 0;           // records read so far
+  int param_state = PARAM_VALUE;
+  int sequence_number = 0;
+  int back_pointer = 0;  // DE pointer of the current P record
+  int end_column = 0;    // last 0-based column of free-form data
+  int column = 0;        // current 0-based column in line
+  int line_length = 0;
+  char line[90];  // the record, NUL-terminated; blank beyond its end
+  char f_rec_section = '\0';
+  char param_delimiter = ',';
+  char record_delimiter = ';';
+  char record_failed = 0;    // a token error has poisoned the current entity
+  char zero_as_default = 1;  // writing: zero values go out as empty parameters
+  int start_count = 0;
+  int global_count = 0;
+  int directory_count = 0;
+  int parameter_count = 0;
+  // The return point of fatal read errors is the handler of igeslib_catch_abort, set up by
+  // the read driver; no jump buffer is kept here.
+
+  // --- records ---
+  // Brings the next record into line and finds its section letter, sequence number and (for
+  // P records) DE pointer from the right. Ends the run through abort_read when the record
+  // can't be understood or the file ends.
+  void read_record();
+  // The filer's one error output: the message, the record and a caret under column (the
+  // member column when negative).
+  void report_error(const char* message, int column);
+  // Ends the current read at once; the read driver's igeslib_catch_abort answers false.
+  [[noreturn]] void abort_read();
+  // Adds the text of each S record (72 columns) to list. Null when there was no S record.
+  IgeslibIO* read_start_section(ListOfString* list);
+  // Compares the counts of the T record with the records read; reports only.
+  void parse_terminate_section();
+
+  // --- parameter tokens ---
+  // Guards called by entity code: the zero of the type, reading nothing, once the record is
+  // finished or poisoned; the zero too for a defaulted parameter.
+  int read_int();
+  double read_real();
+  char read_logical();
+  // The result points into string_value and is overwritten by the next string token.
+  const char* read_string(bool delimiter_follows_itself = false);
+
+  // Scanners: one token and the parameter delimiter behind it; the outcome in param_state.
+  int scan_int();
+  double scan_real();
+  char scan_logical();
+  const char* scan_string(bool delimiter_follows_itself);
+
+  // Moves to the next record that has free-form data left, skipping leading blanks.
+  void next_data();
+  // Reports a token error at the current column and poisons the entity's parameters.
+  void token_error(const char* message);
+};
+
+// Runs body(context) and answers true, or false when a fatal read error ended it. The read
+// driver runs its phases under this; nothing else catches a fatal read error.
+bool igeslib_catch_abort(void (*body)(void* context), void* context);
+
+template <class F>
+bool igeslib_catch_abort(F&& body) {
+  using Body = std::remove_reference_t<F>;
+  return igeslib_catch_abort([](void* context) { (*static_cast<Body*>(context))(); },
+                             const_cast<void*>(static_cast<const void*>(std::addressof(body))));
+}

@@ -1,0 +1,244 @@
+// The record reader: the one place that reads the input stream. It brings one physical
+// record into the line buffer, finds the section letter, sequence number and DE pointer by
+// scanning from the right, and reports what is wrong with the record. Also the filer's error
+// report, the Start section and the Terminate record.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "igeslib_io.h"
+
+namespace {
+
+#if defined(__unix__) || defined(__APPLE__)
+inline int next_char(FILE* fp) { return getc_unlocked(fp); }
+#else
+inline int next_char(FILE* fp) { return std::getc(fp); }
+#endif
+
+// Plain ASCII classes; a byte above 127 is neither.
+inline bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// A card image is 80 columns; until a line end has been met, that is what ends a record.
+constexpr int kCardLength = 80;
+// Past this many characters a record is cut, whatever its line end.
+constexpr int kHardStop = 83;
+
+}  // namespace
+
+void IgeslibIO::read_record() {
+  if (line_number != 0 && line_number % 1000 == 0) LUMO.message("Reading line %d", line_number);
+  ++line_number;
+  line_length = 0;
+
+  bool at_end = false;
+  for (;;) {
+    int c = next_char(fp);
+    if (c == EOF) {
+      at_end = true;
+      break;
+    }
+    if (c == '\r' || c == '\n') {
+      line_terminator_seen = 1;
+      if (line_length != 0) break;
+      continue;  // blank lines and the LF of a CR LF pair vanish
+    }
+    if (c == '\0') {
+      LumoErrorReporter* reporter = LUMO.error_reporter();
+      reporter->stack.append(nullptr);
+      lumo_io_ec()->format("Warning at line #: %d, column #: %d\n", line_number, line_length + 1);
+      lumo_io_ec()->format("\tASCII NULL (0x00) character found, treated as space\n");
+      reporter->stack.pop();
+      c = ' ';
+    }
+    line[line_length++] = static_cast<char>(c);
+    if ((line_terminator_seen == 0 && line_length >= kCardLength) || line_length >= kHardStop)
+      break;
+  }
+  // Blanks beyond the record, so that a data field reaching past a short record reads blanks
+  // and never the rest of an earlier one.
+  std::memset(line + line_length, ' ', sizeof line - 1 - line_length);
+  line[line_length] = '\0';
+  column = 0;
+
+  if (at_end) {
+    report_error("Error while reading IGES file, or premature EOF", -1);
+    abort_read();
+  }
+  if (line_length < kCardLength) report_error("Short record length in IGES file", -1);
+  if (line_length > kCardLength) report_error("Long record length in IGES file", -1);
+  if (line_length == 0) {
+    report_error("Unexpected empty record in IGES file", -1);
+    abort_read();
+  }
+
+  // From the right: blanks, sequence digits, blanks, section letter, and on P records
+  // blanks and the DE pointer digits.
+  enum class Scan { trailing, sequence, flag, pointer, pointer_digits, done };
+  Scan state = Scan::trailing;
+  int seq_start = 0, seq_end = 0, de_start = 0, de_end = 0, flag_col = 0;
+  char flag = '\0';  // the letter found on this record
+  auto fatal = [this](const char* message, int at) {
+    report_error(message, at);
+    abort_read();
+  };
+  for (int i = line_length - 1; i >= 0 && state != Scan::done;) {
+    char c = line[i];
+    switch (state) {
+      case Scan::trailing:
+        if (is_digit(c)) {
+          seq_start = seq_end = i;
+          state = Scan::sequence;
+        } else if (!is_space(c)) {
+          fatal("Invalid sequence number", i);
+        }
+        --i;
+        break;
+      case Scan::sequence:
+        if (!is_digit(c)) {
+          state = Scan::flag;  // the same character again, as a flag
+          break;
+        }
+        seq_start = i;
+        if (seq_end - i > 6) fatal("Sequence number longer than 7 digits", seq_end);
+        --i;
+        break;
+      case Scan::flag:
+        if (is_space(c)) {
+          --i;
+          break;
+        }
+        switch (c) {
+          case 'D':
+          case 'G':
+          case 'S':
+          case 'T':
+            f_rec_section = flag = c;
+            flag_col = i;
+            state = Scan::done;
+            break;
+          case 'P':
+            f_rec_section = flag = c;
+            flag_col = i;
+            state = Scan::pointer;
+            --i;
+            break;
+          case 'B':
+          case 'C':
+            f_rec_section = c;
+            fatal("Binary and compressed ASCII format are not supported by this translator", i);
+            break;
+          default:
+            fatal("Missing or unrecognized section flag", i);
+            break;
+        }
+        break;
+      case Scan::pointer:
+        if (is_digit(c)) {
+          de_start = de_end = i;
+          state = Scan::pointer_digits;
+        } else if (!is_space(c)) {
+          fatal("Invalid DE pointer", i);
+        }
+        --i;
+        break;
+      case Scan::pointer_digits:
+        if (!is_digit(c)) {
+          state = Scan::done;
+          break;
+        }
+        de_start = i;
+        // The sequence field's end is named here, as it always has been.
+        if (de_end - i > 6) fatal("DE pointer longer than 7 digits", seq_end);
+        --i;
+        break;
+      case Scan::done:
+        break;
+    }
+  }
+
+  if (line_length == kCardLength &&
+      (flag_col != 72 || seq_start < 73 || seq_end > 79 ||
+       (flag == 'P' && (de_start < 65 || de_end > 71)))) {
+    report_error("Sequence fields are misaligned", flag_col);
+  }
+
+  char scratch[16];
+  auto field_value = [&](int start, int end, int* value) {
+    int n = std::min(end - start + 1, static_cast<int>(sizeof scratch) - 1);
+    std::memcpy(scratch, line + start, static_cast<std::size_t>(n));
+    scratch[n] = '\0';
+    return std::sscanf(scratch, "%d", value) == 1;
+  };
+  if (!field_value(seq_start, seq_end, &sequence_number))
+    fatal("Invalid sequence number", seq_start);
+  if (flag == 'P' && !field_value(de_start, de_end, &back_pointer))
+    fatal("Invalid DE pointer", de_start);
+  end_column = flag_col - 1;
+  if (flag == 'P') {
+    int last = de_start - 1;
+    while (last >= 0 && is_space(line[last])) --last;
+    end_column = 63;
+    if (last > 63) {
+      end_column = last;
+      report_error("Parameter data extends beyond column 64", last);
+    }
+  }
+}
+
+void IgeslibIO::report_error(const char* message, int col) {
+  if (col < 0) col = column;
+  LumoErrorReporter* reporter = LUMO.error_reporter();
+  reporter->stack.append(nullptr);
+  lumo_io_ec()->format("Error at line #: %d, column #: %d\n\t%s\n", line_number, col + 1, message);
+  lumo_io_ec()->format("IGES record:\n%s\n", line);
+  char caret[90];
+  std::memset(caret, ' ', sizeof caret);
+  int at = std::min(col, 88);
+  caret[at] = '^';
+  caret[at + 1] = '\0';
+  lumo_io_ec()->format("%s\n", caret);
+  reporter->stack.pop();
+}
+
+IgeslibIO* IgeslibIO::read_start_section(ListOfString* list) {
+  start_count = 0;
+  std::fgetpos(fp, &section_position);
+  read_record();
+  while (f_rec_section == 'S') {
+    line[72] = '\0';
+    list->add(line);
+    ++start_count;
+    std::fgetpos(fp, &section_position);
+    read_record();
+  }
+  if (start_count == 0) {
+    report_error("File should contain at least one start section record", 72);
+    return nullptr;
+  }
+  return this;
+}
+
+void IgeslibIO::parse_terminate_section() {
+  if (f_rec_section != 'T') report_error("parse_terminate_section: f_rec_section != 'T'", -1);
+  if (!(line[0] == 'S' && line[8] == 'G' && line[16] == 'D' && line[24] == 'P'))
+    report_error("terminate line sections S G D P not correct", -1);
+
+  struct Check {
+    int counted;
+    const char* message;
+  };
+  const Check checks[4] = {
+      {start_count, "parse_terminate: start section was not the correct length"},
+      {global_count, "parse_terminate: global section was not the correct length"},
+      {directory_count, "parse_terminate: directory entry section was not the correct length"},
+      {parameter_count, "parse_terminate: parameter data section was not the correct length"},
+  };
+  int found[4];
+  bool scanned[4];
+  for (int k = 0; k < 4; ++k) scanned[k] = std::sscanf(line + 1 + 8 * k, "%7d", &found[k]) == 1;
+  // A field that doesn't scan counts as a mismatch.
+  for (int k = 0; k < 4; ++k)
+    if (!scanned[k] || found[k] != checks[k].counted) report_error(checks[k].message, -1);
+}

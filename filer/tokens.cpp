@@ -1,0 +1,367 @@
+// The parameter token reader: integers, reals, logicals and Hollerith strings of the free-form
+// data of the Global and Parameter Data sections. A scanner consumes one token and the
+// parameter delimiter behind it and leaves the outcome in param_state; the guards make a
+// finished or poisoned entity read as a run of zeros, so entity code is a straight run of reads.
+#include <charconv>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "igeslib_io.h"
+
+namespace {
+
+inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// Numbers are collected in fixed buffers of this many characters.
+constexpr int kNumberLength = 88;
+
+// The value of a collected real: a blank or a repaired leading '.', then sign, digits, '.',
+// digits, 'e', sign, digits as they stood. Reads as atof would in the "C" locale, whatever
+// the process locale says.
+double real_value(const char* text) {
+  const char* p = text;
+  const char* end = text + std::strlen(text);
+  if (*p == ' ') ++p;
+  bool negative = false;
+  if (*p == '+' || *p == '-') negative = *p++ == '-';
+  double value = 0.0;
+  auto [stop, ec] = std::from_chars(p, end, value, std::chars_format::general);
+  if (ec == std::errc::result_out_of_range) {
+    const char* e = std::strchr(p, 'e');
+    value = e && e[1] == '-' ? 0.0 : HUGE_VAL;
+  } else if (ec != std::errc()) {
+    value = 0.0;
+  }
+  (void)stop;
+  return negative ? -value : value;
+}
+
+}  // namespace
+
+void IgeslibIO::token_error(const char* message) {
+  report_error(message, -1);
+  record_failed = 1;
+  param_state = PARAM_END_OF_RECORD;
+}
+
+void IgeslibIO::next_data() {
+  do {
+    read_record();
+    while (column <= end_column && line[column] == ' ') ++column;
+  } while (column > end_column);
+}
+
+// After a number: blanks, then a delimiter. The record delimiter is left in place, the
+// parameter delimiter consumed. Anything else poisons the entity.
+static void number_delimiter(IgeslibIO& io, const char* missing) {
+  while (io.column <= io.end_column) {
+    char c = io.line[io.column];
+    if (c == ' ') {
+      ++io.column;
+      continue;
+    }
+    if (c == io.record_delimiter) return;
+    if (c == io.param_delimiter) {
+      ++io.column;
+      return;
+    }
+    break;
+  }
+  io.token_error(missing);
+}
+
+int IgeslibIO::scan_int() {
+  char text[kNumberLength + 1];
+  int stored = 0;
+  int phase = 0;  // 0 nothing yet, 1 sign seen, 2 digits seen
+  for (;;) {
+    if (column > end_column) {
+      if (phase == 0) {
+        next_data();
+        continue;
+      }
+      token_error("Integer values cannot cross line boundaries");
+      return 0;
+    }
+    if (stored == kNumberLength) {
+      token_error("Integer value too long");
+      return 0;
+    }
+    char c = line[column];
+    if (c == ' ') {
+      if (phase != 0) break;
+      ++column;
+    } else if (c == '+' || c == '-') {
+      if (phase != 0) {
+        token_error("Unexpected sign in number");
+        return 0;
+      }
+      text[stored++] = c;
+      phase = 1;
+      ++column;
+    } else if (is_digit(c)) {
+      text[stored++] = c;
+      phase = 2;
+      ++column;
+    } else if (phase != 0) {
+      break;
+    } else if (c == param_delimiter) {
+      ++column;
+      param_state = PARAM_DEFAULTED;
+      return 0;
+    } else if (c == record_delimiter) {
+      param_state = PARAM_END_OF_RECORD;
+      return 0;
+    } else {
+      token_error("Invalid integer value");
+      return 0;
+    }
+  }
+  if (phase == 1) {
+    token_error("Invalid integer value");
+    return 0;
+  }
+  text[stored] = '\0';
+  int value = static_cast<int>(std::atol(text));
+  param_state = PARAM_VALUE;
+  number_delimiter(*this, "Missing delimiter after integer value");
+  return value;
+}
+
+double IgeslibIO::scan_real() {
+  // text[0] is a blank, or the '.' that a mailer stripped from the front of the line.
+  char text[1 + kNumberLength];
+  int stored = 0;  // characters after text[0]
+  enum { none, sign, whole, point, fraction, exponent, exponent_sign, exponent_digits };
+  int phase = none;
+  int digits = 0;
+  // A real at the very start of a line whose length isn't 80 may have lost its leading dot.
+  bool repair_candidate = column == 0 && line_length != 80;
+  text[0] = ' ';
+  char c = '\0';
+  for (;;) {
+    if (column > end_column) {
+      if (phase == none) {
+        next_data();
+        repair_candidate = column == 0 && line_length != 80;
+        continue;
+      }
+      token_error("Floating point values cannot cross line boundaries");
+      return 0.0;
+    }
+    if (stored == kNumberLength - 1) {
+      token_error("Floating point number too long");
+      return 0.0;
+    }
+    c = line[column];
+    if (c < ' ' || c > 'e') break;
+    if (c == ' ') {
+      if (phase != none) break;
+      repair_candidate = false;
+      ++column;
+    } else if (c == '+' || c == '-') {
+      if (phase == none) {
+        phase = sign;
+      } else if (phase == exponent) {
+        phase = exponent_sign;
+      } else {
+        token_error("Unexpected sign in number");
+        return 0.0;
+      }
+      text[1 + stored++] = c;
+      ++column;
+    } else if (c == '.') {
+      if (phase == point) {
+        // A line that began with a dot, doubled in transport.
+        report_error("Ignoring doubled decimal possibly added by emailer", -1);
+      } else if (phase <= whole) {
+        text[1 + stored++] = c;
+        phase = point;
+        repair_candidate = false;
+      } else {
+        token_error("Unexpected decimal in number");
+        return 0.0;
+      }
+      ++column;
+    } else if (is_digit(c)) {
+      text[1 + stored++] = c;
+      ++digits;
+      if (phase == none || phase == sign)
+        phase = whole;
+      else if (phase == point)
+        phase = fraction;
+      else if (phase == exponent || phase == exponent_sign)
+        phase = exponent_digits;
+      ++column;
+    } else if (c == 'D' || c == 'E' || c == 'd' || c == 'e') {
+      if ((phase != whole && phase != point && phase != fraction) || digits == 0) {
+        token_error("Unexpected exponent in number");
+        return 0.0;
+      }
+      text[1 + stored++] = 'e';
+      phase = exponent;
+      ++column;
+    } else {
+      break;
+    }
+  }
+
+  bool good = phase == whole || phase == fraction || phase == exponent_digits ||
+              (phase == point && digits > 0);
+  if (!good) {
+    if (phase == none && c == param_delimiter) {
+      ++column;
+      param_state = PARAM_DEFAULTED;
+      return 0.0;
+    }
+    if (phase == none && c == record_delimiter) {
+      param_state = PARAM_END_OF_RECORD;
+      return 0.0;
+    }
+    token_error("Invalid floating point value");
+    return 0.0;
+  }
+  text[1 + stored] = '\0';
+  if (repair_candidate) {
+    report_error("Repairing decimal possibly stripped by emailer", 0);
+    text[0] = '.';
+  }
+  double value = real_value(text);
+  param_state = PARAM_VALUE;
+  number_delimiter(*this, "Missing delimiter after floating point value");
+  return value;
+}
+
+char IgeslibIO::scan_logical() {
+  while (column <= end_column && line[column] == ' ') ++column;
+  if (column > end_column) next_data();
+  char c = line[column];
+  if (c == param_delimiter) {
+    ++column;
+    param_state = PARAM_DEFAULTED;
+    return 0;
+  }
+  if (c == record_delimiter) {
+    param_state = PARAM_END_OF_RECORD;
+    return 0;
+  }
+  if (c != '0' && c != '1') {
+    token_error("Logical value must be 0 or 1");
+    return 0;
+  }
+  ++column;
+  char next = column <= end_column ? line[column] : '\0';
+  if (next != param_delimiter && next != record_delimiter) {
+    token_error("Missing delimiter after logical value");
+    return 0;
+  }
+  param_state = PARAM_VALUE;
+  if (next == param_delimiter) ++column;
+  return c == '1';
+}
+
+const char* IgeslibIO::scan_string(bool delimiter_follows_itself) {
+  while (column <= end_column && line[column] == ' ') ++column;
+  if (column > end_column) next_data();
+  char c = line[column];
+  if (c == param_delimiter) {
+    ++column;
+    param_state = PARAM_DEFAULTED;
+    return nullptr;
+  }
+  if (c == record_delimiter) {
+    param_state = PARAM_END_OF_RECORD;
+    return nullptr;
+  }
+
+  // The length, in digits before the H; past INT_MAX it counts as negative.
+  long long length = 0;
+  int start = column;
+  while (column <= end_column && is_digit(line[column])) {
+    if (length <= INT_MAX) length = length * 10 + (line[column] - '0');
+    ++column;
+  }
+  if (column == start || column > end_column || line[column] != 'H') {
+    token_error("Missing Hollerith delimiter (H) in string value");
+    return nullptr;
+  }
+  ++column;
+  if (length > INT_MAX) {
+    token_error("Negative length for string value");
+    return nullptr;
+  }
+  std::size_t n = static_cast<std::size_t>(length);
+
+  if (string_value.capacity() < n + 1) {
+    string_value.resize(0);
+    string_value.resize(n + 1);
+  }
+  char* text = string_value.capacity() >= n + 1 ? string_value.stop_sharing() : nullptr;
+  if (!text) {
+    token_error("Can not allocate memory for the string value");
+    return nullptr;
+  }
+  // A string runs on over the end of the data field into the next record.
+  for (std::size_t i = 0; i < n; ++i) {
+    if (column > end_column) read_record();
+    text[i] = line[column++];
+  }
+  text[n] = '\0';
+  param_state = PARAM_VALUE;
+  char last = n ? text[n - 1] : line[column - 1];
+  if (column > end_column) read_record();
+
+  if (delimiter_follows_itself) {
+    // The Global section's first parameter defines the delimiter that must follow it.
+    if (line[column] == last) {
+      ++column;
+      return text;
+    }
+  } else {
+    for (;;) {
+      if (column > end_column) {
+        read_record();
+        continue;
+      }
+      char d = line[column];
+      if (d == ' ') {
+        ++column;
+        continue;
+      }
+      if (d == record_delimiter) return text;
+      if (d == param_delimiter) {
+        ++column;
+        return text;
+      }
+      break;
+    }
+  }
+  token_error("Missing delimiter after string value");
+  return text;
+}
+
+int IgeslibIO::read_int() {
+  if (param_state == PARAM_END_OF_RECORD) return 0;
+  int value = scan_int();
+  return param_state == PARAM_VALUE ? value : 0;
+}
+
+double IgeslibIO::read_real() {
+  if (param_state == PARAM_END_OF_RECORD) return 0.0;
+  double value = scan_real();
+  return param_state == PARAM_VALUE ? value : 0.0;
+}
+
+char IgeslibIO::read_logical() {
+  if (param_state == PARAM_END_OF_RECORD) return 0;
+  char value = scan_logical();
+  return param_state == PARAM_VALUE ? value : 0;
+}
+
+const char* IgeslibIO::read_string(bool delimiter_follows_itself) {
+  if (param_state == PARAM_END_OF_RECORD) return nullptr;
+  const char* value = scan_string(delimiter_follows_itself);
+  return param_state == PARAM_VALUE ? value : nullptr;
+}

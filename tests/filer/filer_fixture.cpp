@@ -1,0 +1,25 @@
+#include "filer_fixture.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace igeslib_test {
+
+std::vector<std::string> FilerOver::errors() const {
+  std::vector<std::string> out;
+  for (const std::string& piece : reports.pieces()) {
+    int line = 0, column = 0, used = 0;
+    if (std::sscanf(piece.c_str(), "Error at line #: %d, column #: %d\n\t%n", &line, &column,
+                    &used) == 2 && used > 0) {
+      std::string message = piece.substr(static_cast<std::size_t>(used));
+      if (!message.empty() && message.back() == '\n') message.pop_back();
+      out.push_back(std::to_string(line) + ":" + std::to_string(column) + " " + message);
+    } else if (std::sscanf(piece.c_str(), "Warning at line #: %d, column #: %d", &line,
+                           &column) == 2) {
+      out.push_back("warning " + std::to_string(line) + ":" + std::to_string(column));
+    }
+  }
+  return out;
+}
+
+}  // namespace igeslib_test
