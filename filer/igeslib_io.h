@@ -13,6 +13,8 @@
 
 class igs_iges_file;
 class igs_global;
+class ListOfigs_datum;
+class ListOfigs_directory_entry;
 
 // Outcome of the last token read.
 constexpr int PARAM_VALUE = 1;          // a value was read
@@ -79,6 +81,14 @@ struct IgeslibIO {
   double scan_real();
   char scan_logical();
   const char* scan_string(bool delimiter_follows_itself);
+
+  // The kind of datum that an associativity's item of item_type is: 1 integer, 2 real,
+  // 3 string, 4 pointer, 6 pointer or integer, 0 unknown. Type 2 is told by peeking at the
+  // text of the parameter, which may read records.
+  int determine_parameterData_type(int item_type);
+  // Reads one parameter of that kind into a new igs_datum of the current design and adds it
+  // to list. Pointers name entities of the file's directory list, entity (n - 1) / 2.
+  void read_datum(ListOfigs_datum* list, int kind, ListOfigs_directory_entry* entities);
 
   // Moves to the next record that has free-form data left, skipping leading blanks.
   void next_data();

@@ -158,9 +158,8 @@ void IgeslibIO::read_record() {
     }
   }
 
-  if (line_length == kCardLength &&
-      (flag_col != 72 || seq_start < 73 || seq_end > 79 ||
-       (flag == 'P' && (de_start < 65 || de_end > 71)))) {
+  if (line_length == kCardLength && (flag_col != 72 || seq_start < 73 || seq_end > 79 ||
+                                     (flag == 'P' && (de_start < 65 || de_end > 71)))) {
     report_error("Sequence fields are misaligned", flag_col);
   }
 

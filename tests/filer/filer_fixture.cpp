@@ -10,12 +10,13 @@ std::vector<std::string> FilerOver::errors() const {
   for (const std::string& piece : reports.pieces()) {
     int line = 0, column = 0, used = 0;
     if (std::sscanf(piece.c_str(), "Error at line #: %d, column #: %d\n\t%n", &line, &column,
-                    &used) == 2 && used > 0) {
+                    &used) == 2 &&
+        used > 0) {
       std::string message = piece.substr(static_cast<std::size_t>(used));
       if (!message.empty() && message.back() == '\n') message.pop_back();
       out.push_back(std::to_string(line) + ":" + std::to_string(column) + " " + message);
-    } else if (std::sscanf(piece.c_str(), "Warning at line #: %d, column #: %d", &line,
-                           &column) == 2) {
+    } else if (std::sscanf(piece.c_str(), "Warning at line #: %d, column #: %d", &line, &column) ==
+               2) {
       out.push_back("warning " + std::to_string(line) + ":" + std::to_string(column));
     }
   }

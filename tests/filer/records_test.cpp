@@ -35,7 +35,8 @@ TEST(RecordReader, ReportIsVerbatimWithRecordAndCaret) {
   FilerOver f("ab   S      1\n");
   ASSERT_TRUE(f.next());
   ASSERT_EQ(f.reports.pieces().size(), 3u);
-  EXPECT_EQ(f.reports.pieces()[0], "Error at line #: 1, column #: 1\n\tShort record length in IGES file\n");
+  EXPECT_EQ(f.reports.pieces()[0],
+            "Error at line #: 1, column #: 1\n\tShort record length in IGES file\n");
   EXPECT_EQ(f.reports.pieces()[1], "IGES record:\nab   S      1\n");
   EXPECT_EQ(f.reports.pieces()[2], "^\n");
   EXPECT_EQ(f.reports.count(), 1u);
@@ -67,17 +68,18 @@ TEST(RecordReader, RecordsThatStopTheRead) {
       {"all blank",
        blanks + "\n",
        {"1:1 Sequence fields are misaligned", "1:1 Invalid sequence number"}},
-      {"letter at the right end",
-       std::string(79, ' ') + "X\n",
-       {"1:80 Invalid sequence number"}},
+      {"letter at the right end", std::string(79, ' ') + "X\n", {"1:80 Invalid sequence number"}},
       {"eight-digit sequence number",
        std::string(71, ' ') + "S12345678\n",
        {"1:80 Sequence number longer than 7 digits"}},
-      {"unknown section letter", record('Q', 1, "") + "\n",
+      {"unknown section letter",
+       record('Q', 1, "") + "\n",
        {"1:73 Missing or unrecognized section flag"}},
-      {"binary flag", record('B', 1, "") + "\n",
+      {"binary flag",
+       record('B', 1, "") + "\n",
        {"1:73 Binary and compressed ASCII format are not supported by this translator"}},
-      {"compressed flag", record('C', 1, "") + "\n",
+      {"compressed flag",
+       record('C', 1, "") + "\n",
        {"1:73 Binary and compressed ASCII format are not supported by this translator"}},
       {"P record whose text ends in no digit",
        std::string("110,1,2;").append(64, ' ') + "P      1\n",
@@ -115,8 +117,8 @@ TEST(RecordReader, SevenDigitSequenceNumberIsFine) {
 TEST(RecordReader, LongAndOverlongLines) {
   {
     // The first record is a card image of 80; after its line end only line ends count.
-    FilerOver f(record('S', 1, "") + "\n" + record('S', 2, "text") + " \n" +
-                record('S', 3, "") + "\n");
+    FilerOver f(record('S', 1, "") + "\n" + record('S', 2, "text") + " \n" + record('S', 3, "") +
+                "\n");
     ASSERT_TRUE(f.next());
     ASSERT_TRUE(f.next());
     EXPECT_EQ(f.io.line_length, 81);
@@ -193,8 +195,8 @@ TEST(RecordReader, ProgressEveryThousandRecords) {
   for (int i = 0; i < 2001; ++i) text.G("");
   FilerOver f(text.str());
   for (int i = 0; i < 2001; ++i) ASSERT_TRUE(f.next());
-  EXPECT_EQ(f.reports.messages(), (std::vector<std::string>{"Reading line 1000",
-                                                             "Reading line 2000"}));
+  EXPECT_EQ(f.reports.messages(),
+            (std::vector<std::string>{"Reading line 1000", "Reading line 2000"}));
   EXPECT_EQ(f.io.line_number, 2001);
 }
 

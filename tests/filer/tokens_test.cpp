@@ -316,15 +316,19 @@ TEST(Tokens, MailerRepairs) {
     return r;
   };
   const Case cases[] = {
-      {shifted("5,", -1), 0.5,
+      {shifted("5,", -1),
+       0.5,
        {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}},
-      {shifted("25E1,", -1), 2.5,
+      {shifted("25E1,", -1),
+       2.5,
        {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}},
-      {shifted("-5,", -1), 0.0,
+      {shifted("-5,", -1),
+       0.0,
        {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}},
       {shifted("5.5,", -1), 5.5, {"Short record length in IGES file"}},
       {shifted(" 5,", -1), 5.0, {"Short record length in IGES file"}},
-      {shifted("..5,", 1), 0.5,
+      {shifted("..5,", 1),
+       0.5,
        {"Long record length in IGES file", "Ignoring doubled decimal possibly added by emailer"}},
       {shifted("5,", 0), 5.0, {}},
   };

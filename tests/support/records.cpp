@@ -49,7 +49,8 @@ IgesText& IgesText::P(int de_pointer, std::string_view text) {
 }
 
 IgesText& IgesText::T() {
-  records_.push_back(record('T', 1, terminate_text(counts_[0], counts_[1], counts_[2], counts_[3])));
+  records_.push_back(
+      record('T', 1, terminate_text(counts_[0], counts_[1], counts_[2], counts_[3])));
   return *this;
 }
 
