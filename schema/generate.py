@@ -1204,8 +1204,10 @@ def class_order(model, entries):
 
 
 def compiled_entries(model, schema):
-    return [e for e in schema.entries] + (compiled(model) if schema.name == "iges_types_schema"
-                                          else [])
+    """A schema's entries; the first compiled schema also takes the compiled
+    aggregates of the internal schemas."""
+    first = [s for s in model.schemas if not s.internal][0]
+    return schema.entries + (compiled(model) if schema is first else [])
 
 
 def emit_common(model):
@@ -1342,14 +1344,15 @@ def emit_load(model):
     w("#include \"%s\"", COMMON_HEADER)
     w("")
     lists = dict(load_lists(model))
-    for name in LOAD_ORDER:
+    order = [n for n in LOAD_ORDER if n in lists] + [n for n in lists if n not in LOAD_ORDER]
+    for name in order:
         w("static LumoTypePtr* const load_%s[] = {", name)
         for e in lists[name]:
             w("    &lumotype_%s,", e.name)
         w("};")
     w("")
     w("void igeslib_force_load() {")
-    for name in LOAD_ORDER:
+    for name in order:
         w("  for (LumoTypePtr* type : load_%s) (*type)->force_load();", name)
     w("}")
     return w.text()
@@ -1487,13 +1490,16 @@ def dictionary_tables(model):
             t = row("LumoDefType")
             string_puts.append((t, "name", 0, name))
             late.append((t, "lumo_def", 0, target))
-        designs.append((s.name, first, len(objects), 0 if s.name == "lintel_extensions" else 1))
+        # The first schema is the dictionary's own vocabulary, which the others use.
+        designs.append((s.name, first, len(objects), 0 if s is model.schemas[0] else 1))
     for target, attribute, index, value in late:
         if isinstance(value, str):
             value = domain_row[value]
         object_puts.append((target, attribute, index, value))
     for o in objects:
         if isinstance(o[0], str):
+            if o[0] not in domain_row:
+                raise ModelError("select choices of a plain type need the class %s" % o[0])
             o[0] = domain_row[o[0]]
     # OID prefixes: the marker lists of a schema have a prefix of their own.
     for number, (name, first, end, _) in enumerate(designs):

@@ -237,3 +237,106 @@ class DataModelTest(unittest.TestCase):
 
 if __name__ == "__main__":
     unittest.main()
+
+
+DEFINED_TYPE = """
+schema tiny_internal internal
+structure LumoDefType
+  name: string; lumo_def: LumoDomain
+"""
+
+
+class EmitterTest(unittest.TestCase):
+    def setUp(self):
+        self.model = parse(TINY + DEFINED_TYPE)
+        self.line_font = self.model.entries["igs_line_font_definition_entity"]
+
+    def header(self, schema):
+        return generate.emit_header(self.model, self.model.schema(schema))[0]
+
+    def test_class_declaration(self):
+        text = self.header("tiny_geometry_schema")
+        self.assertIn("class igs_line_font_definition_entity : "
+                      "public virtual igs_geometric_entity {", text)
+        self.assertIn("class igs_definition_levels_entity : public virtual "
+                      "igs_copious_data_entity, public virtual igs_geometric_entity {", text)
+        # The whole chain, root first, in the all-fields constructor.
+        self.assertIn("igs_line_font_definition_entity(const char* label, int subscript, "
+                      "igs_entity_level* level, igs_blank_status blank, igs_lineFont* "
+                      "line_font, int form, ListOfArrayOfDouble* w, double Size, "
+                      "const char* delimiter);", text.replace("double size", "double Size"))
+        for member in ("double Size();", "void Size(double value);", "int k();",
+                       "int form() override;", "void form(int value);",
+                       "char blank_asi(int code);", "void blank(igs_blank_status value);",
+                       "igs_blank_status blank_ = igs_blank_status_unset;",
+                       'char* delimiter_ = const_cast<char*>(";");',
+                       "static void operator delete(void* p) { lumo_delete(p); }"):
+            self.assertIn(member, text)
+        self.assertIn('#include "tiny_types_schema.h"', text)
+
+    def test_virtual_getters(self):
+        m = self.model
+        answers = dict(generate.overridden(m, self.line_font))
+        self.assertEqual(answers["entity_type"], ("const", 304))
+        self.assertEqual(answers["form"], ("field", "form"))
+        self.assertNotIn("blank", answers)  # the family root holds and answers it
+        self.assertEqual(dict(generate.overridden(m, m.entries["igs_geometric_entity"]))["blank"],
+                         ("field", "blank"))
+        self.assertEqual(generate.overridden(m, m.entries["igs_directory_entry"]), [])
+
+    def test_select_and_enumeration(self):
+        text = self.header("tiny_types_schema")
+        for member in ("char is_line_pattern();", "igs_line_pattern _line_pattern();",
+                       "void _line_pattern(igs_line_pattern value);",
+                       "char _line_pattern(int code);",
+                       "igs_line_font_definition_entity* _line_font_definition_entity();",
+                       "class igs_lineFont : public LumoUnion {"):
+            self.assertIn(member, text)
+        common = generate.emit_common(self.model)
+        self.assertIn("  igs_line_pattern_unset = -1,\n  igs_line_pattern_none,\n"
+                      "  igs_line_pattern_solid,\n  igs_line_pattern_dashed,", common)
+        self.assertIn("class ListOfArrayOfDouble : public LumoObjectAggregate<ArrayOfDouble, "
+                      "LumoAggKind::list, lumotype_ListOfArrayOfDouble, "
+                      "lumotype_ArrayOfDouble> {", common)
+
+    def test_binding(self):
+        w = generate.Writer()
+        generate.define_binding(self.model, w, self.model.entries["igs_definition_levels_entity"])
+        text = w.text()
+        order = ["lumotype_LumoObject", "lumotype_LumoStructure",
+                 "lumotype_igs_copious_data_entity", "lumotype_igs_directory_entry",
+                 "lumotype_igs_geometric_entity",
+                 "superOffset(self, self, 0)", 'schema("tiny_geometry_schema")',
+                 "virtual_super(lumotype_igs_copious_data_entity)",
+                 "virtual_super(lumotype_igs_geometric_entity)",
+                 'variable(lumotype_ListOfigs_datum, "values"']
+        places = [text.index(o) for o in order]
+        self.assertEqual(places, sorted(places))
+        self.assertLess(text.index("static igs_definition_levels_entity prototype_"),
+                        text.index("LumoTypePtr lumotype_igs_definition_levels_entity("))
+
+    def test_dictionary_tables_agree_with_the_figures(self):
+        designs, objects, object_puts, string_puts, prefixes = \
+            generate.dictionary_tables(self.model)
+        totals = generate.derive_counts(self.model)["total"]
+        self.assertEqual(len(objects), totals["objects"])
+        self.assertEqual(len(object_puts), totals["object_puts"])
+        self.assertEqual(len(string_puts), totals["string_puts"])
+        self.assertEqual([d[0] for d in designs],
+                         ["tiny_internal", "tiny_geometry_schema", "tiny_types_schema"])
+        self.assertEqual([d[3] for d in designs], [0, 1, 1])
+        for k, (domain, _, _, _) in enumerate(objects):
+            self.assertLess(domain, k)  # a row's class exists before the row
+        self.assertEqual(len(prefixes), 3 * 2)
+        oids = [o[1] for o in objects]
+        self.assertEqual(len(set(oids)), len(oids))
+
+    def test_emit_writes_only_what_changed(self):
+        import tempfile
+        with tempfile.TemporaryDirectory() as out:
+            written = generate.emit(self.model, out)
+            self.assertIn("src/igeslib_builtin_schemas.cpp", written)
+            path = os.path.join(out, "include", "tiny_types_schema.h")
+            os.utime(path, (0, 0))
+            generate.emit(self.model, out)
+            self.assertEqual(os.stat(path).st_mtime, 0)
