@@ -152,12 +152,16 @@ class LumoTypedAggregate
   LumoTypePtr& classType() override { return Self; }
   LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
 
-  // Appends (for a set: unless present); chains.
-  LumoTypedAggregate& add(In value) {
+  // Appends (for a set: unless present); chains. Not for arrays.
+  LumoTypedAggregate& add(In value)
+    requires(K != LumoAggKind::array)
+  {
     if (!this->unique_ || find(value) == ~0u) this->insertAt(this->size_, &value);
     return *this;
   }
-  LumoTypedAggregate& addIfAbsent(In value) {
+  LumoTypedAggregate& addIfAbsent(In value)
+    requires(K != LumoAggKind::array)
+  {
     if (find(value) == ~0u) this->insertAt(this->size_, &value);
     return *this;
   }
@@ -233,11 +237,16 @@ class LumoObjectAggregate : public std::conditional_t<
   LumoTypePtr& classType() override { return Self; }
   LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
 
-  LumoObjectAggregate& add(X* value) {
+  // An array has fixed places: it is stored into with put, never appended to.
+  LumoObjectAggregate& add(X* value)
+    requires(K != LumoAggKind::array)
+  {
     this->_add(value, Elem);
     return *this;
   }
-  LumoObjectAggregate& addIfAbsent(X* value) {
+  LumoObjectAggregate& addIfAbsent(X* value)
+    requires(K != LumoAggKind::array)
+  {
     this->_addIfAbsent(value, Elem);
     return *this;
   }
@@ -249,9 +258,10 @@ class LumoObjectAggregate : public std::conditional_t<
     }
     return *this;
   }
-  // Inserts before i (at the end past it); not for arrays, which have fixed places.
-  LumoObjectAggregate& insert(X* value, unsigned i) {
-    static_assert(K != LumoAggKind::array);
+  // Inserts before i (at the end past it).
+  LumoObjectAggregate& insert(X* value, unsigned i)
+    requires(K != LumoAggKind::array)
+  {
     this->insertAt(i, &value);
     return *this;
   }

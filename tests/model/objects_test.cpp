@@ -154,6 +154,22 @@ TEST(Entities, AggregateGettersCreateOnDemandInTheOwnersSection) {
   EXPECT_EQ(curve->n(), 2);
 }
 
+TEST(Entities, AttributeTableInstancesTakeTheirWidthFromTheDefinition) {
+  ScratchDesign design;
+  auto* tuple = new (design.design) igs_tuple_instance_entity;
+  auto* table = new (design.design) igs_table_instance_entity;
+  EXPECT_EQ(tuple->na(), 0);  // no definition: no attributes
+  EXPECT_EQ(table->na(), 0);
+  auto* definition = new (design.design) igs_attribute_table_definition_entity;
+  auto* attribute = new (design.design) igs_attribute_definition;
+  definition->attribute_list()->add(attribute).add(attribute).add(attribute);
+  tuple->structure(definition);
+  table->structure(definition);
+  EXPECT_EQ(tuple->na(), 3);
+  EXPECT_EQ(table->na(), 3);
+  EXPECT_EQ(table->nr(), 0);
+}
+
 TEST(Entities, DelayedReferenceThatCannotBeLoadedReadsNull) {
   ScratchDesign design;
   auto* arc = new (design.design) igs_circular_arc_entity;
