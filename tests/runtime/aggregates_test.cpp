@@ -6,10 +6,7 @@
 
 namespace {
 
-struct Aggregates : ::testing::Test {
-  LumoDesign* design = LUMO.newDesign("aggregates");
-  ~Aggregates() override { delete design; }
-};
+using Aggregates = Scratch;
 
 TEST_F(Aggregates, ReferenceListOperations) {
   auto* list = new (design) ListOft_root(0);

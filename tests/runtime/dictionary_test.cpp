@@ -10,14 +10,7 @@
 
 namespace {
 
-struct Dictionary : ::testing::Test {
-  LumoDesign* design = LUMO.newDesign("dictionary");
-  LumoDesign* before = LUMO.useDesign(design);
-  ~Dictionary() override {
-    LUMO.useDesign(before);
-    delete design;
-  }
-};
+using Dictionary = Scratch;
 
 std::vector<std::string> names_of(ListOfLumoAttribute* list) {
   std::vector<std::string> out;

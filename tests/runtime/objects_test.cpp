@@ -8,15 +8,6 @@
 
 namespace {
 
-struct Scratch : ::testing::Test {
-  LumoDesign* design = LUMO.newDesign("scratch");
-  LumoDesign* before = LUMO.useDesign(design);
-  ~Scratch() override {
-    LUMO.useDesign(before);
-    delete design;
-  }
-};
-
 using Allocation = Scratch;
 
 TEST_F(Allocation, ObjectsLiveInTheSectionTheyWereMadeIn) {

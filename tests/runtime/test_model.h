@@ -3,7 +3,19 @@
 // enumeration and a typed list, each with its descriptor and binder.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include "lumo.h"
+
+// A fresh design, current for the length of one test.
+struct Scratch : ::testing::Test {
+  LumoDesign* design = LUMO.newDesign("scratch");
+  LumoDesign* before = LUMO.useDesign(design);
+  ~Scratch() override {
+    LUMO.useDesign(before);
+    delete design;
+  }
+};
 
 enum t_colour { t_colour_unset = -1, red, green, blue };
 
