@@ -190,14 +190,14 @@ void IgeslibIO::report_error(const char* message, int col) {
   if (col < 0) col = column;
   LumoErrorReporter* reporter = LUMO.error_reporter();
   reporter->stack.append(nullptr);
-  lumo_io_ec()->format("Error at line #: %d, column #: %d\n\t%s\n", line_number, col + 1, message);
-  lumo_io_ec()->format("IGES record:\n%s\n", line);
+  lumo_io_ec()->format("Error at line #: %d, column #: %d\n\t%s", line_number, col + 1, message);
+  lumo_io_ec()->format("IGES record:\n%s", line);
   char caret[90];
   std::memset(caret, ' ', sizeof caret);
   int at = std::min(col, 88);
   caret[at] = '^';
   caret[at + 1] = '\0';
-  lumo_io_ec()->format("%s\n", caret);
+  lumo_io_ec()->format("%s", caret);
   reporter->stack.pop();
 }
 

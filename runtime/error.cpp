@@ -91,28 +91,33 @@ void LumoErrorContext::report(int code, const char* argument) {
 
 void LumoErrorContext::text(const char* line) { LUMO.error_reporter()->emit(line, 0); }
 
+// A formatted report is a line: it ends with a line end, added when the
+// format does not give one.
 void LumoErrorContext::format(const char* fmt, ...) {
   char small[512];
   va_list args;
   va_start(args, fmt);
   va_list again;
   va_copy(again, args);
-  int n = std::vsnprintf(small, sizeof small, fmt, args);
+  int n = std::vsnprintf(small, sizeof small - 1, fmt, args);
   va_end(args);
   if (n < 0) {
     va_end(again);
     return;
   }
-  if (static_cast<std::size_t>(n) < sizeof small) {
-    va_end(again);
-    LUMO.error_reporter()->emit(small, 0);
-    return;
+  auto size = static_cast<std::size_t>(n);
+  char* text = small;
+  if (size >= sizeof small - 1) {
+    text = new char[size + 2];
+    std::vsnprintf(text, size + 1, fmt, again);
   }
-  auto* big = new char[static_cast<std::size_t>(n) + 1];
-  std::vsnprintf(big, static_cast<std::size_t>(n) + 1, fmt, again);
   va_end(again);
-  LUMO.error_reporter()->emit(big, 0);
-  delete[] big;
+  if (size == 0 || text[size - 1] != '\n') {
+    text[size] = '\n';
+    text[size + 1] = '\0';
+  }
+  LUMO.error_reporter()->emit(text, 0);
+  if (text != small) delete[] text;
 }
 
 LumoErrorContext* lumo_ec() {

@@ -41,7 +41,7 @@ class LumoErrorContext {
   void report(int code, const char* argument);
   // A plain text, as it stands.
   void text(const char* line);
-  // A text from a format and arguments.
+  // A line from a format and arguments; a line end is added if it has none.
   void format(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 
   // The message text of a numbered error, or null.

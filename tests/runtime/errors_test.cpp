@@ -35,16 +35,20 @@ TEST_F(Errors, NumberedErrorsCarryTheirArgument) {
   EXPECT_EQ(LUMO.error_reporter()->count(), 1u);
 }
 
-TEST_F(Errors, LinesAndFormatsGoOutAsWritten) {
+TEST_F(Errors, TextGoesOutAsWrittenAndFormatsEndTheirLine) {
   lumo_ec()->text("embedded schema: Cannot get OID prefix\n");
   lumo_io_ec()->format("Error at line #: %d, column #: %d\n\t%s", 12, 73, "bad");
   std::string longer(2000, 'x');
   lumo_io_ec()->format("%s|", longer.c_str());
   ASSERT_EQ(captured.pieces.size(), 3u);
   EXPECT_EQ(captured.pieces[0].first, "embedded schema: Cannot get OID prefix\n");
-  EXPECT_EQ(captured.pieces[1].first, "Error at line #: 12, column #: 73\n\tbad");
-  EXPECT_EQ(captured.pieces[2].first, longer + "|");
-  EXPECT_EQ(LUMO.error_reporter()->count(), 3u);
+  EXPECT_EQ(captured.pieces[1].first, "Error at line #: 12, column #: 73\n\tbad\n");
+  EXPECT_EQ(captured.pieces[2].first, longer + "|\n");
+  lumo_io_ec()->format("ends its own line\n");
+  lumo_ec()->text("no line end");
+  EXPECT_EQ(captured.pieces[3].first, "ends its own line\n");
+  EXPECT_EQ(captured.pieces[4].first, "no line end");
+  EXPECT_EQ(LUMO.error_reporter()->count(), 5u);
 }
 
 TEST_F(Errors, TextBetweenPushAndPopIsOneReport) {
