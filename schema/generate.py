@@ -682,9 +682,9 @@ SUPPORT_HEADER = "igeslib_binding_internal.h"
 
 def output_files(model):
     """Paths, relative to the output folder, of everything the emitter writes."""
-    headers = ["include/" + COMMON_HEADER]
+    headers = ["include/" + COMMON_HEADER, "include/" + ROWS_HEADER]
     sources = ["src/" + SUPPORT_HEADER, "src/igeslib_load.cpp",
-               "src/igeslib_builtin_schemas.cpp"]
+               "src/igeslib_builtin_schemas.cpp", "src/igeslib_entity_rows.cpp"]
     for s in model.schemas:
         if s.internal:
             continue
@@ -848,6 +848,13 @@ def declare_class(model, w, e):
     for name, form, argument, _ in e.derived:
         t = cxx_type(model, held[argument].type) if form == "alias" else "int"
         w("  %s %s();", t, name)
+    if has_codec(e):
+        w("  void de_read_record_one(int* const fields) override;")
+        w("  void de_read_record_two(int* const fields, char* label) override;")
+        w("  void de_write_record_one(char* out) override;")
+        w("  void de_write_record_two(char* out) override;")
+    for line in HAND_MEMBERS.get(e.name, ()):
+        w(line)
     w("")
     w("  // Fields, in dictionary order; change them through the accessors above.")
     for a in e.attributes:
@@ -860,6 +867,29 @@ def declare_class(model, w, e):
         w("  int pd_line_count = 0;")
     w("};")
     w("")
+
+
+# Run-time members of file-level classes, declared here and defined by hand
+# under model/: they are no part of the dictionary.
+HAND_MEMBERS = {
+    "igs_iges_file": (
+        "",
+        "  // The entities of the file in directory order. Outside a run (directory_populated",
+        "  // zero) the list is gathered afresh from the current design on every call.",
+        "  ListOfigs_directory_entry* directory_entries();",
+        "  // The working record of the read or write under way; null when idle.",
+        "  IgeslibIO* igesFiler();",
+        "  IgeslibIO* filer_ = nullptr;",
+        "  int directory_populated = 0;",
+        "  ListOfigs_directory_entry directory_list_;",
+    ),
+}
+HAND_FORWARDS = ("struct IgeslibIO;",)
+
+
+def has_codec(e):
+    """A concrete entity with a directory line has the four record members."""
+    return e.kind == "entity" and not e.abstract and e.directory is not None
 
 
 def field_default(model, a):
@@ -1039,7 +1069,97 @@ def define_class(model, w, e):
         define_setters(model, w, e, a)
     for name, form, argument, _ in e.derived:
         define_derived(model, w, e, held, name, form, argument)
+    if has_codec(e) and not e.directory["raw"]:
+        define_codec(model, w, e, held)
     w("")
+
+
+# Columns of the fields of record one that the mask governs, from column 17 on.
+MASK_COLUMNS = dict(zip(MASK_ATTRIBUTES, (16, 24, 32, 40, 48, 56)))
+
+
+def define_codec(model, w, e, held):
+    """The four directory-record members of a class, from its mask, status and form."""
+    c, d = e.name, e.directory
+
+    def f(text, *args):
+        w.lines.append(text % args)  # always formatted: the C formats are written %%
+    mask = dict(zip(MASK_ATTRIBUTES, d["fields"]))
+    stored = {a for a, place in mask.items() if place in MASK_LETTERS}
+    f("void %s::de_read_record_one(int* const fields) {", c)
+    f("  pd_pointer = fields[1];")
+    if "structure" in stored:
+        f("  if (fields[2] < 0)")
+        f("    structure(lumo_cast<%s>(igeslib_resolve_de(fields[2])));", held["structure"].type)
+    if "line_font" in stored:
+        f("  line_font(igeslib_de_read_line_font(fields[3]));")
+    if "level" in stored:
+        f("  level(igeslib_de_read_level(fields[4]));")
+    if "view" in stored:
+        f("  if (fields[5] > 0) view(igeslib_de_read_view(fields[5]));")
+    for attribute, k in (("transformation", 6), ("label_display", 7)):
+        if attribute in stored:
+            f("  if (fields[%d] > 0)", k)
+            f("    %s(lumo_cast<%s>(igeslib_resolve_de(fields[%d])));", attribute,
+              held[attribute].type, k)
+    for k, (attribute, place) in enumerate(zip(STATUS_ATTRIBUTES, d["status"])):
+        if place == "a":
+            f("  %s_asi(fields[%d]);", attribute, 8 + k)
+    f("  de_number = fields[12];")
+    f("}")
+    f("void %s::de_read_record_two(int* const fields, char* label) {", c)
+    if "line_weight" in stored:
+        f("  line_weight(fields[1]);")
+    if "color" in stored:
+        f("  color(igeslib_de_read_color(fields[2]));")
+    f("  pd_line_count = fields[3];")
+    if d["form"] == "a":
+        f("  form(fields[4]);")
+    f("  this->label(label);")
+    f("  subscript(fields[8]);")
+    f("}")
+    f("void %s::de_write_record_one(char* out) {", c)
+    f("  std::sprintf(out, \"%%8d\", entity_type());")
+    f("  std::sprintf(out + 8, \"%%8d\", pd_pointer);")
+    for attribute, column in MASK_COLUMNS.items():
+        place = mask[attribute]
+        if attribute == "structure" and place == "S":
+            # A definition that is missing or can't be loaded leaves the columns blank.
+            f("  igeslib_de_write_definition(out + %d, structure());", column)
+        elif place == "1":
+            f("  std::sprintf(out + %d, \"%%8d\", 1);", column)
+        elif place == ".":
+            f("  std::sprintf(out + %d, \"%%8s\", \"\");", column)
+        elif attribute in ("line_font", "level", "view"):
+            f("  igeslib_de_write_%s(out + %d, %s());", attribute, column, attribute)
+        else:
+            f("  igeslib_de_write_pointer(out + %d, %s());", column, attribute)
+    for k, (attribute, place) in enumerate(zip(STATUS_ATTRIBUTES, d["status"])):
+        column = 64 + 2 * k
+        if place == "a":
+            f("  igeslib_de_write_status(out + %d, %s());", column, attribute)
+        elif place == "u" or place.isdigit():
+            f("  std::sprintf(out + %d, \"0%%1d\", static_cast<int>(%s()));", column, attribute)
+        else:
+            f("  std::sprintf(out + %d, \"00\");", column)
+    f("}")
+    f("void %s::de_write_record_two(char* out) {", c)
+    f("  std::sprintf(out, \"%%8d\", entity_type());")
+    if "line_weight" in stored:
+        f("  std::sprintf(out + 8, \"%%8d\", line_weight());")
+    else:
+        f("  std::sprintf(out + 8, \"%%8s\", \"\");")
+    if "color" in stored:
+        f("  igeslib_de_write_color(out + 16, color());")
+    else:
+        f("  std::sprintf(out + 16, \"%%8s\", \"\");")
+    f("  std::sprintf(out + 24, \"%%8d\", pd_line_count);")
+    f("  std::sprintf(out + 32, \"%%8d\", form());")
+    f("  std::sprintf(out + 40, \"%%8s%%8s\", \"\", \"\");")
+    f("  const char* text = this->label();")
+    f("  std::sprintf(out + 56, \"%%8s\", text ? text : \"\");")
+    f("  std::sprintf(out + 64, \"%%8d\", subscript());")
+    f("}")
 
 
 def define_derived(model, w, e, held, name, form, argument):
@@ -1222,6 +1342,8 @@ def emit_common(model):
     for e in entries:
         if e.kind != "enum":
             w("class %s;", e.name)
+    for line in HAND_FORWARDS:
+        w(line)
     w("")
     for e in entries:
         if e.kind == "enum":
@@ -1295,6 +1417,8 @@ SUPPORT = """// Generated by schema/generate.py. Do not edit.
 
 #include <new>
 
+#include "igeslib_directory.h"
+#include "igeslib_schema_common.h"
 #include "lumo.h"
 
 // Where the part B lies inside an instance of C, measured on the prototype.
@@ -1334,6 +1458,22 @@ inline char igeslib_put_code(LumoObject* object, const char* name, int code, uns
   if (!enumerator) return 0;
   return object->putString(enumerator->name, attribute, index);
 }
+
+// The directory-record codec's shared steps (model/directory_codec.cpp).
+// Fresh selects for one record, made in the current design.
+igs_lineFont* igeslib_de_read_line_font(int field);
+igs_entity_level* igeslib_de_read_level(int field);
+igs_entity_view* igeslib_de_read_view(int field);
+igs_entity_color* igeslib_de_read_color(int field);
+// Eight columns each: blanks when the value is missing.
+void igeslib_de_write_pointer(char* out, igs_directory_entry* entity);
+void igeslib_de_write_definition(char* out, igs_directory_entry* entity);  // negated
+void igeslib_de_write_line_font(char* out, igs_lineFont* font);
+void igeslib_de_write_level(char* out, igs_entity_level* level);
+void igeslib_de_write_view(char* out, igs_entity_view* view);
+void igeslib_de_write_color(char* out, igs_entity_color* color);
+// Two columns: 00 for an unset status.
+void igeslib_de_write_status(char* out, int value);
 """
 
 
@@ -1358,12 +1498,75 @@ def emit_load(model):
     return w.text()
 
 
+ANY_FORM = -999999999
+ROWS_HEADER = "igeslib_entity_rows.h"
+
+
+def registry_rows(model):
+    """(entity, form, class, non-standard) for every row of the registry, sorted by
+    entity type and then form as signed numbers; 'other' is the row of all forms
+    not listed."""
+    rows, seen = [], {}
+    for s in model.schemas:
+        for e in s.entries:
+            d = e.directory
+            if not d or "forms" not in d:
+                continue
+            for f in d["forms"]:
+                form = ANY_FORM if f == "other" else f
+                key = (d["type"], form)
+                if key in seen:
+                    raise ModelError("%s: the registry row %d form %s of %s is also a row of %s"
+                                     % (e.where, key[0], f, e.name, seen[key]))
+                seen[key] = e.name
+                rows.append((d["type"], form, e.name, 1 if f in d["nonstd"] else 0))
+    rows.sort(key=lambda r: (r[0], r[1]))
+    return rows
+
+
+def emit_rows_header(rows):
+    w = Writer()
+    w("// Generated from the data-model source by schema/generate.py. Do not edit.")
+    w("// The entity-type registry as it stands at the start of every run: one row for each")
+    w("// (entity type, form) pair, sorted by entity type and then form.")
+    w("#pragma once")
+    w("")
+    w("#include \"%s\"", COMMON_HEADER)
+    w("")
+    w("struct IgeslibStaticEntityRow {")
+    w("  int entity;")
+    w("  int form;  // %d: every form of the type that has no row of its own", ANY_FORM)
+    w("  LumoTypePtr* type;")
+    w("  int nonstd;  // non-zero: not an entity of the standard")
+    w("};")
+    w("")
+    w("constexpr int igeslib_any_form = %d;", ANY_FORM)
+    w("constexpr unsigned igeslib_static_entity_count = %d;", len(rows))
+    w("extern const IgeslibStaticEntityRow igeslib_static_entity_table[%d];", len(rows))
+    return w.text()
+
+
+def emit_rows_source(rows):
+    w = Writer()
+    w("// Generated from the data-model source by schema/generate.py. Do not edit.")
+    w("#include \"%s\"", ROWS_HEADER)
+    w("")
+    w("const IgeslibStaticEntityRow igeslib_static_entity_table[%d] = {", len(rows))
+    for entity, form, name, nonstd in rows:
+        w("    {%d, %d, &lumotype_%s, %d},", entity, form, name, nonstd)
+    w("};")
+    return w.text()
+
+
 def emit(model, out):
     """Writes every generated file under out; a file whose text is unchanged is
     left alone, so that the build does not redo its work."""
     texts = {"include/" + COMMON_HEADER: emit_common(model),
              "src/" + SUPPORT_HEADER: SUPPORT, "src/igeslib_load.cpp": emit_load(model),
              "src/igeslib_builtin_schemas.cpp": emit_tables(model)}
+    rows = registry_rows(model)
+    texts["include/" + ROWS_HEADER] = emit_rows_header(rows)
+    texts["src/igeslib_entity_rows.cpp"] = emit_rows_source(rows)
     graph = {}
     for s in model.schemas:
         if s.internal:

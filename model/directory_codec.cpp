@@ -1,0 +1,130 @@
+// The steps that every class's directory-record members share: turning a DE pointer into
+// the entity it names, making the select objects of one record, and writing the eight-column
+// fields that hold a select or a reference. A field whose value is missing reads as an unset
+// value and writes as blanks; nothing here reports.
+#include <cstdio>
+
+#include "igeslib.h"
+#include "igeslib_binding_internal.h"
+
+igs_directory_entry* igeslib_resolve_de(int n) {
+  LumoDesign* design = LUMO.design();
+  auto* file = design ? lumo_cast<igs_iges_file>(design->rootObject()) : nullptr;
+  if (!file || n == 0) return nullptr;
+  ListOfigs_directory_entry* list = file->directory_entries();
+  if (!list) return nullptr;
+  unsigned index = (static_cast<unsigned>(n < 0 ? -(n + 1) : n - 1)) / 2;  // (|n| - 1) / 2
+  return (*list)[index];
+}
+
+igs_lineFont* igeslib_de_read_line_font(int field) {
+  auto* font = new (LUMO.design()) igs_lineFont;
+  if (field < 0)
+    font->_line_font_definition_entity(
+        lumo_cast<igs_line_font_definition_entity>(igeslib_resolve_de(field)));
+  else
+    font->_line_pattern(field);  // an unknown pattern leaves the select without a choice
+  return font;
+}
+
+igs_entity_level* igeslib_de_read_level(int field) {
+  auto* level = new (LUMO.design()) igs_entity_level;
+  if (field < 0)
+    level->_definition_levels_entity(
+        lumo_cast<igs_definition_levels_entity>(igeslib_resolve_de(field)));
+  else
+    level->_int_val(field);
+  return level;
+}
+
+igs_entity_view* igeslib_de_read_view(int field) {
+  auto* view = new (LUMO.design()) igs_entity_view;
+  igs_directory_entry* target = igeslib_resolve_de(field);
+  // A segmented views visible entity is not taken: the select then has no choice.
+  if (auto* v = lumo_cast<igs_view_entity>(target))
+    view->_view_entity(v);
+  else if (auto* visible = lumo_cast<igs_views_visible_entity>(target))
+    view->_views_visible_entity(visible);
+  else if (auto* coloured = lumo_cast<igs_views_visible_color_entity>(target))
+    view->_views_visible_color_entity(coloured);
+  return view;
+}
+
+igs_entity_color* igeslib_de_read_color(int field) {
+  auto* color = new (LUMO.design()) igs_entity_color;
+  if (field < 0)
+    color->_color_definition_entity(
+        lumo_cast<igs_color_definition_entity>(igeslib_resolve_de(field)));
+  else
+    color->_color_number(field);
+  return color;
+}
+
+namespace {
+
+void blanks(char* out) { std::sprintf(out, "%8s", ""); }
+
+}  // namespace
+
+void igeslib_de_write_definition(char* out, igs_directory_entry* entity) {
+  if (entity)
+    std::sprintf(out, "%8d", -entity->de_number);
+  else
+    blanks(out);
+}
+
+void igeslib_de_write_pointer(char* out, igs_directory_entry* entity) {
+  if (entity)
+    std::sprintf(out, "%8d", entity->de_number);
+  else
+    blanks(out);
+}
+
+void igeslib_de_write_line_font(char* out, igs_lineFont* font) {
+  if (!font)
+    blanks(out);
+  else if (font->is_line_font_definition_entity())
+    igeslib_de_write_definition(out, font->_line_font_definition_entity());
+  else
+    std::sprintf(out, "%8d", static_cast<int>(font->_line_pattern()));  // zero if no choice
+}
+
+void igeslib_de_write_level(char* out, igs_entity_level* level) {
+  if (!level)
+    blanks(out);
+  else if (level->is_definition_levels_entity())
+    igeslib_de_write_definition(out, level->_definition_levels_entity());
+  else
+    std::sprintf(out, "%8d", level->_int_val());
+}
+
+void igeslib_de_write_view(char* out, igs_entity_view* view) {
+  igs_directory_entry* target = nullptr;
+  if (!view)
+    target = nullptr;
+  else if (view->is_view_entity())
+    target = view->_view_entity();
+  else if (view->is_views_visible_entity())
+    target = view->_views_visible_entity();
+  else if (view->is_views_visible_color_entity())
+    target = view->_views_visible_color_entity();
+  else if (view->is_segmented_views_visible_entity())
+    target = view->_segmented_views_visible_entity();
+  igeslib_de_write_pointer(out, target);  // a select with no choice writes blanks
+}
+
+void igeslib_de_write_color(char* out, igs_entity_color* color) {
+  if (!color)
+    blanks(out);
+  else if (color->is_color_definition_entity())
+    igeslib_de_write_definition(out, color->_color_definition_entity());
+  else
+    std::sprintf(out, "%8d", static_cast<int>(color->_color_number()));
+}
+
+void igeslib_de_write_status(char* out, int value) {
+  if (value == -1)
+    std::sprintf(out, "00");
+  else
+    std::sprintf(out, "0%1d", value);
+}
