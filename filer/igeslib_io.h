@@ -15,6 +15,8 @@ class igs_iges_file;
 class igs_global;
 class ListOfigs_datum;
 class ListOfigs_directory_entry;
+class ListOfigs_associativities;
+class ListOfigs_properties;
 
 // Outcome of the last token read.
 constexpr int PARAM_VALUE = 1;          // a value was read
@@ -94,6 +96,43 @@ struct IgeslibIO {
   void next_data();
   // Reports a token error at the current column and poisons the entity's parameters.
   void token_error(const char* message);
+
+  // --- writing ---
+  // Emits line as one record: in the P section a blank and the DE pointer in columns 65-72,
+  // then the section letter and the sequence number (which then counts up), and LF. Leaves
+  // line blank and column 0.
+  void write_line();
+  // Copies text (NUL included) into line at column, column unchanged; end_line writes it.
+  void write_raw_line(const char* text, bool end_line);
+  // The last index from 81 down to 1 holding the record delimiter, or 0; stored in column.
+  int find_record_delimiter();
+
+  // One parameter and its delimiter each. With zero_as_default set, 0, 0.0 and false go out
+  // as empty parameters; a null or empty string always does.
+  void write_int(int v);
+  void write_real(double v);
+  void write_logical(bool v);
+  void write_string(const char* s);
+  void write_empty_parameter();
+  // The value whatever it is. Numbers are never split over two records; a string, its
+  // length and the H kept together, runs over record ends.
+  void put_int(int v);
+  void put_logical(bool v);
+  void put_real(double v);
+  void put_string(const char* s);
+  // Turns the parameter delimiter behind the last parameter into the record delimiter and
+  // writes the record.
+  void writeendofrec();
+
+  // Section writers, in the order the file needs them. The D section is first written blank
+  // for room, and overwritten once the P section has given every entity its pointers.
+  void write_start_section(ListOfString* list);
+  void reserve_de_section(ListOfigs_directory_entry* list);
+  void write_pd_section(ListOfigs_directory_entry* list);
+  void write_assoc_prop(ListOfigs_associativities* associations,
+                        ListOfigs_properties* properties);
+  void write_terminate_section(ListOfigs_directory_entry* list);
+  void write_de_section(ListOfigs_directory_entry* list);
 };
 
 // Runs body(context) and answers true, or false when a fatal read error ended it. The read

@@ -1,0 +1,328 @@
+// The writer: records, parameter tokens and the section frames. A record is assembled in line,
+// which holds blanks between uses; column is where the next character goes and end_column the
+// last column of free-form data. write_line is the one place that emits a record. Numbers are
+// written in the "C" locale's form whatever the process locale is.
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include <igeslib.h>
+
+#include "igeslib_io.h"
+
+namespace {
+
+// Columns of a written record, 0-based.
+constexpr int kPointerColumn = 65;   // P section: DE pointer, "%7d"
+constexpr int kLetterColumn = 72;    // section letter
+constexpr int kSequenceColumn = 73;  // sequence number, "%7d"
+constexpr int kLineEnd = 80;         // LF
+constexpr int kStartLength = 72;     // longest Start section text
+
+// Room for any integer or real token and its NUL.
+constexpr int kTokenLength = 32;
+
+// The text "%d" gives, NUL-terminated; its length.
+int int_text(int v, char* out) {
+  auto result = std::to_chars(out, out + kTokenLength - 1, v);
+  *result.ptr = '\0';
+  return static_cast<int>(result.ptr - out);
+}
+
+// The text "%.15G" gives in the "C" locale, NUL-terminated; its length. to_chars follows the
+// "C" locale's printf exactly and never a process locale's decimal mark.
+int g15_text(double v, char* out) {
+  auto result = std::to_chars(out, out + kTokenLength - 2, v, std::chars_format::general, 15);
+  *result.ptr = '\0';
+  for (char* p = out; p != result.ptr; ++p)
+    if (*p >= 'a' && *p <= 'z') *p = static_cast<char>(*p - 'a' + 'A');
+  return static_cast<int>(result.ptr - out);
+}
+
+// A real as a token: "%.15G", a point behind a whole number (or behind any text that has
+// neither point nor exponent), and a D for the exponent letter.
+int real_text(double v, char* out) {
+  double whole = 0.0;
+  double fraction = std::modf(v, &whole);
+  int n = g15_text(v, out);
+  if (fraction == 0.0 || (!std::strchr(out, '.') && !std::strchr(out, 'E'))) {
+    out[n++] = '.';
+    out[n] = '\0';
+  }
+  if (char* e = std::strchr(out, 'E')) *e = 'D';
+  return n;
+}
+
+// The registry row of exactly (entity, form), or null.
+IgeslibEntityData* written_row(IgeslibEntityTable& table, int entity, int form) {
+  unsigned low = 0, high = table.count;
+  while (low < high) {
+    unsigned mid = low + (high - low) / 2;
+    IgeslibEntityData* row = table.rows[mid];
+    if (row->entity == entity && row->form == form) return row;
+    if (row->entity < entity || (row->entity == entity && row->form < form))
+      low = mid + 1;
+    else
+      high = mid;
+  }
+  return nullptr;
+}
+
+// The DE number of the entity a back-pointer list entry selects; 0 when it selects none.
+int selected_number(LumoObject* entry) {
+  if (!entry) return 0;
+  auto* target = dynamic_cast<igs_directory_entry*>(entry->getObject(0));
+  return target ? target->de_number : 0;
+}
+
+template <class List>
+unsigned size_of(List* list) {
+  return list ? list->size() : 0;
+}
+
+}  // namespace
+
+void IgeslibIO::write_line() {
+  if (f_rec_section == 'P') {
+    line[64] = ' ';
+    std::snprintf(line + kPointerColumn, sizeof line - kPointerColumn, "%7d", back_pointer);
+  }
+  line[kLetterColumn] = f_rec_section;
+  std::snprintf(line + kSequenceColumn, sizeof line - kSequenceColumn, "%7d", sequence_number);
+  ++sequence_number;
+  line[kLineEnd] = '\n';
+  line[kLineEnd + 1] = '\0';
+  std::fputs(line, fp);
+  column = 0;
+  std::memset(line, ' ', sizeof line - 1);
+  line[sizeof line - 1] = '\0';
+}
+
+void IgeslibIO::write_raw_line(const char* text, bool end_line) {
+  if (text) {
+    // The text and its NUL, cut only where it would leave the buffer.
+    std::size_t room = sizeof line - 1 - static_cast<std::size_t>(column);
+    std::size_t n = std::min(std::strlen(text), room);
+    std::memcpy(line + column, text, n);
+    line[column + static_cast<int>(n)] = '\0';
+  }
+  if (end_line) write_line();
+}
+
+int IgeslibIO::find_record_delimiter() {
+  column = 0;
+  for (int i = 81; i >= 1; --i) {
+    if (line[i] == record_delimiter) {
+      column = i;
+      break;
+    }
+  }
+  return column;
+}
+
+// --- tokens ---
+
+void IgeslibIO::write_empty_parameter() {
+  if (column > end_column) write_line();
+  line[column++] = param_delimiter;
+}
+
+void IgeslibIO::write_int(int v) {
+  if (zero_as_default && v == 0)
+    write_empty_parameter();
+  else
+    put_int(v);
+}
+
+void IgeslibIO::write_real(double v) {
+  if (zero_as_default && v == 0.0)
+    write_empty_parameter();
+  else
+    put_real(v);
+}
+
+void IgeslibIO::write_logical(bool v) {
+  if (zero_as_default && !v)
+    write_empty_parameter();
+  else
+    put_logical(v);
+}
+
+void IgeslibIO::write_string(const char* s) {
+  if (!s || !*s)
+    write_empty_parameter();
+  else
+    put_string(s);
+}
+
+// A number token and its delimiter on this record when both fit in the data columns; else
+// the rest of the record is blanked, written, and the token goes to the next one.
+static void place_number(IgeslibIO& io, const char* text, int length) {
+  if (io.column > io.end_column) io.write_line();
+  if (io.column + length > io.end_column) {
+    std::memset(io.line + io.column, ' ', static_cast<std::size_t>(io.end_column - io.column + 1));
+    io.write_line();
+  }
+  std::memcpy(io.line + io.column, text, static_cast<std::size_t>(length));
+  io.column += length;
+  io.line[io.column++] = io.param_delimiter;
+}
+
+void IgeslibIO::put_int(int v) {
+  char text[kTokenLength];
+  place_number(*this, text, int_text(v, text));
+}
+
+void IgeslibIO::put_logical(bool v) { put_int(v ? 1 : 0); }
+
+void IgeslibIO::put_real(double v) {
+  char text[kTokenLength];
+  place_number(*this, text, real_text(v, text));
+}
+
+void IgeslibIO::put_string(const char* s) {
+  int n = static_cast<int>(std::strlen(s));
+  put_int(n);
+  line[column - 1] = 'H';
+  if (column > end_column) write_line();
+  // The text and its NUL, a record written whenever the data columns are full; the NUL's
+  // place then takes the delimiter.
+  for (int i = 0; i <= n; ++i) {
+    if (column > end_column) write_line();
+    line[column++] = s[i];
+  }
+  line[column - 1] = param_delimiter;
+}
+
+void IgeslibIO::writeendofrec() {
+  if (column > 0 && line[column - 1] == param_delimiter) {
+    line[column - 1] = record_delimiter;
+    write_line();
+  } else {
+    report_error("writeendofrec: free form data missing last parameter delimiter", -1);
+  }
+}
+
+// --- sections ---
+
+void IgeslibIO::write_start_section(ListOfString* list) {
+  sequence_number = 1;
+  f_rec_section = 'S';
+  start_count = static_cast<int>(size_of(list));
+  for (int i = 0; i < start_count; ++i) {
+    const char* text = (*list)[static_cast<unsigned>(i)];
+    if (!text) text = "";
+    std::size_t n = std::strlen(text);
+    std::size_t kept = std::min(n, sizeof line - 1);
+    std::memcpy(line, text, kept);
+    line[kept] = '\0';
+    if (n > kStartLength) {
+      report_error("write_start_section: start section record longer than 72 characters",
+                   kStartLength);
+      // The rest of the section is not written; the next section starts on a blank record.
+      std::memset(line, ' ', sizeof line - 1);
+      line[sizeof line - 1] = '\0';
+      column = 0;
+      return;
+    }
+    line[n] = ' ';
+    write_line();
+  }
+  if (start_count == 0) {
+    write_line();
+    start_count = 1;
+  }
+}
+
+void IgeslibIO::reserve_de_section(ListOfigs_directory_entry* list) {
+  std::fgetpos(fp, &section_position);
+  sequence_number = 1;
+  f_rec_section = 'D';
+  directory_count = static_cast<int>(size_of(list)) * 2;
+  for (int i = 0; i < directory_count; ++i) write_line();
+}
+
+void IgeslibIO::write_pd_section(ListOfigs_directory_entry* list) {
+  unsigned n = size_of(list);
+  // Every entity has its number before any is written, so forward pointers are known.
+  for (unsigned i = 0; i < n; ++i)
+    if (igs_directory_entry* entity = (*list)[i]) entity->de_number = static_cast<int>(2 * i + 1);
+
+  sequence_number = 1;
+  f_rec_section = 'P';
+  end_column = 63;
+  for (unsigned i = 0; i < n; ++i) {
+    igs_directory_entry* entity = (*list)[i];
+    if (!entity) continue;
+    entity->pd_pointer = sequence_number;
+    back_pointer = entity->de_number;
+    int type = entity->entity_type();
+    put_int(type);
+    if (type >= 0) {
+      if (IgeslibEntityData* row = written_row(entity_table, type, entity->form())) ++row->count;
+    } else {
+      ++entity_table.other_count;
+    }
+    entity->pdwrite();
+    write_assoc_prop(entity->associations(), entity->properties());
+    writeendofrec();
+    entity->pd_line_count = sequence_number - entity->pd_pointer;
+  }
+  parameter_count = sequence_number - 1;
+}
+
+void IgeslibIO::write_assoc_prop(ListOfigs_associativities* associations,
+                                 ListOfigs_properties* properties) {
+  unsigned n_associations = size_of(associations);
+  unsigned n_properties = size_of(properties);
+  if (n_associations > 0) {
+    put_int(static_cast<int>(n_associations));
+    for (unsigned i = 0; i < n_associations; ++i) put_int(selected_number((*associations)[i]));
+  }
+  if (n_properties > 0) {
+    if (n_associations == 0) {
+      if (zero_as_default)
+        write_empty_parameter();
+      else
+        put_int(0);
+    }
+    put_int(static_cast<int>(n_properties));
+    for (unsigned i = 0; i < n_properties; ++i) put_int(selected_number((*properties)[i]));
+  }
+}
+
+void IgeslibIO::write_terminate_section(ListOfigs_directory_entry* list) {
+  sequence_number = 1;
+  f_rec_section = 'T';
+  const struct {
+    char letter;
+    int count;
+  } fields[4] = {{'S', start_count},
+                 {'G', global_count},
+                 {'D', static_cast<int>(size_of(list)) * 2},
+                 {'P', parameter_count}};
+  for (int k = 0; k < 4; ++k) {
+    line[8 * k] = fields[k].letter;
+    std::snprintf(line + 8 * k + 1, sizeof line - 8 * k - 1, "%7d", fields[k].count);
+  }
+  line[32] = ' ';
+  write_line();
+}
+
+void IgeslibIO::write_de_section(ListOfigs_directory_entry* list) {
+  std::fsetpos(fp, &section_position);
+  sequence_number = 1;
+  f_rec_section = 'D';
+  unsigned n = size_of(list);
+  directory_count = static_cast<int>(n) * 2;
+  for (unsigned i = 0; i < n; ++i) {
+    igs_directory_entry* entity = (*list)[i];
+    // An empty slot keeps its two blank records, so the numbering of the others holds.
+    if (entity) entity->de_write_record_one(line);
+    write_line();
+    if (entity) entity->de_write_record_two(line);
+    write_line();
+  }
+}
