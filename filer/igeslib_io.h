@@ -68,6 +68,9 @@ struct IgeslibIO {
   IgeslibIO* read_start_section(ListOfString* list);
   // Compares the counts of the T record with the records read; reports only.
   void parse_terminate_section();
+  // The delimiters and parameters 3 to 26 of the G records into global, then past the rest of
+  // them; null when a delimiter or the parameter list was wrong.
+  IgeslibIO* parse_global_section(igs_global* global);
 
   // --- parameter tokens ---
   // Guards called by entity code: the zero of the type, reading nothing, once the record is

@@ -1,0 +1,351 @@
+// The Global section on reading: the two delimiters, parameters 3 to 26 and their defaults,
+// the coded units and drafting standard, the version warning, parameters past the 26th, and
+// a few Global sections of real files.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "filer_fixture.h"
+#include "model/model_support.h"
+
+using igeslib_test::FilerOver;
+using igeslib_test::IgesText;
+using Errors = std::vector<std::string>;
+
+namespace {
+
+// The Global section of the file read from bytes, with the S records skipped and what went to
+// standard output kept.
+struct GlobalRead {
+  explicit GlobalRead(const std::string& bytes, bool quiet = false,
+                      int unit_before = -1) : filer(bytes) {
+    global = new (design.design) igs_global;
+    if (unit_before >= 0) global->unit_flag(unit_before);
+    char was_quiet = LUMO.quiet();
+    LUMO.quiet(quiet);
+    testing::internal::CaptureStdout();
+    completed = igeslib_catch_abort([this] {
+      do io().read_record();
+      while (io().f_rec_section == 'S');
+      result = io().parse_global_section(global);
+    });
+    out = testing::internal::GetCapturedStdout();
+    LUMO.quiet(was_quiet);
+  }
+  IgeslibIO& io() { return filer.io; }
+
+  ScratchDesign design{"global"};
+  igs_global* global = nullptr;
+  FilerOver filer;
+  bool completed = false;
+  IgeslibIO* result = nullptr;
+  std::string out;
+};
+
+// A file of one S record, the given G records, one D record and the T record.
+std::string file_of(const std::vector<std::string>& g) {
+  IgesText text;
+  text.S("a test file");
+  for (const std::string& line : g) text.G(line);
+  return text.D("     110       1       0       0       0       0       0       000000000").T().str();
+}
+
+// A full Global section whose delimiters, version and end are the test's.
+std::vector<std::string> section(const std::string& delimiters, const std::string& version,
+                                 const std::string& end = "4Hmil1;") {
+  return {delimiters + "4Hsend,8Hpart.igs,6Hsystem,3H1.0,32,38,6,308,15,4Hrecv,0.5D1,2,",
+          "2HMM,4,0.02,15H20240101.120000,1.0D-4,1.5d2,6Hauthor,3Horg,",
+          version + ",7,15H20240102.130000," + end};
+}
+
+const char* const kWarning20 =
+    "\tWARNING: File uses IGES specification 2.0\n\tThis IGES filer expects version 4 or 5.x\n";
+
+}  // namespace
+
+TEST(Global, EveryParameterOfAFullSection) {
+  GlobalRead r(file_of(section("1H,,1H;,", "11")));
+  ASSERT_TRUE(r.completed);
+  EXPECT_EQ(r.result, &r.io());
+  EXPECT_EQ(r.filer.errors(), Errors{});
+  EXPECT_EQ(r.out, "");
+  igs_global* g = r.global;
+  EXPECT_STREQ(g->parameter_delimiter(), ",");
+  EXPECT_STREQ(g->record_delimiter(), ";");
+  EXPECT_STREQ(g->product_identification_sender(), "send");
+  EXPECT_STREQ(g->file_name(), "part.igs");
+  EXPECT_STREQ(g->system_id(), "system");
+  EXPECT_STREQ(g->preprocessor_version(), "1.0");
+  EXPECT_EQ(g->number_of_binary_bits(), 32);
+  EXPECT_EQ(g->single_precision_magnitude(), 38);
+  EXPECT_EQ(g->single_precision_significance(), 6);
+  EXPECT_EQ(g->double_precision_magnitude(), 308);
+  EXPECT_EQ(g->double_precision_significance(), 15);
+  EXPECT_STREQ(g->product_identification_receiver(), "recv");
+  EXPECT_EQ(g->model_space_scale(), 5.0);  // Fortran D exponents, either case
+  EXPECT_EQ(g->unit_flag(), igs_unitFlag_millimeters);
+  EXPECT_STREQ(g->units(), "MM");
+  EXPECT_EQ(g->max_num_line_weight_gradations(), 4);
+  EXPECT_EQ(g->width_max_line_weight(), 0.02);
+  EXPECT_STREQ(g->date_time_file_generation(), "20240101.120000");
+  EXPECT_EQ(g->min_resolution(), 1.0e-4);
+  EXPECT_EQ(g->max_coordinate_value(), 150.0);
+  EXPECT_STREQ(g->author(), "author");
+  EXPECT_STREQ(g->organization(), "org");
+  EXPECT_EQ(g->version(), 11);
+  EXPECT_EQ(g->drafting_standard_code(), igs_draftingStandardCode_JIS);
+  EXPECT_STREQ(g->date_time_created_modified(), "20240102.130000");
+  EXPECT_STREQ(g->milspec(), "mil1");
+
+  // Past the G records, and the D section's place kept for its phase.
+  EXPECT_EQ(r.io().global_count, 3);
+  EXPECT_EQ(r.io().f_rec_section, 'D');
+  ASSERT_EQ(std::fsetpos(r.io().fp, &r.io().section_position), 0);
+  ASSERT_TRUE(r.filer.next());
+  EXPECT_EQ(r.io().f_rec_section, 'D');
+  EXPECT_EQ(r.io().sequence_number, 1);
+}
+
+TEST(Global, Delimiters) {
+  struct Case {
+    const char* delimiters;
+    const char* parameter;  // stored
+    const char* record;
+    bool fails;
+    Errors errors;
+  };
+  const Case cases[] = {
+      {",,", ",", ";", false, {}},
+      {"1H//1H;/", "/", ";", false, {}},
+      {"1H##1H!#", "#", "!", false, {}},
+      // The parameter delimiter must be followed by itself.
+      // Neither delimiter is then read: both are reported, and the ones in force stay.
+      {"1H/,", "", "", true,
+       {"2:4 Missing delimiter after string value",
+        "2:4 Parameter delimiter must be a single character",
+        "2:4 Record delimiter must be a single character"}},
+      // Too long: the first character wins, and the rest is read on to its end.
+      {"2H,,,1H;,", ",", ";", true, {"2:6 Parameter delimiter must be a single character"}},
+      {",2H;;,", ",", ";", true, {"2:7 Record delimiter must be a single character"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.delimiters);
+    std::string d = c.delimiters;
+    char p = c.parameter[0] ? c.parameter[0] : ',';
+    char e = c.record[0] ? c.record[0] : ';';
+    // The rest of the section, written with the delimiters that should be in force.
+    std::string rest = "4Hsend" + std::string(1, p) + "8Hpart.igs" + std::string(1, e);
+    GlobalRead r(file_of({d + rest}), true);
+    ASSERT_TRUE(r.completed);
+    EXPECT_EQ(r.result == nullptr, c.fails);
+    EXPECT_EQ(r.filer.errors(), c.errors);
+    EXPECT_STREQ(r.global->parameter_delimiter(), c.parameter);
+    EXPECT_STREQ(r.global->record_delimiter(), c.record);
+    EXPECT_EQ(r.io().param_delimiter, p);
+    EXPECT_EQ(r.io().record_delimiter, e);
+    if (c.record[0]) {
+      EXPECT_STREQ(r.global->product_identification_sender(), "send");
+      EXPECT_STREQ(r.global->file_name(), "part.igs");
+    }
+    EXPECT_EQ(r.io().global_count, 1);
+  }
+}
+
+TEST(Global, VersionAndItsWarning) {
+  struct Case {
+    const char* version;
+    bool quiet;
+    int stored;
+    std::string out;
+  };
+  const std::string tail = "\tThis IGES filer expects version 4 or 5.x\n";
+  const Case cases[] = {
+      {"", false, 3, kWarning20},
+      {"", true, 3, ""},
+      {"0", false, 0, kWarning20},
+      {"-2", false, -2, kWarning20},
+      {"1", false, 1, "\tWARNING: File uses IGES specification 1.0\n" + tail},
+      {"2", false, 2, "\tWARNING: File uses IGES specification 1.0\n" + tail},
+      {"3", false, 3, kWarning20},
+      {"4", false, 4, "\tWARNING: File uses IGES specification 3.0\n" + tail},
+      {"5", false, 5, "\tWARNING: File uses IGES specification 3.0\n" + tail},
+      {"5", true, 5, ""},
+      {"6", false, 6, ""},
+      {"99", false, 99, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string("version '") + c.version + "'");
+    GlobalRead r(file_of(section(",,", c.version)), c.quiet);
+    ASSERT_TRUE(r.completed);
+    EXPECT_NE(r.result, nullptr);
+    EXPECT_EQ(r.filer.errors(), Errors{});
+    EXPECT_EQ(r.global->version(), c.stored);
+    EXPECT_EQ(r.out, c.out);
+  }
+}
+
+TEST(Global, AShortListGivesTheDefaults) {
+  GlobalRead r(file_of({",,;"}));
+  ASSERT_TRUE(r.completed);
+  EXPECT_EQ(r.result, &r.io());
+  EXPECT_EQ(r.filer.errors(), Errors{});
+  igs_global* g = r.global;
+  EXPECT_STREQ(g->parameter_delimiter(), ",");
+  EXPECT_STREQ(g->record_delimiter(), ";");
+  EXPECT_EQ(g->file_name(), nullptr);
+  EXPECT_EQ(g->number_of_binary_bits(), 0);
+  EXPECT_EQ(g->model_space_scale(), 0.0);  // not 1.0
+  EXPECT_EQ(g->unit_flag(), igs_unitFlag_none);
+  EXPECT_EQ(g->max_num_line_weight_gradations(), 1);
+  EXPECT_EQ(g->version(), 3);
+  EXPECT_EQ(g->drafting_standard_code(), igs_draftingStandardCode_none);
+  EXPECT_EQ(g->milspec(), nullptr);
+  EXPECT_EQ(r.out, kWarning20);
+}
+
+TEST(Global, CodesWithNoEnumeratorLeaveTheValue) {
+  std::vector<std::string> g = section(",,", "11");
+  g[0].replace(g[0].rfind(",2,"), 3, ",99,");
+  g[2].replace(g[2].find(",7,"), 3, ",8,");
+  GlobalRead r(file_of(g), true, 3);
+  ASSERT_TRUE(r.completed);
+  EXPECT_NE(r.result, nullptr);
+  EXPECT_EQ(r.global->unit_flag(), igs_unitFlag_unspecified);
+  EXPECT_EQ(r.global->drafting_standard_code(), igs_draftingStandardCode_unset);
+  EXPECT_STREQ(r.global->milspec(), "mil1");
+}
+
+TEST(Global, ParametersPastTheLast) {
+  const char* const unknown = "parsing global section: Global section contains unknown parameters";
+  struct Case {
+    const char* end;
+    bool fails;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"4Hmil1,5;", true, unknown},
+      {"4Hmil1,5,", true, unknown},  // no record delimiter needed
+      {"4Hmil1,,;", true, unknown},
+      // The extra parameter is read as an integer: a string there is a token error, which
+      // ends the list without failing the section.
+      {"4Hmil1,3Habc;", false, "Missing delimiter after integer value"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.end);
+    GlobalRead r(file_of(section(",,", "11", c.end)), true);
+    ASSERT_TRUE(r.completed);
+    EXPECT_EQ(r.result == nullptr, c.fails);
+    ASSERT_EQ(r.filer.errors().size(), 1u);
+    EXPECT_EQ(r.filer.errors()[0].substr(r.filer.errors()[0].find(' ') + 1), c.message);
+    EXPECT_STREQ(r.global->milspec(), "mil1");
+    EXPECT_EQ(r.io().global_count, 3);
+  }
+}
+
+TEST(Global, AWrongHollerithCountPoisonsTheRestButDoesNotFail) {
+  struct Case {
+    const char* name;
+    const char* error;  // where the delimiter was looked for
+  };
+  for (const Case& c : {Case{"9Hpart.igs,", "2:21 Missing delimiter after string value"},
+                        Case{"7Hpart.igs,", "2:19 Missing delimiter after string value"}}) {
+    SCOPED_TRACE(c.name);
+    std::vector<std::string> g = section(",,", "11");
+    g[0].replace(g[0].find("8Hpart.igs,"), 11, c.name);
+    GlobalRead r(file_of(g));
+    ASSERT_TRUE(r.completed);
+    EXPECT_EQ(r.result, &r.io());
+    EXPECT_EQ(r.filer.errors(), Errors{c.error});
+    EXPECT_STREQ(r.global->product_identification_sender(), "send");
+    EXPECT_EQ(r.global->file_name(), nullptr);
+    EXPECT_EQ(r.global->number_of_binary_bits(), 0);
+    EXPECT_EQ(r.global->max_num_line_weight_gradations(), 1);
+    EXPECT_EQ(r.global->version(), 3);
+    EXPECT_EQ(r.out, kWarning20);
+    EXPECT_EQ(r.io().global_count, 3);
+  }
+}
+
+TEST(Global, NoGlobalSection) {
+  GlobalRead r(IgesText()
+                   .S("a test file")
+                   .S("second start record")
+                   .D("     110       1       0       0       0       0       0       000000000")
+                   .T()
+                   .str());
+  ASSERT_TRUE(r.completed);
+  EXPECT_EQ(r.result, nullptr);
+  EXPECT_EQ(r.filer.errors(),
+            Errors{"3:73 Global section does not follow the start section in the file"});
+  EXPECT_EQ(r.io().global_count, 0);
+  EXPECT_EQ(r.io().line_number, 3);  // no record skipped
+  EXPECT_EQ(r.io().f_rec_section, 'D');
+  EXPECT_EQ(r.global->version(), 0);
+  EXPECT_EQ(r.out, "");
+}
+
+namespace {
+
+// A file of the shared corpus, read up to the end of its Global section.
+struct CorpusGlobal {
+  explicit CorpusGlobal(const char* name) {
+    std::filesystem::path path = std::filesystem::path("../shared/corpus") / name;
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return;
+    std::ostringstream bytes;
+    bytes << in.rdbuf();
+    found = true;
+    read = std::make_unique<GlobalRead>(bytes.str());
+  }
+  bool found = false;
+  std::unique_ptr<GlobalRead> read;
+};
+
+}  // namespace
+
+TEST(GlobalCorpus, VersionFlagZeroAndAnEmptyString) {
+  CorpusGlobal c("occt__bug33327.igs");
+  if (!c.found) GTEST_SKIP() << "../shared/corpus/occt__bug33327.igs is absent";
+  GlobalRead& r = *c.read;
+  ASSERT_TRUE(r.completed);
+  EXPECT_EQ(r.result, &r.io());
+  EXPECT_EQ(r.filer.errors(), Errors{});
+  igs_global* g = r.global;
+  EXPECT_STREQ(g->product_identification_sender(), "");
+  EXPECT_STREQ(g->file_name(), "C:\\Users\\Andi_men\\Downloads\\Ban_t1.iges");
+  EXPECT_STREQ(g->system_id(), "C3D-based application");
+  EXPECT_EQ(g->unit_flag(), igs_unitFlag_millimeters);
+  EXPECT_EQ(g->max_num_line_weight_gradations(), 1000);
+  EXPECT_STREQ(g->date_time_file_generation(), "-17770108:094217");
+  EXPECT_EQ(g->min_resolution(), 1e-6);
+  EXPECT_EQ(g->max_coordinate_value(), 50000.0);
+  EXPECT_EQ(g->version(), 0);
+  EXPECT_EQ(g->drafting_standard_code(), igs_draftingStandardCode_none);
+  EXPECT_STREQ(g->date_time_created_modified(), "230208:094217");
+  EXPECT_EQ(r.out, kWarning20);
+  EXPECT_EQ(r.io().global_count, 3);
+  EXPECT_EQ(r.io().f_rec_section, 'D');
+}
+
+TEST(GlobalCorpus, AHollerithCountTooLarge) {
+  CorpusGlobal c("pythonocc__testfile.igs");
+  if (!c.found) GTEST_SKIP() << "../shared/corpus/pythonocc__testfile.igs is absent";
+  GlobalRead& r = *c.read;
+  ASSERT_TRUE(r.completed);
+  // 38H counts past the name and its delimiter; the next record's first character is then
+  // no delimiter, and every later parameter takes its default.
+  EXPECT_EQ(r.result, &r.io());
+  EXPECT_EQ(r.filer.errors(), Errors{"4:1 Missing delimiter after string value"});
+  EXPECT_EQ(r.global->product_identification_sender(), nullptr);
+  EXPECT_EQ(r.global->file_name(), nullptr);
+  EXPECT_EQ(r.global->unit_flag(), igs_unitFlag_none);
+  EXPECT_EQ(r.global->version(), 3);
+  EXPECT_EQ(r.out, kWarning20);
+  EXPECT_EQ(r.io().global_count, 11);
+  EXPECT_EQ(r.io().f_rec_section, 'D');
+}
