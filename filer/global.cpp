@@ -116,3 +116,80 @@ IgeslibIO* IgeslibIO::parse_global_section(igs_global* global) {
   global_count = line_number - first_line;
   return failed ? nullptr : this;
 }
+
+namespace {
+
+// Parameters 3 to 26 as the object holds them, but for the significances, which every
+// written file states as those of the doubles it writes.
+void write_global_parameters(IgeslibIO& io, igs_global* g) {
+  g->single_precision_significance_ = 7;
+  g->double_precision_significance_ = 15;
+  io.write_string(g->product_identification_sender());
+  io.write_string(g->file_name());
+  io.write_string(g->system_id());
+  io.write_string(g->preprocessor_version());
+  io.write_int(g->number_of_binary_bits());
+  io.write_int(g->single_precision_magnitude());
+  io.write_int(g->single_precision_significance());
+  io.write_int(g->double_precision_magnitude());
+  io.write_int(g->double_precision_significance());
+  io.write_string(g->product_identification_receiver());
+  io.write_real(g->model_space_scale());
+  io.write_int(g->unit_flag());  // the code; -1 when unset
+  io.write_string(g->units());
+  io.write_int(g->max_num_line_weight_gradations());
+  io.write_real(g->width_max_line_weight());
+  io.write_string(g->date_time_file_generation());
+  io.write_real(g->min_resolution());
+  io.write_real(g->max_coordinate_value());
+  io.write_string(g->author());
+  io.write_string(g->organization());
+  io.write_int(g->version());
+  io.write_int(g->drafting_standard_code());
+  io.write_string(g->date_time_created_modified());
+  // The one parameter that is left out, not emptied, when there is none.
+  if (g->milspec() && *g->milspec()) io.write_string(g->milspec());
+}
+
+}  // namespace
+
+void IgeslibIO::write_global_section(igs_global* global) {
+  sequence_number = 1;
+  end_column = 71;
+  f_rec_section = 'G';
+  param_delimiter = ',';
+  record_delimiter = ';';
+
+  const char* parameter = text_or_empty(global->parameter_delimiter());
+  if (std::strlen(parameter) > 1) {
+    report_error("write_global_section: parameter delimiter length > 1", -1);
+    return;
+  }
+  if (*parameter && *parameter != ',') {
+    param_delimiter = *parameter;
+    put_string(parameter);
+  } else {
+    write_empty_parameter();
+  }
+
+  const char* record = text_or_empty(global->record_delimiter());
+  if (std::strlen(record) > 1) {
+    report_error("write_global_section: record delimiter length > 1", -1);
+    return;
+  }
+  // Kept as files of this writer have always had them: a record delimiter of its own is
+  // stated with the parameter delimiter's text, and the default one as a bare comma whatever
+  // the parameter delimiter.
+  if (*record && *record != ';') {
+    record_delimiter = *record;
+    put_string(parameter);
+  } else {
+    if (column > end_column) write_line();
+    line[column++] = ',';
+  }
+
+  global->version(11);  // every written file claims version 11
+  write_global_parameters(*this, global);
+  writeendofrec();
+  global_count = sequence_number - 1;
+}

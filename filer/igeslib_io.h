@@ -136,6 +136,8 @@ struct IgeslibIO {
                         ListOfigs_properties* properties);
   void write_terminate_section(ListOfigs_directory_entry* list);
   void write_de_section(ListOfigs_directory_entry* list);
+  // The G records of global, which is left claiming version 11.
+  void write_global_section(igs_global* global);
 };
 
 // Runs body(context) and answers true, or false when a fatal read error ended it. The read

@@ -2,8 +2,10 @@
 // the coded units and drafting standard, the version warning, parameters past the 26th, and
 // a few Global sections of real files.
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -348,4 +350,116 @@ TEST(GlobalCorpus, AHollerithCountTooLarge) {
   EXPECT_EQ(r.out, kWarning20);
   EXPECT_EQ(r.io().global_count, 11);
   EXPECT_EQ(r.io().f_rec_section, 'D');
+}
+
+namespace {
+
+// The G records that write_global_section makes of global.
+struct GlobalWritten {
+  explicit GlobalWritten(igs_global* global) {
+    io.fp = std::tmpfile();
+    io.write_global_section(global);
+    std::fflush(io.fp);
+    std::rewind(io.fp);
+    for (int c; (c = std::fgetc(io.fp)) != EOF;) text += static_cast<char>(c);
+    std::fclose(io.fp);
+  }
+  // Columns 1 to 72 of each record, less trailing blanks.
+  std::vector<std::string> data() const {
+    std::vector<std::string> out;
+    for (std::size_t at = 0; at + 81 <= text.size(); at += 81) {
+      std::string d = text.substr(at, 72);
+      out.push_back(d.erase(d.find_last_not_of(' ') + 1));
+    }
+    return out;
+  }
+  igeslib_test::CapturedReports reports;
+  IgeslibIO io;
+  std::string text;
+};
+
+}  // namespace
+
+TEST(GlobalWrite, AbsentValuesAreEmptyParametersAndNoneIsLost) {
+  ScratchDesign design("global");
+  auto* g = new (design.design) igs_global;
+  g->version(5);
+  GlobalWritten w(g);
+  EXPECT_EQ(w.data(), std::vector<std::string>{",,,,,,,,7,,15,,,-1,,,,,,,,,11,-1,;"});
+  EXPECT_EQ(w.text.substr(72), "G      1\n");
+  EXPECT_EQ(w.io.global_count, 1);
+  EXPECT_EQ(g->version(), 11);
+  EXPECT_EQ(g->single_precision_significance(), 7);
+  EXPECT_EQ(g->double_precision_significance(), 15);
+}
+
+TEST(GlobalWrite, DelimitersOfTheFileOwn) {
+  struct Case {
+    const char* parameter;
+    const char* record;
+    const char* begins;  // the first record's data, up to the sender
+    char ends;
+    const char* error;  // null: no report, else nothing written
+  };
+  const Case cases[] = {
+      {",", ";", ",,4Hsend,", ';', nullptr},
+      {"", "", ",,4Hsend,", ';', nullptr},
+      // The default record delimiter goes out as a bare comma, whatever the parameter one.
+      {"/", ";", "1H//,4Hsend/", ';', nullptr},
+      // A record delimiter of its own is stated with the parameter delimiter's text.
+      {",", "!", ",1H,,4Hsend,", '!', nullptr},
+      {"/", "!", "1H//1H//4Hsend/", '!', nullptr},
+      {"//", ";", "", ' ', "write_global_section: parameter delimiter length > 1"},
+      {",", ";;", "", ' ', "write_global_section: record delimiter length > 1"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.parameter) + " " + c.record);
+    ScratchDesign design("global");
+    auto* g = new (design.design) igs_global;
+    g->parameter_delimiter(c.parameter);
+    g->record_delimiter(c.record);
+    g->product_identification_sender("send");
+    g->milspec("m");
+    GlobalWritten w(g);
+    std::vector<std::string> data = w.data();
+    if (c.error) {
+      EXPECT_EQ(w.text, "");
+      EXPECT_EQ(w.io.global_count, 0);
+      EXPECT_NE(w.reports.text().find(c.error), std::string::npos) << w.reports.text();
+      continue;
+    }
+    EXPECT_EQ(w.reports.count(), 0u) << w.reports.text();
+    ASSERT_EQ(data.size(), 1u);
+    EXPECT_EQ(data[0].substr(0, std::strlen(c.begins)), c.begins);
+    EXPECT_EQ(data[0].substr(data[0].size() - 4), std::string("1Hm") + c.ends);
+  }
+}
+
+TEST(GlobalWrite, ReadBackAfterWriting) {
+  GlobalRead first(file_of(section(",,", "5")), true);
+  ASSERT_NE(first.result, nullptr);
+  GlobalWritten w(first.global);
+  EXPECT_EQ(w.reports.count(), 0u) << w.reports.text();
+  EXPECT_EQ(w.io.global_count, 3);
+
+  IgesText text;
+  text.S("a test file");
+  for (std::size_t at = 0; at + 81 <= w.text.size(); at += 81) text.raw(w.text.substr(at, 80));
+  text.D("     110       1       0       0       0       0       0       000000000");
+  GlobalRead again(text.str(), true);
+  ASSERT_NE(again.result, nullptr);
+  EXPECT_EQ(again.filer.errors(), Errors{});
+  igs_global* a = first.global;
+  igs_global* b = again.global;
+  EXPECT_EQ(b->version(), 11);
+  EXPECT_EQ(b->single_precision_significance(), 7);
+  EXPECT_EQ(b->double_precision_significance(), 15);
+  EXPECT_STREQ(b->file_name(), a->file_name());
+  EXPECT_STREQ(b->date_time_file_generation(), a->date_time_file_generation());
+  EXPECT_EQ(b->model_space_scale(), a->model_space_scale());
+  EXPECT_EQ(b->min_resolution(), a->min_resolution());
+  EXPECT_EQ(b->max_coordinate_value(), a->max_coordinate_value());
+  EXPECT_EQ(b->unit_flag(), a->unit_flag());
+  EXPECT_EQ(b->drafting_standard_code(), a->drafting_standard_code());
+  EXPECT_STREQ(b->milspec(), a->milspec());
 }
