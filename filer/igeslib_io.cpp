@@ -1,6 +1,7 @@
 // Construction of the filer's state record and its fatal path.
 #include <cstring>
 
+#include "igeslib.h"
 #include "igeslib_io.h"
 
 namespace {
@@ -29,4 +30,10 @@ bool igeslib_catch_abort(void (*body)(void* context), void* context) {
   } catch (const IgeslibReadAbort&) {
     return false;
   }
+}
+
+IgeslibIO* igeslib_filer() {
+  LumoDesign* design = LUMO.design();
+  auto* file = design ? lumo_cast<igs_iges_file>(design->rootObject()) : nullptr;
+  return file ? file->igesFiler() : nullptr;
 }

@@ -14,6 +14,7 @@
 class igs_iges_file;
 class igs_global;
 class ListOfigs_datum;
+class igs_directory_entry;
 class ListOfigs_directory_entry;
 class ListOfigs_associativities;
 class ListOfigs_properties;
@@ -71,6 +72,19 @@ struct IgeslibIO {
   // The delimiters and parameters 3 to 26 of the G records into global, then past the rest of
   // them; null when a delimiter or the parameter list was wrong.
   IgeslibIO* parse_global_section(igs_global* global);
+
+  // --- directory and parameter data ---
+  // Two passes over the D records: the first makes an object of the registry's class for
+  // every pair, the second fills their fields, when every pointer can be resolved.
+  IgeslibIO* parse_de_section(ListOfigs_directory_entry* list);
+  // The second pass on one pair, the first record in line; the object is the one that the
+  // record's sequence number names.
+  void read_de_pair(ListOfigs_directory_entry* list);
+  // Hands each entity's P records to its pdread and reads the back-pointer lists behind
+  // them; a broken entity is left at the next change of DE pointer.
+  IgeslibIO* parse_pd_section(ListOfigs_directory_entry* list);
+  // The two back-pointer lists behind the entity's own parameters.
+  void assoc_prop_parse(igs_directory_entry* entity, ListOfigs_directory_entry* list);
 
   // --- parameter tokens ---
   // Guards called by entity code: the zero of the type, reading nothing, once the record is
@@ -132,13 +146,20 @@ struct IgeslibIO {
   void write_start_section(ListOfString* list);
   void reserve_de_section(ListOfigs_directory_entry* list);
   void write_pd_section(ListOfigs_directory_entry* list);
-  void write_assoc_prop(ListOfigs_associativities* associations,
-                        ListOfigs_properties* properties);
+  void write_assoc_prop(ListOfigs_associativities* associations, ListOfigs_properties* properties);
   void write_terminate_section(ListOfigs_directory_entry* list);
   void write_de_section(ListOfigs_directory_entry* list);
   // The G records of global, which is left claiming version 11.
   void write_global_section(igs_global* global);
 };
+
+// The working record of the run under way: that of the file object at the root of the current
+// design. Null when no read or write is running there.
+IgeslibIO* igeslib_filer();
+
+// The entity that DE pointer n names in list: place (n - 1) / 2, truncated toward zero; null
+// when that place is negative or past the end.
+igs_directory_entry* igeslib_entity_at(ListOfigs_directory_entry* list, int n);
 
 // Runs body(context) and answers true, or false when a fatal read error ended it. The read
 // driver runs its phases under this; nothing else catches a fatal read error.

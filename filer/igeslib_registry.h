@@ -5,9 +5,12 @@
 
 class LumoDomain;
 
+// The form of the rows that serve every form of their type that has no row of its own.
+constexpr int igeslib_other_forms = -999999999;
+
 struct IgeslibEntityData {
   int entity = 0;
-  int form = 0;  // -999999999: every form that has no row of its own
+  int form = 0;  // igeslib_other_forms: every form that has no row of its own
   LumoDomain* domain = nullptr;
   int nonstd = 0;  // non-zero: not an entity of the standard
   unsigned count = 0;
@@ -19,8 +22,28 @@ struct IgeslibEntityTable {
   unsigned capacity = 0;
   int other_count = 0;  // entities written whose entity type is negative
 
-  IgeslibEntityTable() = default;
+  // The rows every run starts from, with room for 30 more.
+  IgeslibEntityTable();
   IgeslibEntityTable(const IgeslibEntityTable&) = delete;
   IgeslibEntityTable& operator=(const IgeslibEntityTable&) = delete;
   ~IgeslibEntityTable();
+
+  // The row of exactly (entity, form), or null.
+  IgeslibEntityData* find_entity_data(int entity, int form) const;
+  // The class of the type's row for all other forms; the raw-text class when the type has
+  // no such row, even if some of its forms are known.
+  LumoDomain* find_domain(int entity) const;
+  // The row of (entity, form), made with count and flag 0 when it is new; the rows stay
+  // sorted.
+  IgeslibEntityData* add_entity_data(int entity, int form, LumoDomain* domain);
 };
+
+// Accessors of one row; each is safe on a null row.
+void igeslib_increment_count(IgeslibEntityData* row);
+unsigned igeslib_get_count(IgeslibEntityData* row);
+LumoDomain* igeslib_get_domain(IgeslibEntityData* row);
+void igeslib_set_domain(IgeslibEntityData* row, LumoDomain* domain);
+int igeslib_get_entity(IgeslibEntityData* row);
+int igeslib_get_form(IgeslibEntityData* row);
+int igeslib_is_nonstd(IgeslibEntityData* row);
+void igeslib_set_nonstd(IgeslibEntityData* row, int flag);

@@ -55,21 +55,6 @@ int real_text(double v, char* out) {
   return n;
 }
 
-// The registry row of exactly (entity, form), or null.
-IgeslibEntityData* written_row(IgeslibEntityTable& table, int entity, int form) {
-  unsigned low = 0, high = table.count;
-  while (low < high) {
-    unsigned mid = low + (high - low) / 2;
-    IgeslibEntityData* row = table.rows[mid];
-    if (row->entity == entity && row->form == form) return row;
-    if (row->entity < entity || (row->entity == entity && row->form < form))
-      low = mid + 1;
-    else
-      high = mid;
-  }
-  return nullptr;
-}
-
 // The DE number of the entity a back-pointer list entry selects; 0 when it selects none.
 int selected_number(LumoObject* entry) {
   if (!entry) return 0;
@@ -261,7 +246,7 @@ void IgeslibIO::write_pd_section(ListOfigs_directory_entry* list) {
     int type = entity->entity_type();
     put_int(type);
     if (type >= 0) {
-      if (IgeslibEntityData* row = written_row(entity_table, type, entity->form())) ++row->count;
+      igeslib_increment_count(entity_table.find_entity_data(type, entity->form()));
     } else {
       ++entity_table.other_count;
     }

@@ -72,6 +72,7 @@ class Entry:
         self.directory = None
         self.derived = []         # (name, form, argument, where)
         self.parameters = None
+        self.parameter_code = False  # pdread and pdwrite written by hand
 
     @property
     def dictionary_name(self):
@@ -300,6 +301,10 @@ def parse(text, filename, model=None):
                 parse_derived(current, rest.strip(), where)
             elif line.startswith("parameters:"):
                 current.parameters = line[len("parameters:"):].strip()
+            elif line == "parameters hand":
+                if current.kind != "entity":
+                    raise ModelError("%s: only an entity has parameter code" % where)
+                current.parameter_code = True
             else:
                 parse_attributes(current, line, where)
             continue
@@ -853,6 +858,9 @@ def declare_class(model, w, e):
         w("  void de_read_record_two(int* const fields, char* label) override;")
         w("  void de_write_record_one(char* out) override;")
         w("  void de_write_record_two(char* out) override;")
+    if e.parameter_code:
+        w("  void pdread() override;")
+        w("  void pdwrite() override;")
     for line in HAND_MEMBERS.get(e.name, ()):
         w(line)
     w("")
@@ -877,8 +885,16 @@ HAND_MEMBERS = {
         "  // The entities of the file in directory order. Outside a run (directory_populated",
         "  // zero) the list is gathered afresh from the current design on every call.",
         "  ListOfigs_directory_entry* directory_entries();",
-        "  // The working record of the read or write under way; null when idle.",
+        "  // The working record of the read or write under way; null after a read, and stale",
+        "  // after a write: ask for it only during a run.",
         "  IgeslibIO* igesFiler();",
+        "  // Reads a whole IGES file into this design; null after a fatal error, or when a",
+        "  // Start or Global section fails with strict set. The stream is left open.",
+        "  igs_iges_file* read(FILE* stream, char strict);",
+        "  igs_iges_file* read(const char* path, char strict);",
+        "  // Writes every entity of the current design; zero_as_default leaves zeros out.",
+        "  igs_iges_file* write(FILE* stream, char zero_as_default);",
+        "  igs_iges_file* write(const char* path, char zero_as_default);",
         "  IgeslibIO* filer_ = nullptr;",
         "  int directory_populated = 0;",
         "  ListOfigs_directory_entry directory_list_;",
@@ -1335,6 +1351,8 @@ def emit_common(model):
     w("// Generated from the data-model source by schema/generate.py. Do not edit.")
     w("// Names of every class, enumeration and descriptor of the data model.")
     w("#pragma once")
+    w("")
+    w("#include <cstdio>")
     w("")
     w("#include \"lumo.h\"")
     w("")

@@ -46,6 +46,7 @@ entity igs_line_font_definition_entity : igs_geometric_entity
   w: ListOfArrayOfDouble; size: double as Size
   delimiter: string = ";"
   derived k = size(w) - 1
+  parameters hand
 
 entity igs_definition_levels_entity : igs_copious_data_entity, igs_geometric_entity
   directory 406 form=1 forms=1 fields=..L..... status=z---
@@ -106,7 +107,7 @@ class ReadingTest(unittest.TestCase):
         self.assertEqual((d["type"], d["form"], d["forms"], d["nonstd"]),
                          (304, "a", [1, 2, "other"], [2]))
         self.assertEqual(self.model.entries["igs_definition_levels_entity"].derived,
-                         [("n", "size", "values", "tiny.model:36")])
+                         [("n", "size", "values", "tiny.model:37")])
 
     def test_dictionary_names(self):
         cases = [("igs_circular_arc_entity", "circular_arc_entity"),
@@ -171,6 +172,8 @@ class MalformedSourceTest(unittest.TestCase):
          "tiny.model:3: an indented line belongs to a class entry"),
         ("source ends in a comma", "enum igs_f: a,\n",
          "tiny.model:3: the text ends after a continuing comma"),
+        ("parameter code on a structure", "structure igs_p\n  parameters hand\n",
+         "tiny.model:4: only an entity has parameter code"),
         ("same dictionary name", "structure e\n",
          "tiny.model:3: e has the dictionary name e of igs_e"),
     ]
@@ -273,6 +276,13 @@ class EmitterTest(unittest.TestCase):
                        "static void operator delete(void* p) { lumo_delete(p); }"):
             self.assertIn(member, text)
         self.assertIn('#include "tiny_types_schema.h"', text)
+        # Hand-written parameter code is declared only where the source asks for it.
+        line_font = text[text.index("class igs_line_font_definition_entity"):]
+        line_font = line_font[:line_font.index("};")]
+        self.assertIn("void pdread() override;", line_font)
+        self.assertIn("void pdwrite() override;", line_font)
+        levels = text[text.index("class igs_definition_levels_entity"):]
+        self.assertNotIn("pdread", levels[:levels.index("};")])
 
     def test_virtual_getters(self):
         m = self.model

@@ -1,0 +1,90 @@
+// The Directory section, read in two passes. The first looks only at the entity type and the
+// form of each pair and makes an object of the registry's class, so that the second, which
+// reads every field, can resolve pointers to entries further down the file.
+#include <cstdio>
+#include <cstring>
+
+#include "igeslib.h"
+#include "igeslib_io.h"
+
+namespace {
+
+// The integer in columns first..last (1-based) of the record; 0 when they hold none.
+int field(const char* line, int first, int last) {
+  char text[16];
+  int n = last - first + 1;
+  std::memcpy(text, line + first - 1, static_cast<std::size_t>(n));
+  text[n] = '\0';
+  int value = 0;
+  std::sscanf(text, "%d", &value);
+  return value;
+}
+
+// Entity types whose forms 5001 to 9999 are set aside for implementors' own forms.
+bool implementor_form(int entity, int form) {
+  return (entity == 302 || entity == 402 || entity == 406) && form >= 5001 && form <= 9999;
+}
+
+}  // namespace
+
+igs_directory_entry* igeslib_entity_at(ListOfigs_directory_entry* list, int n) {
+  long long index = (static_cast<long long>(n) - 1) / 2;
+  if (!list || index < 0 || index >= static_cast<long long>(list->size())) return nullptr;
+  return (*list)[static_cast<unsigned>(index)];
+}
+
+IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
+  int first_line = line_number;
+  while (f_rec_section == 'D') {
+    int entity = field(line, 1, 8);
+    read_record();
+    int form = field(line, 33, 40);
+    IgeslibEntityData* row = entity_table.find_entity_data(entity, form);
+    if (!row) {
+      row = entity_table.add_entity_data(entity, form, entity_table.find_domain(entity));
+      igeslib_set_nonstd(row, implementor_form(entity, form) ? 0 : 1);
+    }
+    igeslib_increment_count(row);
+    LumoDomain* domain = igeslib_get_domain(row);
+    LumoObject* made = domain ? domain->pnewInstance() : nullptr;
+    // The place in the list is the entity's number, so a pair that gave no object still
+    // takes its place.
+    list->add(lumo_cast<igs_directory_entry>(made));
+    read_record();
+  }
+  line_number = first_line - 1;
+  std::fsetpos(fp, &section_position);
+  read_record();
+  while (f_rec_section == 'D') {
+    read_de_pair(list);
+    read_record();
+  }
+  directory_count = line_number - first_line;
+  return this;
+}
+
+void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
+  int fields[13];
+  std::memset(fields, 0, 12 * sizeof fields[0]);
+  static constexpr int kOneColumns[12][2] = {{9, 16},  {17, 24}, {25, 32}, {33, 40},
+                                             {41, 48}, {49, 56}, {57, 64}, {65, 66},
+                                             {67, 68}, {69, 70}, {71, 72}, {74, 80}};
+  for (int k = 0; k < 12; ++k) fields[k + 1] = field(line, kOneColumns[k][0], kOneColumns[k][1]);
+  // The pair is the one its sequence number names, wherever it stands.
+  igs_directory_entry* entity = igeslib_entity_at(list, fields[12]);
+  if (entity) entity->de_read_record_one(fields);
+  read_record();
+
+  std::memset(fields, 0, 12 * sizeof fields[0]);
+  fields[1] = field(line, 9, 16);
+  fields[2] = field(line, 17, 24);
+  fields[3] = field(line, 25, 32);
+  fields[4] = field(line, 33, 40);
+  fields[8] = field(line, 65, 72);
+  char text[9];
+  std::memcpy(text, line + 56, 8);
+  text[8] = '\0';
+  char label[9] = "";
+  std::sscanf(text, "%8s", label);
+  if (entity) entity->de_read_record_two(fields, label[0] ? label : nullptr);
+}

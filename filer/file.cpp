@@ -1,0 +1,110 @@
+// The read and write drivers of the file object: they set up one working record for the run,
+// make this file's design current and its root this object, so that every entity's parameter
+// code finds the record, and run the sections in the order of the file.
+#include <cstdio>
+
+#include "igeslib.h"
+#include "igeslib_io.h"
+
+namespace {
+
+// The Start section's list, made when missing.
+ListOfString* start_list(igs_iges_file* file) {
+  ListOfString* list = file->start_section();
+  if (!list) {
+    void* place = lumo_new_in_default_section(sizeof(ListOfString), file->design(), nullptr,
+                                              lumotype_ListOfString);
+    if (!place) return nullptr;
+    list = ::new (place) ListOfString;
+    file->start_section(list);  // marks the file modified
+  }
+  return list;
+}
+
+// The Global section's object, a default one when missing or not loadable.
+igs_global* global_object(igs_iges_file* file) {
+  igs_global* global = file->global_section();
+  if (!global) {
+    global = new (file->design()) igs_global;
+    file->global_section(global);
+  }
+  return global;
+}
+
+}  // namespace
+
+igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
+  if (!stream) return nullptr;
+  IgeslibIO filer;
+  LumoDesign* caller_design = LUMO.design();
+  design()->rootObject(this);
+  LUMO.useDesign(design());
+  filer_ = &filer;
+  filer.fp = stream;
+
+  igs_iges_file* result = nullptr;
+  bool completed = igeslib_catch_abort([&] {
+    ListOfString* start = start_list(this);
+    if (!start) return;
+    if (!filer.read_start_section(start) && strict) return;
+    if (!filer.parse_global_section(global_object(this)) && strict) return;
+    directory_populated = 1;
+    ListOfigs_directory_entry* list = directory_entries();
+    filer.parse_de_section(list);
+    filer.parse_pd_section(list);
+    filer.parse_terminate_section();
+    result = this;
+  });
+  if (!completed) result = nullptr;
+
+  directory_populated = 0;
+  filer_ = nullptr;
+  LUMO.useDesign(caller_design);
+  return result;
+}
+
+igs_iges_file* igs_iges_file::read(const char* path, char strict) {
+  FILE* stream = lumo_fopen(path, "rb");
+  if (!stream) {
+    lumo_io_ec()->report(2034, path);
+    return nullptr;
+  }
+  igs_iges_file* result = read(stream, strict);
+  std::fclose(stream);
+  return result;
+}
+
+igs_iges_file* igs_iges_file::write(FILE* stream, char zero_as_default) {
+  if (!stream) return nullptr;
+  IgeslibIO filer;
+  filer.fp = stream;
+  filer.zero_as_default = zero_as_default;
+  filer_ = &filer;
+  design()->rootObject(this);
+
+  ListOfString* start = start_list(this);
+  igs_global* global = global_object(this);
+  filer.write_start_section(start);
+  filer.write_global_section(global);
+  ListOfigs_directory_entry* list = directory_entries();
+  filer.reserve_de_section(list);
+  directory_populated = 1;
+  filer.write_pd_section(list);
+  filer.write_terminate_section(list);
+  filer.write_de_section(list);
+  directory_populated = 0;
+  // The filer pointer is left as it is, as writers always have: it names this frame's record
+  // until the next run, so nothing may ask for it between runs.
+  return this;
+}
+
+igs_iges_file* igs_iges_file::write(const char* path, char zero_as_default) {
+  FILE* stream = lumo_fopen(path, "w");
+  if (!stream) {
+    lumo_io_ec()->report(2034, path);
+    return nullptr;
+  }
+  igs_iges_file* result = write(stream, zero_as_default);
+  std::fclose(stream);
+  return result;
+}

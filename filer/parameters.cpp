@@ -1,0 +1,88 @@
+// The Parameter Data section: each entity's parameters go to its own pdread, the back-pointer
+// lists behind them to its associations and properties. Whatever an entity's parameters hold,
+// reading picks up again at the next change of DE pointer.
+#include "igeslib.h"
+#include "igeslib_io.h"
+
+namespace {
+
+constexpr const char* kMismatch =
+    "parse_pd_section: Entity type in the PD section does not match the entity pointed to by "
+    "the sequence number";
+
+}  // namespace
+
+IgeslibIO* IgeslibIO::parse_pd_section(ListOfigs_directory_entry* list) {
+  int first_line = line_number;
+  while (f_rec_section == 'P') {
+    int pointer = back_pointer;
+    param_state = PARAM_VALUE;
+    record_failed = 0;
+    igs_directory_entry* entity = igeslib_entity_at(list, pointer);
+    int type = read_int();
+    if (!entity || (type != entity->entity_type() && entity->entity_type() != 0)) {
+      report_error(kMismatch, -1);
+      record_failed = 1;
+    } else {
+      entity->pdread();
+      if (record_failed == 0 && param_state != PARAM_END_OF_RECORD) {
+        assoc_prop_parse(entity, list);
+        if (param_state != PARAM_END_OF_RECORD) {
+          scan_int();
+          if (param_state != PARAM_END_OF_RECORD)
+            report_error(
+                "parse_pd_section: Unknown parameters after associativity and property "
+                "fields",
+                -1);
+        }
+      }
+    }
+    read_record();
+    while (back_pointer == pointer) {
+      if (f_rec_section != 'P') break;
+      read_record();
+    }
+  }
+  parameter_count = line_number - first_line;
+  return this;
+}
+
+void IgeslibIO::assoc_prop_parse(igs_directory_entry* entity, ListOfigs_directory_entry* list) {
+  int count = read_int();
+  for (int i = 0; i < count; ++i) {
+    int pointer = read_int();
+    if (param_state == PARAM_DEFAULTED || param_state == PARAM_END_OF_RECORD) {
+      report_error("assoc_prop_parse: Value for the associativity pointer not specified", -1);
+      continue;
+    }
+    auto* select = new (LUMO.design()) igs_associativities;
+    igs_directory_entry* target = igeslib_entity_at(list, pointer);
+    if (auto* a = lumo_cast<igs_associativity_entity>(target))
+      select->_associativity_entity(a);
+    else if (auto* note = lumo_cast<igs_general_note_entity>(target))
+      select->_general_note_entity(note);
+    else if (auto* display = lumo_cast<igs_text_display_template_entity>(target))
+      select->_text_display_template_entity(display);
+    else
+      report_error("assoc_prop_parse: Illegal entity type in association list", -1);
+    entity->associations()->add(select);
+  }
+
+  count = read_int();
+  for (int i = 0; i < count; ++i) {
+    int pointer = read_int();
+    if (param_state == PARAM_DEFAULTED || param_state == PARAM_END_OF_RECORD) {
+      report_error("assoc_prop_parse: Value for the property pointer not specified", -1);
+      continue;
+    }
+    auto* select = new (LUMO.design()) igs_properties;
+    igs_directory_entry* target = igeslib_entity_at(list, pointer);
+    if (auto* property = lumo_cast<igs_property_entity>(target))
+      select->_property_entity(property);
+    else if (auto* table = lumo_cast<igs_attribute_table_entity>(target))
+      select->_attribute_table_entity(table);
+    else
+      report_error("assoc_prop_parse: Illegal entity type in property list", -1);
+    entity->properties()->add(select);
+  }
+}
