@@ -31,6 +31,17 @@ igs_global* global_object(igs_iges_file* file) {
   return global;
 }
 
+// The size of the stream in bytes, or -1 when it can't be told (a pipe); the stream is left
+// where it was.
+long long stream_size(FILE* stream) {
+  fpos_t here;
+  if (std::fgetpos(stream, &here) != 0) return -1;
+  long long size = -1;
+  if (std::fseek(stream, 0, SEEK_END) == 0) size = std::ftell(stream);
+  std::fsetpos(stream, &here);
+  return size;
+}
+
 }  // namespace
 
 igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
@@ -41,6 +52,7 @@ igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
   LUMO.useDesign(design());
   filer_ = &filer;
   filer.fp = stream;
+  filer.file_bytes = stream_size(stream);
 
   igs_iges_file* result = nullptr;
   bool completed = igeslib_catch_abort([&] {

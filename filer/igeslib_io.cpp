@@ -12,6 +12,9 @@ struct IgeslibReadAbort {
   int code;
 };
 
+// Thrown by skip_entity, caught by igeslib_catch_skip in the Parameter Data section's loop.
+struct IgeslibEntitySkip {};
+
 }  // namespace
 
 IgeslibIO::IgeslibIO() {
@@ -22,6 +25,26 @@ IgeslibIO::IgeslibIO() {
 IgeslibIO::~IgeslibIO() = default;
 
 void IgeslibIO::abort_read() { throw IgeslibReadAbort{-100}; }
+
+void IgeslibIO::skip_entity(const char* message) {
+  report_error(message, -1);
+  if (!in_entity) abort_read();
+  throw IgeslibEntitySkip{};
+}
+
+IgeslibLimits& igeslib_limits() {
+  static IgeslibLimits limits;
+  return limits;
+}
+
+bool igeslib_catch_skip(void (*body)(void* context), void* context) {
+  try {
+    body(context);
+    return true;
+  } catch (const IgeslibEntitySkip&) {
+    return false;
+  }
+}
 
 bool igeslib_catch_abort(void (*body)(void* context), void* context) {
   try {

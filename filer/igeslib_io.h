@@ -24,6 +24,22 @@ constexpr int PARAM_VALUE = 1;          // a value was read
 constexpr int PARAM_DEFAULTED = 2;      // an empty parameter; its delimiter was consumed
 constexpr int PARAM_END_OF_RECORD = 3;  // the record delimiter (not consumed), or a poisoned entity
 
+// Bounds on what a hostile file can make the reader do. A count in a file is trusted: the
+// items it announces past the end of their record are read as zeros. Items that stand in
+// the file are never limited; only those made up past a record's end are counted, and past
+// these limits the reader gives up:
+//  - items_past_end_per_entity: the entity is reported ("Entity skipped: ...") and left as
+//    far as it was read; reading goes on with the next entity;
+//  - items_past_end_per_read: the read is reported and stops as a fatal error.
+// A count that asks for more items than the file's bytes could hold plus the per-entity
+// allowance skips its entity at once, before anything is made for it. The application may
+// change the limits between reads; a read takes them as they stand when it starts.
+struct IgeslibLimits {
+  unsigned long items_past_end_per_entity = 100000;
+  unsigned long items_past_end_per_read = 1000000;
+};
+IgeslibLimits& igeslib_limits();
+
 struct IgeslibIO {
   IgeslibIO();
   ~IgeslibIO();
@@ -55,6 +71,13 @@ struct IgeslibIO {
   // The return point of fatal read errors is the handler of igeslib_catch_abort, set up by
   // the read driver; no jump buffer is kept here.
 
+  // --- bounds on hostile input ---
+  IgeslibLimits limits = igeslib_limits();
+  long long file_bytes = -1;                // size of the file read, -1 when unknown
+  unsigned long entity_items_past_end = 0;  // of the entity being read
+  unsigned long read_items_past_end = 0;    // of the whole read
+  bool in_entity = false;                   // an entity's parameters are being read
+
   // --- records ---
   // Brings the next record into line and finds its section letter, sequence number and (for
   // P records) DE pointer from the right. Ends the run through abort_read when the record
@@ -83,6 +106,9 @@ struct IgeslibIO {
   // Hands each entity's P records to its pdread and reads the back-pointer lists behind
   // them; a broken entity is left at the next change of DE pointer.
   IgeslibIO* parse_pd_section(ListOfigs_directory_entry* list);
+  // One entity's parameters and back-pointer lists, its type number first; an entity that is
+  // not the one the type number names, or no entity at all, is reported and left unread.
+  void read_entity(igs_directory_entry* entity, ListOfigs_directory_entry* list);
   // The two back-pointer lists behind the entity's own parameters.
   void assoc_prop_parse(igs_directory_entry* entity, ListOfigs_directory_entry* list);
 
@@ -108,6 +134,19 @@ struct IgeslibIO {
   // Reads one parameter of that kind into a new igs_datum of the current design and adds it
   // to list. Pointers name entities of the file's directory list, entity (n - 1) / 2.
   void read_datum(ListOfigs_datum* list, int kind, ListOfigs_directory_entry* entities);
+
+  // A count read from the file, for entity code to check before it makes or reads that many
+  // items: 0 for a negative count; an entity that asks for more than the file could hold is
+  // skipped (reported, and reading goes on with the next entity).
+  int count(int n);
+  // Room to reserve up front for n items: never more than the rest of the record in hand
+  // could hold. Aggregates grow as items come.
+  unsigned capacity_hint(int n) const;
+  // Gives up on the entity being read: reported, then reading goes on with the next one. Out
+  // of an entity's parameters it ends the read as a fatal error.
+  [[noreturn]] void skip_entity(const char* message);
+  // Notes one item made up past the end of a record, within the limits.
+  void past_end();
 
   // Moves to the next record that has free-form data left, skipping leading blanks.
   void next_data();
@@ -164,6 +203,16 @@ igs_directory_entry* igeslib_entity_at(ListOfigs_directory_entry* list, int n);
 // Runs body(context) and answers true, or false when a fatal read error ended it. The read
 // driver runs its phases under this; nothing else catches a fatal read error.
 bool igeslib_catch_abort(void (*body)(void* context), void* context);
+
+// Runs body(context) and answers true, or false when the entity being read was given up.
+bool igeslib_catch_skip(void (*body)(void* context), void* context);
+
+template <class F>
+bool igeslib_catch_skip(F&& body) {
+  using Body = std::remove_reference_t<F>;
+  return igeslib_catch_skip([](void* context) { (*static_cast<Body*>(context))(); },
+                            const_cast<void*>(static_cast<const void*>(std::addressof(body))));
+}
 
 template <class F>
 bool igeslib_catch_abort(F&& body) {

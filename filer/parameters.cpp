@@ -12,31 +12,39 @@ constexpr const char* kMismatch =
 
 }  // namespace
 
+void IgeslibIO::read_entity(igs_directory_entry* entity, ListOfigs_directory_entry* list) {
+  int type = read_int();
+  if (!entity || (type != entity->entity_type() && entity->entity_type() != 0)) {
+    report_error(kMismatch, -1);
+    record_failed = 1;
+  } else {
+    entity->pdread();
+    if (record_failed == 0 && param_state != PARAM_END_OF_RECORD) {
+      assoc_prop_parse(entity, list);
+      if (param_state != PARAM_END_OF_RECORD) {
+        scan_int();
+        if (param_state != PARAM_END_OF_RECORD)
+          report_error(
+              "parse_pd_section: Unknown parameters after associativity and property "
+              "fields",
+              -1);
+      }
+    }
+  }
+}
+
 IgeslibIO* IgeslibIO::parse_pd_section(ListOfigs_directory_entry* list) {
   int first_line = line_number;
+  read_items_past_end = 0;
   while (f_rec_section == 'P') {
     int pointer = back_pointer;
     param_state = PARAM_VALUE;
     record_failed = 0;
     igs_directory_entry* entity = igeslib_entity_at(list, pointer);
-    int type = read_int();
-    if (!entity || (type != entity->entity_type() && entity->entity_type() != 0)) {
-      report_error(kMismatch, -1);
-      record_failed = 1;
-    } else {
-      entity->pdread();
-      if (record_failed == 0 && param_state != PARAM_END_OF_RECORD) {
-        assoc_prop_parse(entity, list);
-        if (param_state != PARAM_END_OF_RECORD) {
-          scan_int();
-          if (param_state != PARAM_END_OF_RECORD)
-            report_error(
-                "parse_pd_section: Unknown parameters after associativity and property "
-                "fields",
-                -1);
-        }
-      }
-    }
+    entity_items_past_end = 0;
+    in_entity = true;
+    igeslib_catch_skip([&] { read_entity(entity, list); });
+    in_entity = false;
     read_record();
     while (back_pointer == pointer) {
       if (f_rec_section != 'P') break;

@@ -40,6 +40,45 @@ double real_value(const char* text) {
 
 }  // namespace
 
+void IgeslibIO::past_end() {
+  ++read_items_past_end;
+  if (++entity_items_past_end > limits.items_past_end_per_entity && in_entity) {
+    char message[160];
+    std::snprintf(message, sizeof message,
+                  "Entity skipped: more than %lu parameters read past the end of its record",
+                  limits.items_past_end_per_entity);
+    skip_entity(message);
+  }
+  if (read_items_past_end > limits.items_past_end_per_read) {
+    char message[160];
+    std::snprintf(message, sizeof message,
+                  "Read stopped: more than %lu parameters read past the ends of records",
+                  limits.items_past_end_per_read);
+    report_error(message, -1);
+    abort_read();
+  }
+}
+
+int IgeslibIO::count(int n) {
+  if (n <= 0) return 0;
+  long long could_hold = file_bytes < 0 ? INT_MAX : file_bytes / 2;
+  if (static_cast<long long>(n) >
+      could_hold + static_cast<long long>(limits.items_past_end_per_entity)) {
+    char message[160];
+    std::snprintf(message, sizeof message,
+                  "Entity skipped: a count of %d is more than the file can hold", n);
+    skip_entity(message);
+  }
+  return n;
+}
+
+unsigned IgeslibIO::capacity_hint(int n) const {
+  if (n <= 0) return 0;
+  int room = (end_column - column + 2) / 2;
+  if (room < 1) room = 1;
+  return static_cast<unsigned>(n < room ? n : room);
+}
+
 void IgeslibIO::token_error(const char* message) {
   report_error(message, -1);
   record_failed = 1;
@@ -343,25 +382,37 @@ const char* IgeslibIO::scan_string(bool delimiter_follows_itself) {
 }
 
 int IgeslibIO::read_int() {
-  if (param_state == PARAM_END_OF_RECORD) return 0;
+  if (param_state == PARAM_END_OF_RECORD) {
+    past_end();
+    return 0;
+  }
   int value = scan_int();
   return param_state == PARAM_VALUE ? value : 0;
 }
 
 double IgeslibIO::read_real() {
-  if (param_state == PARAM_END_OF_RECORD) return 0.0;
+  if (param_state == PARAM_END_OF_RECORD) {
+    past_end();
+    return 0.0;
+  }
   double value = scan_real();
   return param_state == PARAM_VALUE ? value : 0.0;
 }
 
 char IgeslibIO::read_logical() {
-  if (param_state == PARAM_END_OF_RECORD) return 0;
+  if (param_state == PARAM_END_OF_RECORD) {
+    past_end();
+    return 0;
+  }
   char value = scan_logical();
   return param_state == PARAM_VALUE ? value : 0;
 }
 
 const char* IgeslibIO::read_string(bool delimiter_follows_itself) {
-  if (param_state == PARAM_END_OF_RECORD) return nullptr;
+  if (param_state == PARAM_END_OF_RECORD) {
+    past_end();
+    return nullptr;
+  }
   const char* value = scan_string(delimiter_follows_itself);
   return param_state == PARAM_VALUE ? value : nullptr;
 }

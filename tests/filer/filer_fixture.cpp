@@ -1,11 +1,15 @@
 #include "filer_fixture.h"
 
+#include "model/model_support.h"
+
 #include <cstdio>
 #include <cstring>
 
 namespace igeslib_test {
 
-std::vector<std::string> FilerOver::errors() const {
+namespace {
+
+std::vector<std::string> errors_of(const CapturedReports& reports) {
   std::vector<std::string> out;
   for (const std::string& piece : reports.pieces()) {
     int line = 0, column = 0, used = 0;
@@ -22,5 +26,27 @@ std::vector<std::string> FilerOver::errors() const {
   }
   return out;
 }
+
+}  // namespace
+
+std::vector<std::string> FilerOver::errors() const { return errors_of(reports); }
+
+FileRead::FileRead(const std::string& bytes, char strict) {
+  load_model();
+  design = LUMO.newDesign("read", nullptr);
+  LumoDesign* before = LUMO.useDesign(design);
+  file = new (design) igs_iges_file;
+  MemoryFile stream(bytes);
+  result = file->read(stream.get(), strict);
+  LUMO.useDesign(design);
+  (void)before;
+}
+
+FileRead::~FileRead() {
+  if (LUMO.design() == design) LUMO.useDesign(nullptr);
+  delete design;
+}
+
+std::vector<std::string> FileRead::errors() const { return errors_of(reports); }
 
 }  // namespace igeslib_test

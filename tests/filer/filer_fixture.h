@@ -28,4 +28,26 @@ struct FilerOver {
   CapturedReports reports;
 };
 
+// A whole file read into a fresh design by igs_iges_file::read, reports captured.
+struct FileRead {
+  explicit FileRead(const std::string& bytes, char strict = 0);
+  ~FileRead();
+  FileRead(const FileRead&) = delete;
+  FileRead& operator=(const FileRead&) = delete;
+
+  // Entity i of the directory list, as class X; null when it is not one.
+  template <class X>
+  X* entity(unsigned i) {
+    return lumo_cast<X>((*file->directory_entries())[i]);
+  }
+  unsigned size() { return file->directory_entries()->size(); }
+  // The reports, one "line:column message" each.
+  std::vector<std::string> errors() const;
+
+  LumoDesign* design = nullptr;
+  igs_iges_file* file = nullptr;
+  igs_iges_file* result = nullptr;
+  CapturedReports reports;
+};
+
 }  // namespace igeslib_test

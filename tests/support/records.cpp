@@ -1,5 +1,6 @@
 #include "support/records.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <stdexcept>
 
@@ -42,6 +43,16 @@ IgesText& IgesText::add(char section, std::string_view text) {
 IgesText& IgesText::S(std::string_view text) { return add('S', text); }
 IgesText& IgesText::G(std::string_view text) { return add('G', text); }
 IgesText& IgesText::D(std::string_view text) { return add('D', text); }
+
+IgesText& IgesText::DE(int type, int form, int pd_pointer, int pd_lines, std::string_view label) {
+  const std::string zero = right(0, 8);
+  add('D',
+      right(type, 8) + right(pd_pointer, 8) + zero + zero + zero + zero + zero + zero + "00000000");
+  return add('D', right(type, 8) + zero + zero + right(pd_lines, 8) + right(form, 8) +
+                      std::string(16, ' ') +
+                      std::string(8 - std::min<std::size_t>(label.size(), 8), ' ') +
+                      std::string(label.substr(0, 8)) + zero);
+}
 
 IgesText& IgesText::P(int de_pointer, std::string_view text) {
   records_.push_back(p_record(de_pointer, ++counts_[3], text));

@@ -1,0 +1,241 @@
+// The entity-type registry and the Directory section: which class each (type, form) pair gets,
+// the rows a file adds, and the second pass that fills the fields by sequence number, forward
+// references included.
+#include <cstring>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "filer_fixture.h"
+#include "model/model_support.h"
+
+using igeslib_test::FileRead;
+using igeslib_test::IgesText;
+using Errors = std::vector<std::string>;
+
+namespace {
+
+const char* name_of(LumoDomain* domain) { return domain ? domain->name() : "(none)"; }
+
+// The class and non-standard flag the first pass gives a pair, as a parse of the D section
+// would: the row itself when listed, else a new row of the type's class for other forms.
+struct Placed {
+  std::string domain;
+  int nonstd;
+  bool listed;
+};
+
+Placed place(IgeslibEntityTable& table, int entity, int form) {
+  IgeslibEntityData* row = table.find_entity_data(entity, form);
+  bool listed = row != nullptr;
+  if (!row) {
+    row = table.add_entity_data(entity, form, table.find_domain(entity));
+    bool reserved =
+        (entity == 302 || entity == 402 || entity == 406) && form >= 5001 && form <= 9999;
+    igeslib_set_nonstd(row, reserved ? 0 : 1);
+  }
+  return {name_of(igeslib_get_domain(row)), igeslib_is_nonstd(row), listed};
+}
+
+TEST(Registry, ClassAndFlagOfEachPair) {
+  load_model();
+  struct Case {
+    int entity, form;
+    const char* domain;
+    int nonstd;
+    bool listed;
+  } const cases[] = {
+      {110, 0, "line_entity", 0, true},
+      {108, -1, "plane_entity", 0, true},
+      {102, 1, "composite_curve_entity", 1, true},
+      {314, 1, "color_definition_entity", 1, true},
+      {302, 5001, "associativity_definition_entity", 0, false},
+      {302, 10000, "associativity_definition_entity", 1, false},
+      {402, 5000, "associativity_instance_entity", 1, false},
+      {406, 9999, "user_defined_property_entity", 0, false},
+      {406, 15, "name_entity", 0, true},
+      {999, 0, "null_entity", 1, false},
+      {106, 4, "null_entity", 1, false},  // a known type, an unknown form
+      {116, 7, "null_entity", 1, false},
+      {0, 0, "null_entity", 0, true},
+  };
+  for (const Case& c : cases) {
+    IgeslibEntityTable table;
+    Placed p = place(table, c.entity, c.form);
+    EXPECT_EQ(p.domain, c.domain) << c.entity << "/" << c.form;
+    EXPECT_EQ(p.nonstd, c.nonstd) << c.entity << "/" << c.form;
+    EXPECT_EQ(p.listed, c.listed) << c.entity << "/" << c.form;
+  }
+}
+
+TEST(Registry, StartsFromTheStaticRowsInOrderEveryRun) {
+  load_model();
+  IgeslibEntityTable first;
+  EXPECT_EQ(first.count, 302u);
+  EXPECT_EQ(first.capacity, 332u);
+  for (unsigned i = 1; i < first.count; ++i) {
+    const IgeslibEntityData* a = first.rows[i - 1];
+    const IgeslibEntityData* b = first.rows[i];
+    EXPECT_TRUE(a->entity < b->entity || (a->entity == b->entity && a->form < b->form)) << i;
+  }
+  first.add_entity_data(999, 1, first.find_domain(999));
+  igeslib_increment_count(first.find_entity_data(110, 0));
+  IgeslibEntityTable second;  // additions and counts of one run don't reach the next
+  EXPECT_EQ(second.count, 302u);
+  EXPECT_EQ(second.find_entity_data(999, 1), nullptr);
+  EXPECT_EQ(igeslib_get_count(second.find_entity_data(110, 0)), 0u);
+}
+
+TEST(Registry, GrowsByATenthPastItsSpareRowsAndStaysSorted) {
+  load_model();
+  IgeslibEntityTable table;
+  LumoDomain* raw = table.find_domain(900);
+  for (int k = 0; k < 30; ++k) table.add_entity_data(900 - k, 0, raw);
+  EXPECT_EQ(table.capacity, 332u);
+  IgeslibEntityData* row = table.add_entity_data(5, 3, raw);  // the 31st new key
+  EXPECT_EQ(table.count, 333u);
+  EXPECT_EQ(table.capacity, 366u);                   // 333 * 1.1, cut to a whole number
+  EXPECT_EQ(table.add_entity_data(5, 3, raw), row);  // a pair already there is found
+  EXPECT_EQ(table.count, 333u);
+  for (int k = 0; k < 30; ++k) EXPECT_NE(table.find_entity_data(900 - k, 0), nullptr) << k;
+  EXPECT_EQ(table.find_entity_data(5, 3), row);
+  EXPECT_STREQ(name_of(table.find_domain(100)), "null_entity");  // no row for other forms
+}
+
+TEST(Registry, RowFunctionsAreSafeOnANullRow) {
+  igeslib_increment_count(nullptr);
+  igeslib_set_domain(nullptr, nullptr);
+  igeslib_set_nonstd(nullptr, 0);
+  EXPECT_EQ(igeslib_get_count(nullptr), 0u);
+  EXPECT_EQ(igeslib_get_domain(nullptr), nullptr);
+  EXPECT_EQ(igeslib_get_entity(nullptr), -1);
+  EXPECT_EQ(igeslib_get_form(nullptr), -1);
+  EXPECT_EQ(igeslib_is_nonstd(nullptr), 1);
+  IgeslibEntityData row{406, 3, nullptr, 7, 0};
+  EXPECT_EQ(igeslib_is_nonstd(&row), 1);  // any non-zero flag answers 1
+  igeslib_set_nonstd(&row, 0);
+  EXPECT_EQ(igeslib_is_nonstd(&row), 0);
+}
+
+// A file whose D section is given; S, G and T around it, no P records.
+std::string with_directory(IgesText& text) { return text.T().str(); }
+
+IgesText head() {
+  IgesText text;
+  text.S("directory test").G("1H,,1H;,,,,,,,,,,,,,,,,,,,,,11;");
+  return text;
+}
+
+// Fixed fields of a D record, each right-justified in eight columns.
+std::string fields(std::initializer_list<const char*> values) {
+  std::string out;
+  for (const char* v : values) out += std::string(8 - std::strlen(v), ' ') + v;
+  return out;
+}
+
+TEST(DirectorySection, OneObjectPerPairOfTheRegistrysClass) {
+  IgesText text = head();
+  text.DE(110, 0).DE(108, -1).DE(999, 3).DE(402, 5001).DE(124, 1);
+  FileRead read(with_directory(text));
+  ASSERT_EQ(read.result, read.file);
+  ASSERT_EQ(read.size(), 5u);
+  const char* expected[] = {"line_entity", "plane_entity", "null_entity",
+                            "associativity_instance_entity", "transformation_matrix_entity"};
+  for (unsigned i = 0; i < 5; ++i)
+    EXPECT_STREQ((*read.file->directory_entries())[i]->domain()->name(), expected[i]) << i;
+  EXPECT_EQ(read.entity<igs_plane_entity>(1)->form(), -1);
+  EXPECT_EQ(read.entity<igs_transformation_matrix_entity>(4)->form(), 1);
+  EXPECT_EQ(read.errors(), Errors{});
+}
+
+TEST(DirectorySection, PointersResolveForwardAndLabelsAreOneWord) {
+  IgesText text = head();
+  // A line on level -3 (the definition levels entity below it), coloured by the colour
+  // definition at 5, under the matrix at 7, with a label and a subscript.
+  text.D(fields({"110", "1", "0", "0", "-3", "0", "7", "0", "00000000"}))
+      .D(fields({"110", "0", "-5", "1", "0", "", "", "EDGE 1", "42"}))
+      .DE(406, 1)
+      .DE(314, 0)
+      .DE(124, 0)
+      .DE(110, 0, 1, 1, "        ");
+  FileRead read(with_directory(text));
+  ASSERT_EQ(read.size(), 5u);
+  auto* line = read.entity<igs_line_entity>(0);
+  ASSERT_NE(line, nullptr);
+  ASSERT_NE(line->level(), nullptr);
+  EXPECT_EQ(line->level()->_definition_levels_entity(),
+            read.entity<igs_definition_levels_entity>(1));
+  ASSERT_NE(line->color(), nullptr);
+  EXPECT_EQ(line->color()->_color_definition_entity(), read.entity<igs_color_definition_entity>(2));
+  EXPECT_EQ(line->transformation(), read.entity<igs_transformation_matrix_entity>(3));
+  EXPECT_STREQ(line->label(), "EDGE");  // a blank ends the label
+  EXPECT_EQ(line->subscript(), 42);
+  EXPECT_EQ(read.entity<igs_line_entity>(4)->label(), nullptr);  // blanks give no label
+}
+
+TEST(DirectorySection, FieldsGoToTheEntityTheSequenceNumberNames) {
+  // Pairs stated in the order 3, 1: each class comes from its position, each set of fields
+  // from its sequence number.
+  using igeslib_test::record;
+  std::string one_a = record('D', 3, fields({"116", "1", "0", "0", "0", "0", "0", "0", "0"}));
+  std::string two_a = record('D', 4, fields({"116", "0", "2", "1", "0", "", "", "SECOND", "0"}));
+  std::string one_b = record('D', 1, fields({"110", "1", "0", "0", "0", "0", "0", "0", "0"}));
+  std::string two_b = record('D', 2, fields({"110", "0", "3", "1", "0", "", "", "FIRST", "0"}));
+  IgesText text = head();
+  text.raw(one_a).raw(two_a).raw(one_b).raw(two_b);
+  FileRead read(
+      text.raw(igeslib_test::record('T', 1, igeslib_test::terminate_text(1, 1, 4, 0))).str());
+  ASSERT_EQ(read.size(), 2u);
+  // Position 0 is a point (the first pair in the file); the fields of sequence 1, FIRST, land
+  // on it, and those of sequence 3 on the line at position 1.
+  auto* point = read.entity<igs_point_entity>(0);
+  auto* line = read.entity<igs_line_entity>(1);
+  ASSERT_NE(point, nullptr);
+  ASSERT_NE(line, nullptr);
+  EXPECT_STREQ(point->label(), "FIRST");
+  EXPECT_STREQ(line->label(), "SECOND");
+}
+
+TEST(DirectorySection, ASequenceNumberNamingNoEntityIsPassedBy) {
+  IgesText text = head();
+  text.DE(110, 0);
+  text.raw(igeslib_test::record('D', 77, fields({"110", "1", "0", "0", "0", "0", "0", "0", "0"})));
+  text.raw(igeslib_test::record('D', 78, fields({"110", "0", "0", "1", "0"})));
+  FileRead read(
+      text.raw(igeslib_test::record('T', 1, igeslib_test::terminate_text(1, 1, 4, 0))).str());
+  EXPECT_EQ(read.result, read.file);
+  EXPECT_EQ(read.size(), 2u);
+}
+
+TEST(DirectorySection, UnplacedEntityKeepsBothRecordsAsText) {
+  IgesText text = head();
+  text.DE(999, 3, 1, 2, "ODD");
+  FileRead read(with_directory(text));
+  auto* raw = read.entity<igs_null_entity>(0);
+  ASSERT_NE(raw, nullptr);
+  ASSERT_NE(raw->directory_entry_records(), nullptr);
+  std::string one = raw->directory_entry_records()->get(0);
+  std::string two = raw->directory_entry_records()->get(1);
+  EXPECT_EQ(one.size(), 72u);
+  EXPECT_EQ(one.substr(0, 16), "     999       1");
+  EXPECT_EQ(two.substr(56, 8), "     ODD");
+  EXPECT_EQ(raw->pd_line_count, 2);
+}
+
+TEST(DirectorySection, EmptySectionAndRecordCount) {
+  IgesText text = head();
+  FileRead empty(with_directory(text));
+  EXPECT_EQ(empty.result, empty.file);
+  EXPECT_EQ(empty.size(), 0u);
+  EXPECT_EQ(empty.errors(), Errors{});  // the T record agrees: D is 0
+
+  IgesText three = head();
+  three.DE(110, 0).DE(110, 0).DE(110, 0);
+  FileRead read(with_directory(three));
+  EXPECT_EQ(read.size(), 3u);
+  EXPECT_EQ(read.errors(), Errors{});  // directory_count 6 matches the T record
+}
+
+}  // namespace

@@ -1,0 +1,242 @@
+// The read and write drivers of the file object: what they switch and restore, strictness,
+// fatal errors, and every file of the shared corpus read to its end.
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "filer_fixture.h"
+#include "model/model_support.h"
+
+using igeslib_test::FileRead;
+using igeslib_test::IgesText;
+using igeslib_test::MemoryFile;
+using Errors = std::vector<std::string>;
+
+namespace {
+
+const char* kGlobal = "1H,,1H;,,,,,,,,,,,,,,,,,,,,,11;";
+
+std::string slurp(FILE* fp) {
+  std::fflush(fp);
+  std::rewind(fp);
+  std::string out;
+  for (int c; (c = std::fgetc(fp)) != EOF;) out += static_cast<char>(c);
+  return out;
+}
+
+TEST(ReadDriver, NullStreamChangesNothing) {
+  ScratchDesign design("null stream");
+  auto* file = new (design.design) igs_iges_file;
+  LumoObject* root = new (design.design) igs_global;
+  design->rootObject(root);
+  EXPECT_EQ(file->read(static_cast<FILE*>(nullptr), 1), nullptr);
+  EXPECT_EQ(file->write(static_cast<FILE*>(nullptr), 1), nullptr);
+  EXPECT_EQ(design->rootObject(), root);
+  EXPECT_EQ(file->start_section_, nullptr);
+}
+
+TEST(ReadDriver, EmptyFileIsFatalAtLineOne) {
+  ScratchDesign caller("caller");
+  LUMO.useDesign(caller);
+  FileRead read("");
+  EXPECT_EQ(read.result, nullptr);
+  EXPECT_EQ(read.errors(), Errors{"1:1 Error while reading IGES file, or premature EOF"});
+  ASSERT_NE(read.file->start_section_, nullptr);
+  EXPECT_EQ(read.file->start_section()->size(), 0u);
+  EXPECT_EQ(read.file->igesFiler(), nullptr);
+  EXPECT_EQ(read.design->rootObject(), read.file);
+}
+
+TEST(ReadDriver, CallersDesignIsCurrentAgainAfterARead) {
+  ScratchDesign caller("caller");
+  ScratchDesign other("file");
+  auto* file = new (other.design) igs_iges_file;
+  for (std::string bytes : {std::string(), IgesText().S("s").G(kGlobal).T().str()}) {
+    LUMO.useDesign(caller);
+    MemoryFile stream(bytes);
+    igeslib_test::CapturedReports quiet;
+    file->read(stream.get(), 0);
+    EXPECT_EQ(LUMO.design(), caller.design);
+    EXPECT_EQ(file->directory_populated, 0);
+  }
+}
+
+TEST(ReadDriver, StrictDecidesWhetherAMissingStartSectionEndsTheRead) {
+  std::string bytes = IgesText().G(kGlobal).DE(110, 0).T().str();
+  FileRead lenient(bytes, 0);
+  EXPECT_EQ(lenient.result, lenient.file);
+  EXPECT_EQ(lenient.size(), 1u);
+  FileRead strict(bytes, 1);
+  EXPECT_EQ(strict.result, nullptr);
+  EXPECT_EQ(strict.size(), 0u);
+  ASSERT_EQ(strict.errors().size(), 1u);
+  EXPECT_EQ(strict.errors()[0], "1:73 File should contain at least one start section record");
+}
+
+TEST(ReadDriver, FatalErrorInParametersKeepsWhatWasMade) {
+  IgesText text;
+  text.S("s").G(kGlobal).DE(116, 0).DE(110, 0).P(1, "116,1.,2.,3.;");
+  std::string bytes = text.str() + igeslib_test::p_record(3, 2, "110,1.,2.,3.,").substr(0, 70);
+  FileRead read(bytes);
+  EXPECT_EQ(read.result, nullptr);
+  EXPECT_EQ(read.file->directory_populated, 0);
+  LUMO.useDesign(read.design);
+  // Outside a run the list is gathered from the design: both entities are there.
+  EXPECT_EQ(read.size(), 2u);
+  ASSERT_FALSE(read.errors().empty());
+  EXPECT_NE(read.errors().back().find("premature EOF"), std::string::npos);
+}
+
+TEST(ReadDriver, UnloadableGlobalIsReplacedOnReadAndWrite) {
+  ScratchDesign design("global");
+  LUMO.useDesign(design);
+  auto* file = new (design.design) igs_iges_file;
+  // The marker of a reference not yet loaded, with no loader to load it.
+  file->global_section_ = reinterpret_cast<igs_global*>(~std::uintptr_t{0});
+  std::string bytes = IgesText().S("s").G(kGlobal).T().str();
+  MemoryFile stream(bytes);
+  igeslib_test::CapturedReports quiet;
+  ASSERT_EQ(file->read(stream.get(), 1), file);
+  ASSERT_NE(file->global_section(), nullptr);
+  EXPECT_EQ(file->global_section()->version(), 11);
+
+  file->global_section_ = reinterpret_cast<igs_global*>(~std::uintptr_t{0});
+  FILE* out = std::tmpfile();
+  EXPECT_EQ(file->write(out, 1), file);
+  EXPECT_NE(file->global_section(), nullptr);
+  std::fclose(out);
+}
+
+TEST(ReadDriver, AMissingPathIsError2034) {
+  load_model();
+  ScratchDesign design("path");
+  LUMO.useDesign(design);
+  auto* file = new (design.design) igs_iges_file;
+  igeslib_test::CapturedReports reports;
+  EXPECT_EQ(file->read("no/such/file.igs", 0), nullptr);
+  EXPECT_NE(reports.text().find("Error 2034: Cannot open file no/such/file.igs"),
+            std::string::npos);
+  EXPECT_EQ(file->write("no/such/dir/out.igs", 0), nullptr);
+  EXPECT_EQ(reports.count(), 2u);
+}
+
+TEST(ReadDriver, ASecondReadAppends) {
+  ScratchDesign design("twice");
+  LUMO.useDesign(design);
+  auto* file = new (design.design) igs_iges_file;
+  std::string bytes = IgesText().S("one").G(kGlobal).DE(110, 0).T().str();
+  igeslib_test::CapturedReports quiet;
+  for (int pass = 0; pass < 2; ++pass) {
+    MemoryFile stream(bytes);
+    ASSERT_EQ(file->read(stream.get(), 0), file);
+  }
+  EXPECT_EQ(file->start_section()->size(), 2u);
+  LUMO.useDesign(design);
+  EXPECT_EQ(file->directory_entries()->size(), 2u);
+}
+
+TEST(WriteDriver, EmptyDesignWritesStartGlobalAndTerminateOnly) {
+  ScratchDesign design("empty");
+  LUMO.useDesign(design);
+  auto* file = new (design.design) igs_iges_file;
+  FILE* out = std::tmpfile();
+  ASSERT_EQ(file->write(out, 1), file);
+  std::string text = slurp(out);
+  std::fclose(out);
+  std::vector<char> letters;
+  for (std::size_t at = 72; at < text.size(); at += 81) letters.push_back(text[at]);
+  ASSERT_GE(letters.size(), 3u);
+  EXPECT_EQ(letters.front(), 'S');
+  EXPECT_EQ(letters.back(), 'T');
+  for (std::size_t i = 1; i + 1 < letters.size(); ++i) EXPECT_EQ(letters[i], 'G');
+  std::string last = text.substr(text.size() - 81, 32);
+  EXPECT_EQ(last.substr(16, 16), "D      0P      0");
+}
+
+// --- the shared corpus
+
+std::filesystem::path corpus_dir() { return "../shared/corpus"; }
+
+std::vector<std::filesystem::path> corpus_files() {
+  std::vector<std::filesystem::path> files;
+  std::error_code ec;
+  for (const auto& entry : std::filesystem::directory_iterator(corpus_dir(), ec)) {
+    std::string ext = entry.path().extension().string();
+    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (ext == ".igs" || ext == ".iges") files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::string contents(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream out;
+  out << in.rdbuf();
+  return out.str();
+}
+
+// The D records of a file: lines split at any line end, and a line with none cut into card
+// images of 80; the type from columns 1-8 of the first record of a pair, the form from
+// columns 33-40 of the second.
+std::vector<std::pair<int, int>> directory_pairs(std::string bytes) {
+  std::replace(bytes.begin(), bytes.end(), '\r', '\n');
+  std::vector<std::string> d;
+  std::istringstream in(bytes);
+  for (std::string line; std::getline(in, line);) {
+    for (std::size_t at = 0; at < line.size(); at += 80) {
+      std::string record = line.size() > 82 ? line.substr(at, 80) : line.substr(at);
+      if (record.size() >= 73 && record[72] == 'D') d.push_back(record);
+      if (line.size() <= 82) break;
+    }
+  }
+  std::vector<std::pair<int, int>> pairs;
+  for (std::size_t i = 0; i + 1 < d.size(); i += 2)
+    pairs.emplace_back(std::atoi(d[i].substr(0, 8).c_str()),
+                       std::atoi(d[i + 1].substr(32, 8).c_str()));
+  return pairs;
+}
+
+// Files whose bytes end the read with a fatal error, and why.
+const std::map<std::string, std::string> kFatalFiles = {
+    {"safeholes__test.igs", "the last record has no line end of its own"},
+};
+
+TEST(Corpus, EveryFileReadsToTheEndWithTheRegistrysClasses) {
+  std::vector<std::filesystem::path> files = corpus_files();
+  if (files.empty()) GTEST_SKIP() << "../shared/corpus is absent: corpus checks skipped";
+  IgeslibEntityTable registry;
+  for (const auto& path : files) {
+    SCOPED_TRACE(path.filename().string());
+    std::string bytes = contents(path);
+    char was_quiet = LUMO.quiet();
+    LUMO.quiet(1);
+    FileRead read(bytes);
+    LUMO.quiet(was_quiet);
+    bool fatal = kFatalFiles.count(path.filename().string()) != 0;
+    EXPECT_EQ(read.result != nullptr, !fatal);
+    if (fatal) continue;
+    std::vector<std::pair<int, int>> pairs = directory_pairs(bytes);
+    ASSERT_EQ(read.size(), pairs.size());
+    for (unsigned i = 0; i < read.size(); ++i) {
+      auto [type, form] = pairs[i];
+      IgeslibEntityData* row = registry.find_entity_data(type, form);
+      LumoDomain* expected = row ? row->domain : registry.find_domain(type);
+      igs_directory_entry* entity = (*read.file->directory_entries())[i];
+      ASSERT_NE(entity, nullptr) << "entity " << i;
+      EXPECT_EQ(entity->domain(), expected) << "entity " << i << ", " << type << "/" << form;
+    }
+  }
+}
+
+}  // namespace
