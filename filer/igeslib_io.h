@@ -36,7 +36,7 @@ constexpr int PARAM_END_OF_RECORD = 3;  // the record delimiter (not consumed), 
 // change the limits between reads; a read takes them as they stand when it starts.
 struct IgeslibLimits {
   unsigned long items_past_end_per_entity = 100000;
-  unsigned long items_past_end_per_read = 1000000;
+  unsigned long items_past_end_per_read = 10000000;
 };
 IgeslibLimits& igeslib_limits();
 
