@@ -31,7 +31,8 @@ std::vector<std::string> errors_of(const CapturedReports& reports) {
 
 std::vector<std::string> FilerOver::errors() const { return errors_of(reports); }
 
-FileRead::FileRead(const std::string& bytes, char strict) {
+FileRead::FileRead(const std::string& bytes, char strict, bool keep_reports)
+    : reports(keep_reports) {
   load_model();
   design = LUMO.newDesign("read", nullptr);
   LumoDesign* before = LUMO.useDesign(design);

@@ -30,7 +30,8 @@ struct FilerOver {
 
 // A whole file read into a fresh design by igs_iges_file::read, reports captured.
 struct FileRead {
-  explicit FileRead(const std::string& bytes, char strict = 0);
+  // keep_reports false: the reports are only counted.
+  explicit FileRead(const std::string& bytes, char strict = 0, bool keep_reports = true);
   ~FileRead();
   FileRead(const FileRead&) = delete;
   FileRead& operator=(const FileRead&) = delete;

@@ -4,13 +4,16 @@
 
 namespace igeslib_test {
 
-CapturedReports::CapturedReports() {
+CapturedReports::CapturedReports(bool keep_text) {
   count_at_start_ = LUMO.error_reporter()->count();
-  LUMO.error_reporter()->use_callback(
-      [](const char* text, int, void* user) {
-        static_cast<CapturedReports*>(user)->pieces_.emplace_back(text);
-      },
-      this);
+  if (keep_text)
+    LUMO.error_reporter()->use_callback(
+        [](const char* text, int, void* user) {
+          static_cast<CapturedReports*>(user)->pieces_.emplace_back(text);
+        },
+        this);
+  else
+    LUMO.error_reporter()->use_callback([](const char*, int, void*) {}, nullptr);
   LUMO.message_sink(
       [](const char* line, void* user) {
         static_cast<CapturedReports*>(user)->messages_.emplace_back(line);

@@ -9,7 +9,8 @@ namespace igeslib_test {
 
 class CapturedReports {
  public:
-  CapturedReports();
+  // keep_text false: reports are only counted, for reads that give a great many.
+  explicit CapturedReports(bool keep_text = true);
   CapturedReports(const CapturedReports&) = delete;
   CapturedReports& operator=(const CapturedReports&) = delete;
   ~CapturedReports();
