@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include <igeslib.h>
 
@@ -55,11 +56,19 @@ int real_text(double v, char* out) {
   return n;
 }
 
-// The DE number of the entity a back-pointer list entry selects; 0 when it selects none.
-int selected_number(LumoObject* entry) {
-  if (!entry) return 0;
-  auto* target = dynamic_cast<igs_directory_entry*>(entry->getObject(0));
-  return target ? target->de_number : 0;
+// The DE numbers of the entities a back-pointer list selects. An entry that selects nothing
+// (its pointer named no entity of an allowed class when it was read) is left out: a 0 in its
+// place would name the first entity of the file written.
+template <class List>
+std::vector<int> selected_numbers(List* list) {
+  std::vector<int> numbers;
+  unsigned n = list ? list->size() : 0;
+  for (unsigned i = 0; i < n; ++i) {
+    LumoObject* entry = (*list)[i];
+    auto* target = entry ? dynamic_cast<igs_directory_entry*>(entry->getObject(0)) : nullptr;
+    if (target) numbers.push_back(target->de_number);
+  }
+  return numbers;
 }
 
 template <class List>
@@ -260,21 +269,21 @@ void IgeslibIO::write_pd_section(ListOfigs_directory_entry* list) {
 
 void IgeslibIO::write_assoc_prop(ListOfigs_associativities* associations,
                                  ListOfigs_properties* properties) {
-  unsigned n_associations = size_of(associations);
-  unsigned n_properties = size_of(properties);
-  if (n_associations > 0) {
-    put_int(static_cast<int>(n_associations));
-    for (unsigned i = 0; i < n_associations; ++i) put_int(selected_number((*associations)[i]));
+  std::vector<int> to_associations = selected_numbers(associations);
+  std::vector<int> to_properties = selected_numbers(properties);
+  if (!to_associations.empty()) {
+    put_int(static_cast<int>(to_associations.size()));
+    for (int number : to_associations) put_int(number);
   }
-  if (n_properties > 0) {
-    if (n_associations == 0) {
+  if (!to_properties.empty()) {
+    if (to_associations.empty()) {
       if (zero_as_default)
         write_empty_parameter();
       else
         put_int(0);
     }
-    put_int(static_cast<int>(n_properties));
-    for (unsigned i = 0; i < n_properties; ++i) put_int(selected_number((*properties)[i]));
+    put_int(static_cast<int>(to_properties.size()));
+    for (int number : to_properties) put_int(number);
   }
 }
 

@@ -16,23 +16,19 @@
 
 #include "filer_fixture.h"
 #include "model/model_support.h"
+#include "support/corpus.h"
 
+using igeslib_test::contents;
+using igeslib_test::corpus_files;
 using igeslib_test::FileRead;
 using igeslib_test::IgesText;
 using igeslib_test::MemoryFile;
+using igeslib_test::slurp;
 using Errors = std::vector<std::string>;
 
 namespace {
 
 const char* kGlobal = "1H,,1H;,,,,,,,,,,,,,,,,,,,,,11;";
-
-std::string slurp(FILE* fp) {
-  std::fflush(fp);
-  std::rewind(fp);
-  std::string out;
-  for (int c; (c = std::fgetc(fp)) != EOF;) out += static_cast<char>(c);
-  return out;
-}
 
 TEST(ReadDriver, NullStreamChangesNothing) {
   ScratchDesign design("null stream");
@@ -164,27 +160,6 @@ TEST(WriteDriver, EmptyDesignWritesStartGlobalAndTerminateOnly) {
 }
 
 // --- the shared corpus
-
-std::filesystem::path corpus_dir() { return "../shared/corpus"; }
-
-std::vector<std::filesystem::path> corpus_files() {
-  std::vector<std::filesystem::path> files;
-  std::error_code ec;
-  for (const auto& entry : std::filesystem::directory_iterator(corpus_dir(), ec)) {
-    std::string ext = entry.path().extension().string();
-    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    if (ext == ".igs" || ext == ".iges") files.push_back(entry.path());
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
-
-std::string contents(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
-}
 
 // The D records of a file: lines split at any line end, and a line with none cut into card
 // images of 80; the type from columns 1-8 of the first record of a pair, the form from
