@@ -1,5 +1,5 @@
-// The read and write drivers of the file object: what they switch and restore, strictness,
-// fatal errors, and every file of the shared corpus read to its end.
+// The read and write drivers of the file object: what they switch and restore, strictness
+// and fatal errors.
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
@@ -18,8 +18,6 @@
 #include "model/model_support.h"
 #include "support/corpus.h"
 
-using igeslib_test::contents;
-using igeslib_test::corpus_files;
 using igeslib_test::FileRead;
 using igeslib_test::IgesText;
 using igeslib_test::MemoryFile;
@@ -160,60 +158,5 @@ TEST(WriteDriver, EmptyDesignWritesStartGlobalAndTerminateOnly) {
 }
 
 // --- the shared corpus
-
-// The D records of a file: lines split at any line end, and a line with none cut into card
-// images of 80; the type from columns 1-8 of the first record of a pair, the form from
-// columns 33-40 of the second.
-std::vector<std::pair<int, int>> directory_pairs(std::string bytes) {
-  std::replace(bytes.begin(), bytes.end(), '\r', '\n');
-  std::vector<std::string> d;
-  std::istringstream in(bytes);
-  for (std::string line; std::getline(in, line);) {
-    for (std::size_t at = 0; at < line.size(); at += 80) {
-      std::string record = line.size() > 82 ? line.substr(at, 80) : line.substr(at);
-      if (record.size() >= 73 && record[72] == 'D') d.push_back(record);
-      if (line.size() <= 82) break;
-    }
-  }
-  std::vector<std::pair<int, int>> pairs;
-  for (std::size_t i = 0; i + 1 < d.size(); i += 2)
-    pairs.emplace_back(std::atoi(d[i].substr(0, 8).c_str()),
-                       std::atoi(d[i + 1].substr(32, 8).c_str()));
-  return pairs;
-}
-
-// Files whose bytes end the read with a fatal error, and why.
-const std::map<std::string, std::string> kFatalFiles = {
-    {"safeholes__test.igs", "the last record has no line end of its own"},
-};
-
-TEST(Corpus, EveryFileReadsToTheEndWithTheRegistrysClasses) {
-  std::vector<std::filesystem::path> files = corpus_files();
-  if (files.empty()) GTEST_SKIP() << "../shared/corpus is absent: corpus checks skipped";
-  IgeslibEntityTable registry;
-  for (const auto& path : files) {
-    SCOPED_TRACE(path.filename().string());
-    std::string bytes = contents(path);
-    char was_quiet = LUMO.quiet();
-    LUMO.quiet(1);
-    FileRead read(bytes, 0, false);
-    LUMO.quiet(was_quiet);
-    bool fatal = kFatalFiles.count(path.filename().string()) != 0;
-    EXPECT_EQ(read.result != nullptr, !fatal);
-    if (fatal) continue;
-    std::vector<std::pair<int, int>> pairs = directory_pairs(bytes);
-    // Outside a read the list is gathered from the design at each call: take it once.
-    ListOfigs_directory_entry* list = read.file->directory_entries();
-    ASSERT_EQ(list->size(), pairs.size());
-    for (unsigned i = 0; i < list->size(); ++i) {
-      auto [type, form] = pairs[i];
-      IgeslibEntityData* row = registry.find_entity_data(type, form);
-      LumoDomain* expected = row ? row->domain : registry.find_domain(type);
-      igs_directory_entry* entity = (*list)[i];
-      ASSERT_NE(entity, nullptr) << "entity " << i;
-      EXPECT_EQ(entity->domain(), expected) << "entity " << i << ", " << type << "/" << form;
-    }
-  }
-}
 
 }  // namespace
