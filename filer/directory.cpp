@@ -1,7 +1,6 @@
 // The Directory section, read in two passes. The first looks only at the entity type and the
 // form of each pair and makes an object of the registry's class, so that the second, which
 // reads every field, can resolve pointers to entries further down the file.
-#include <cstdio>
 #include <cstring>
 
 #include "igeslib.h"
@@ -11,12 +10,8 @@ namespace {
 
 // The integer in columns first..last (1-based) of the record; 0 when they hold none.
 int field(const char* line, int first, int last) {
-  char text[16];
-  int n = last - first + 1;
-  std::memcpy(text, line + first - 1, static_cast<std::size_t>(n));
-  text[n] = '\0';
   int value = 0;
-  std::sscanf(text, "%d", &value);
+  igeslib_scan_int(line + first - 1, last - first + 1, &value);
   return value;
 }
 
@@ -81,10 +76,12 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   fields[3] = field(line, 25, 32);
   fields[4] = field(line, 33, 40);
   fields[8] = field(line, 65, 72);
-  char text[9];
-  std::memcpy(text, line + 56, 8);
-  text[8] = '\0';
-  char label[9] = "";
-  std::sscanf(text, "%8s", label);
+  // The label is one word of columns 57-64: leading blanks skipped, ended by a blank.
+  char label[9];
+  int from = 56, n = 0;
+  auto blank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+  while (from < 64 && blank(line[from])) ++from;
+  while (from < 64 && line[from] != '\0' && !blank(line[from])) label[n++] = line[from++];
+  label[n] = '\0';
   if (entity) entity->de_read_record_two(fields, label[0] ? label : nullptr);
 }

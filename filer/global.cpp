@@ -15,7 +15,7 @@ const char* text_or_empty(const char* s) { return s ? s : ""; }
 
 void version_warning(int version) {
   if (version >= 6 || LUMO.quiet()) return;
-  const char* release = version == 1 || version == 2 ? "1.0"
+  const char* release = version == 1 || version == 2   ? "1.0"
                         : version == 4 || version == 5 ? "3.0"
                                                        : "2.0";
   std::printf("\tWARNING: File uses IGES specification %s\n", release);

@@ -60,3 +60,20 @@ IgeslibIO* igeslib_filer() {
   auto* file = design ? lumo_cast<igs_iges_file>(design->rootObject()) : nullptr;
   return file ? file->igesFiler() : nullptr;
 }
+
+bool igeslib_scan_int(const char* text, int width, int* value) {
+  int i = 0;
+  auto blank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+  while (i < width && text[i] != '\0' && blank(text[i])) ++i;
+  bool negative = false;
+  if (i < width && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
+  long long magnitude = 0;
+  int digits = 0;
+  for (; i < width && text[i] >= '0' && text[i] <= '9'; ++i, ++digits)
+    if (magnitude < (1LL << 40)) magnitude = magnitude * 10 + (text[i] - '0');
+  if (digits == 0) return false;
+  // Beyond the range of int the value saturates, as the formatted scan's conversion does.
+  if (magnitude > 2147483647LL + (negative ? 1 : 0)) magnitude = 2147483647LL + (negative ? 1 : 0);
+  *value = static_cast<int>(negative ? -magnitude : magnitude);
+  return true;
+}

@@ -192,6 +192,11 @@ struct IgeslibIO {
   void write_global_section(igs_global* global);
 };
 
+// What sscanf's "%d" reads from the first `width` characters of text (or up to a NUL): blanks
+// skipped, a sign, digits. False, and value untouched, when there is no digit. Fixed fields
+// of records are read with it, thousands of times faster than a formatted scan.
+bool igeslib_scan_int(const char* text, int width, int* value);
+
 // The working record of the run under way: that of the file object at the root of the current
 // design. Null when no read or write is running there.
 IgeslibIO* igeslib_filer();

@@ -30,32 +30,37 @@ constexpr int kHardStop = 83;
 void IgeslibIO::read_record() {
   if (line_number != 0 && line_number % 1000 == 0) LUMO.message("Reading line %d", line_number);
   ++line_number;
-  line_length = 0;
 
+  // The loop keeps the length and the terminator flag in locals: stores into line would
+  // otherwise make the compiler reload them for every character.
+  FILE* stream = fp;
+  int length = 0;
+  int terminator_seen = line_terminator_seen;
   bool at_end = false;
   for (;;) {
-    int c = next_char(fp);
+    int c = next_char(stream);
     if (c == EOF) {
       at_end = true;
       break;
     }
     if (c == '\r' || c == '\n') {
-      line_terminator_seen = 1;
-      if (line_length != 0) break;
+      terminator_seen = 1;
+      if (length != 0) break;
       continue;  // blank lines and the LF of a CR LF pair vanish
     }
     if (c == '\0') {
       LumoErrorReporter* reporter = LUMO.error_reporter();
       reporter->stack.append(nullptr);
-      lumo_io_ec()->format("Warning at line #: %d, column #: %d\n", line_number, line_length + 1);
+      lumo_io_ec()->format("Warning at line #: %d, column #: %d\n", line_number, length + 1);
       lumo_io_ec()->format("\tASCII NULL (0x00) character found, treated as space\n");
       reporter->stack.pop();
       c = ' ';
     }
-    line[line_length++] = static_cast<char>(c);
-    if ((line_terminator_seen == 0 && line_length >= kCardLength) || line_length >= kHardStop)
-      break;
+    line[length++] = static_cast<char>(c);
+    if ((terminator_seen == 0 && length >= kCardLength) || length >= kHardStop) break;
   }
+  line_length = length;
+  line_terminator_seen = terminator_seen;
   // Blanks beyond the record, so that a data field reaching past a short record reads blanks
   // and never the rest of an earlier one.
   std::memset(line + line_length, ' ', sizeof line - 1 - line_length);
@@ -163,12 +168,8 @@ void IgeslibIO::read_record() {
     report_error("Sequence fields are misaligned", flag_col);
   }
 
-  char scratch[16];
   auto field_value = [&](int start, int end, int* value) {
-    int n = std::min(end - start + 1, static_cast<int>(sizeof scratch) - 1);
-    std::memcpy(scratch, line + start, static_cast<std::size_t>(n));
-    scratch[n] = '\0';
-    return std::sscanf(scratch, "%d", value) == 1;
+    return igeslib_scan_int(line + start, std::min(end - start + 1, 15), value);
   };
   if (!field_value(seq_start, seq_end, &sequence_number))
     fatal("Invalid sequence number", seq_start);
@@ -236,7 +237,13 @@ void IgeslibIO::parse_terminate_section() {
   };
   int found[4];
   bool scanned[4];
-  for (int k = 0; k < 4; ++k) scanned[k] = std::sscanf(line + 1 + 8 * k, "%7d", &found[k]) == 1;
+  // "%7d": at most seven characters after the leading blanks.
+  for (int k = 0; k < 4; ++k) {
+    const char* field = line + 1 + 8 * k;
+    int skipped = 0;
+    while (field[skipped] == ' ' || (field[skipped] >= '\t' && field[skipped] <= '\r')) ++skipped;
+    scanned[k] = igeslib_scan_int(field + skipped, 7, &found[k]);
+  }
   // A field that doesn't scan counts as a mismatch.
   for (int k = 0; k < 4; ++k)
     if (!scanned[k] || found[k] != checks[k].counted) report_error(checks[k].message, -1);

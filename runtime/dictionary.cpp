@@ -15,8 +15,7 @@ LumoObject* LumoDomain::pnewInstance() {
 
 // Lists made on demand go into the domain's own section.
 ListOfLumoAttribute* LumoDomain::typeImmediateAttributes() {
-  if (lumo_is_delayed(listOfAttribute) &&
-      !lumo_access_object(this, &listOfAttribute))
+  if (lumo_is_delayed(listOfAttribute) && !lumo_access_object(this, &listOfAttribute))
     return nullptr;
   if (!listOfAttribute) {
     modified();
@@ -32,8 +31,9 @@ ListOfLumoDomain* LumoDomain::supertypes() {
   if (!listOfSuper) {
     modified();
     LumoDesignSection* section = design_section() ? design_section() : unowned_section();
-    listOfSuper = ::new (lumo_new(sizeof(ListOfLumoDomain), section, nullptr,
-                                  lumotype_ListOfLumoDomain)) ListOfLumoDomain(0);
+    listOfSuper =
+        ::new (lumo_new(sizeof(ListOfLumoDomain), section, nullptr, lumotype_ListOfLumoDomain))
+            ListOfLumoDomain(0);
   }
   return listOfSuper;
 }
@@ -90,11 +90,18 @@ namespace lumo_detail {
 
 LumoAttribute* own_attribute(LumoDomain* domain, const char* name) {
   if (!domain || !name) return nullptr;
+  // The one compare confirms the hit: a caller may reuse a buffer for another name.
+  if (name == domain->found_name_ && std::strcmp(domain->found_attribute_->name, name) == 0)
+    return domain->found_attribute_;
   ListOfLumoAttribute* own = domain->listOfAttribute;
   if (!own || lumo_is_delayed(own)) return nullptr;
   for (unsigned i = 0, n = own->size(); i < n; ++i) {
     LumoAttribute* a = (*own)[i];
-    if (a && a->name && std::strcmp(a->name, name) == 0) return a;
+    if (a && a->name && std::strcmp(a->name, name) == 0) {
+      domain->found_name_ = name;
+      domain->found_attribute_ = a;
+      return a;
+    }
   }
   return nullptr;
 }

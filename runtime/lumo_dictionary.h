@@ -70,6 +70,12 @@ class LumoDomain : public LumoStructure {
   LumoType* type() const { return type_; }
   void setType(LumoType* type) { type_ = type; }
 
+  // The own attribute last found by name, keyed by the address of the name asked for:
+  // compiled code asks with the same literal every time, so a repeated lookup costs one
+  // compare instead of a walk over the list.
+  const char* found_name_ = nullptr;
+  LumoAttribute* found_attribute_ = nullptr;
+
  private:
   LumoType* type_ = nullptr;
   bool abstract_ = false;

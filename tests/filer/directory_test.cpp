@@ -239,3 +239,33 @@ TEST(DirectorySection, EmptySectionAndRecordCount) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(FixedFields, ReadAsTheFormattedScanOfAnInteger) {
+  struct Case {
+    const char* text;
+    int width;
+    bool read;
+    int value;
+  } const cases[] = {
+      {"     110", 8, true, 110},
+      {"    -3  ", 8, true, -3},
+      {"        ", 8, false, 0},
+      {"  +12x  ", 8, true, 12},
+      {"\t 7", 3, true, 7},
+      {"12345678", 4, true, 1234},
+      {"   -    ", 8, false, 0},
+      {"9999999999", 10, true, 2147483647},
+      {"-9999999999", 11, true, -2147483647 - 1},
+      {"  1 2", 5, true, 1},
+      {"", 8, false, 0},
+  };
+  for (const Case& c : cases) {
+    int value = 0;
+    EXPECT_EQ(igeslib_scan_int(c.text, c.width, &value), c.read) << '"' << c.text << '"';
+    EXPECT_EQ(value, c.value) << '"' << c.text << '"';
+  }
+}
+
+}  // namespace
