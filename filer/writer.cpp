@@ -11,6 +11,7 @@
 
 #include <igeslib.h>
 
+#include "igeslib_directory.h"
 #include "igeslib_io.h"
 
 namespace {
@@ -81,10 +82,10 @@ unsigned size_of(List* list) {
 void IgeslibIO::write_line() {
   if (f_rec_section == 'P') {
     line[64] = ' ';
-    std::snprintf(line + kPointerColumn, sizeof line - kPointerColumn, "%7d", back_pointer);
+    igeslib_format_int(line + kPointerColumn, 7, back_pointer);
   }
   line[kLetterColumn] = f_rec_section;
-  std::snprintf(line + kSequenceColumn, sizeof line - kSequenceColumn, "%7d", sequence_number);
+  igeslib_format_int(line + kSequenceColumn, 7, sequence_number);
   ++sequence_number;
   line[kLineEnd] = '\n';
   line[kLineEnd + 1] = '\0';

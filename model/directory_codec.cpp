@@ -2,7 +2,7 @@
 // the entity it names, making the select objects of one record, and writing the eight-column
 // fields that hold a select or a reference. A field whose value is missing reads as an unset
 // value and writes as blanks; nothing here reports.
-#include <cstdio>
+#include <cstring>
 
 #include "igeslib.h"
 #include "igeslib_binding_internal.h"
@@ -60,22 +60,55 @@ igs_entity_color* igeslib_de_read_color(int field) {
   return color;
 }
 
+int igeslib_format_int(char* out, int width, int value) {
+  char digits[12];
+  int n = 0;
+  unsigned magnitude = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
+  do digits[n++] = static_cast<char>('0' + magnitude % 10);
+  while ((magnitude /= 10) != 0);
+  if (value < 0) digits[n++] = '-';
+  int pad = width > n ? width - n : 0;
+  std::memset(out, ' ', static_cast<std::size_t>(pad));
+  for (int i = 0; i < n; ++i) out[pad + i] = digits[n - 1 - i];
+  out[pad + n] = '\0';
+  return pad + n;
+}
+
+void igeslib_de_write_int(char* out, int value) { igeslib_format_int(out, 8, value); }
+
+void igeslib_de_write_blank(char* out) {
+  std::memset(out, ' ', 8);
+  out[8] = '\0';
+}
+
+void igeslib_de_write_label(char* out, const char* text) {
+  std::size_t n = text ? strnlen(text, 8) : 0;
+  std::memset(out, ' ', 8 - n);
+  if (n) std::memcpy(out + 8 - n, text, n);
+  out[8] = '\0';
+}
+
+void igeslib_de_write_digit(char* out, int value) {
+  out[0] = '0';
+  igeslib_format_int(out + 1, 1, value);
+}
+
 namespace {
 
-void blanks(char* out) { std::sprintf(out, "%8s", ""); }
+void blanks(char* out) { igeslib_de_write_blank(out); }
 
 }  // namespace
 
 void igeslib_de_write_definition(char* out, igs_directory_entry* entity) {
   if (entity)
-    std::sprintf(out, "%8d", -entity->de_number);
+    igeslib_de_write_int(out, -entity->de_number);
   else
     blanks(out);
 }
 
 void igeslib_de_write_pointer(char* out, igs_directory_entry* entity) {
   if (entity)
-    std::sprintf(out, "%8d", entity->de_number);
+    igeslib_de_write_int(out, entity->de_number);
   else
     blanks(out);
 }
@@ -86,7 +119,7 @@ void igeslib_de_write_line_font(char* out, igs_lineFont* font) {
   else if (font->is_line_font_definition_entity())
     igeslib_de_write_definition(out, font->_line_font_definition_entity());
   else
-    std::sprintf(out, "%8d", static_cast<int>(font->_line_pattern()));  // zero if no choice
+    igeslib_de_write_int(out, static_cast<int>(font->_line_pattern()));  // zero if no choice
 }
 
 void igeslib_de_write_level(char* out, igs_entity_level* level) {
@@ -95,7 +128,7 @@ void igeslib_de_write_level(char* out, igs_entity_level* level) {
   else if (level->is_definition_levels_entity())
     igeslib_de_write_definition(out, level->_definition_levels_entity());
   else
-    std::sprintf(out, "%8d", level->_int_val());
+    igeslib_de_write_int(out, level->_int_val());
 }
 
 void igeslib_de_write_view(char* out, igs_entity_view* view) {
@@ -119,12 +152,9 @@ void igeslib_de_write_color(char* out, igs_entity_color* color) {
   else if (color->is_color_definition_entity())
     igeslib_de_write_definition(out, color->_color_definition_entity());
   else
-    std::sprintf(out, "%8d", static_cast<int>(color->_color_number()));
+    igeslib_de_write_int(out, static_cast<int>(color->_color_number()));
 }
 
 void igeslib_de_write_status(char* out, int value) {
-  if (value == -1)
-    std::sprintf(out, "00");
-  else
-    std::sprintf(out, "0%1d", value);
+  igeslib_de_write_digit(out, value == -1 ? 0 : value);
 }

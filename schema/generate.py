@@ -1135,17 +1135,17 @@ def define_codec(model, w, e, held):
     f("  subscript(fields[8]);")
     f("}")
     f("void %s::de_write_record_one(char* out) {", c)
-    f("  std::sprintf(out, \"%%8d\", entity_type());")
-    f("  std::sprintf(out + 8, \"%%8d\", pd_pointer);")
+    f("  igeslib_de_write_int(out, entity_type());")
+    f("  igeslib_de_write_int(out + 8, pd_pointer);")
     for attribute, column in MASK_COLUMNS.items():
         place = mask[attribute]
         if attribute == "structure" and place == "S":
             # A definition that is missing or can't be loaded leaves the columns blank.
             f("  igeslib_de_write_definition(out + %d, structure());", column)
         elif place == "1":
-            f("  std::sprintf(out + %d, \"%%8d\", 1);", column)
+            f("  igeslib_de_write_int(out + %d, 1);", column)
         elif place == ".":
-            f("  std::sprintf(out + %d, \"%%8s\", \"\");", column)
+            f("  igeslib_de_write_blank(out + %d);", column)
         elif attribute in ("line_font", "level", "view"):
             f("  igeslib_de_write_%s(out + %d, %s());", attribute, column, attribute)
         else:
@@ -1155,26 +1155,26 @@ def define_codec(model, w, e, held):
         if place == "a":
             f("  igeslib_de_write_status(out + %d, %s());", column, attribute)
         elif place == "u" or place.isdigit():
-            f("  std::sprintf(out + %d, \"0%%1d\", static_cast<int>(%s()));", column, attribute)
+            f("  igeslib_de_write_digit(out + %d, static_cast<int>(%s()));", column, attribute)
         else:
-            f("  std::sprintf(out + %d, \"00\");", column)
+            f("  igeslib_de_write_digit(out + %d, 0);", column)
     f("}")
     f("void %s::de_write_record_two(char* out) {", c)
-    f("  std::sprintf(out, \"%%8d\", entity_type());")
+    f("  igeslib_de_write_int(out, entity_type());")
     if "line_weight" in stored:
-        f("  std::sprintf(out + 8, \"%%8d\", line_weight());")
+        f("  igeslib_de_write_int(out + 8, line_weight());")
     else:
-        f("  std::sprintf(out + 8, \"%%8s\", \"\");")
+        f("  igeslib_de_write_blank(out + 8);")
     if "color" in stored:
         f("  igeslib_de_write_color(out + 16, color());")
     else:
-        f("  std::sprintf(out + 16, \"%%8s\", \"\");")
-    f("  std::sprintf(out + 24, \"%%8d\", pd_line_count);")
-    f("  std::sprintf(out + 32, \"%%8d\", form());")
-    f("  std::sprintf(out + 40, \"%%8s%%8s\", \"\", \"\");")
-    f("  const char* text = this->label();")
-    f("  std::sprintf(out + 56, \"%%8s\", text ? text : \"\");")
-    f("  std::sprintf(out + 64, \"%%8d\", subscript());")
+        f("  igeslib_de_write_blank(out + 16);")
+    f("  igeslib_de_write_int(out + 24, pd_line_count);")
+    f("  igeslib_de_write_int(out + 32, form());")
+    f("  igeslib_de_write_blank(out + 40);")
+    f("  igeslib_de_write_blank(out + 48);")
+    f("  igeslib_de_write_label(out + 56, this->label());")
+    f("  igeslib_de_write_int(out + 64, subscript());")
     f("}")
 
 

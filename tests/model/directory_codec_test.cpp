@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
 
 #include "igeslib_directory.h"
@@ -141,7 +142,7 @@ TEST(DirectoryCodec, PointersResolveIntoTheDirectoryList) {
 TEST(DirectoryCodec, WrongOrMissingTargetsGiveNullsThatWriteAsBlanks) {
   FileUnderTest t;
   auto* matrix = t.add<igs_transformation_matrix_entity>();  // DE 1
-  t.add<igs_segmented_views_visible_entity>();                // DE 3
+  t.add<igs_segmented_views_visible_entity>();               // DE 3
   auto* arc = t.add<igs_circular_arc_entity>();
 
   // Level names a matrix, view a segmented views visible entity, label display and
@@ -151,8 +152,8 @@ TEST(DirectoryCodec, WrongOrMissingTargetsGiveNullsThatWriteAsBlanks) {
   EXPECT_TRUE(arc->level()->is_definition_levels_entity());
   EXPECT_EQ(arc->level()->_definition_levels_entity(), nullptr);
   ASSERT_NE(arc->view(), nullptr);
-  for (const char* choice : {"_view_entity", "_views_visible_entity",
-                             "_views_visible_color_entity", "_segmented_views_visible_entity"})
+  for (const char* choice : {"_view_entity", "_views_visible_entity", "_views_visible_color_entity",
+                             "_segmented_views_visible_entity"})
     EXPECT_NE(arc->view()->getAttribute(choice), arc->view()->getAttribute(nullptr)) << choice;
   EXPECT_EQ(arc->transformation(), matrix);
   EXPECT_EQ(arc->label_display(), nullptr);
@@ -201,13 +202,13 @@ TEST(DirectoryCodec, StatusDigitsByClass) {
       // aa0-: the use flag 5 of the file is dropped; 00 stands for it.
       {t.add<igs_block_entity>(), {{0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 5, 1}}, "01010000"},
       // z---: whatever the file said, 00 four times.
-      {t.add<igs_transformation_matrix_entity>(), {{0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 1}},
+      {t.add<igs_transformation_matrix_entity>(),
+       {{0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 1}},
        "00000000"},
       // aaua: an unset u digit writes 0-1 and the hierarchy digit takes its last column.
       {t.add<igs_connect_point_entity>(), {{0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 4, 2}}, "01010-02"},
       // -02-: constants of the class.
-      {t.add<igs_color_definition_entity>(), {{0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1}},
-       "00000200"},
+      {t.add<igs_color_definition_entity>(), {{0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1}}, "00000200"},
       // a1aa: out-of-range blank status stays unset.
       {t.add<igs_face_entity>(), {{0, 0, 0, 0, 0, 0, 0, 0, 7, 0, 9, 1}}, "00010001"},
   };
@@ -349,6 +350,36 @@ TEST(EntityRegistryRows, SortedRowsNameTheClassesThatAnswerThem) {
   }
   EXPECT_EQ(nonstd, 2);  // composite curve form 1, colour definition form 1
   EXPECT_EQ(igeslib_static_entity_table[0].type, &lumotype_igs_null_entity);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(DirectoryFields, FormattedAsThePrintfFieldsTheyStandFor) {
+  struct Case {
+    std::function<void(char*)> write;
+    const char* text;
+  } const cases[] = {
+      {[](char* out) { igeslib_de_write_int(out, 110); }, "     110"},
+      {[](char* out) { igeslib_de_write_int(out, -5); }, "      -5"},
+      {[](char* out) { igeslib_de_write_int(out, -12345678); }, "-12345678"},  // spills over
+      {[](char* out) { igeslib_de_write_int(out, -2147483647 - 1); }, "-2147483648"},
+      {[](char* out) { igeslib_format_int(out, 7, 12345678); }, "12345678"},
+      {[](char* out) { igeslib_format_int(out, 1, 0); }, "0"},
+      {[](char* out) { igeslib_de_write_blank(out); }, "        "},
+      {[](char* out) { igeslib_de_write_label(out, "AB"); }, "      AB"},
+      {[](char* out) { igeslib_de_write_label(out, nullptr); }, "        "},
+      {[](char* out) { igeslib_de_write_label(out, "A LONGER LABEL"); }, "A LONGER"},
+      {[](char* out) { igeslib_de_write_digit(out, 3); }, "03"},
+      {[](char* out) { igeslib_de_write_digit(out, 12); }, "012"},
+  };
+  for (const Case& c : cases) {
+    char out[32];
+    std::memset(out, 'x', sizeof out);
+    c.write(out);
+    EXPECT_STREQ(out, c.text);
+  }
 }
 
 }  // namespace

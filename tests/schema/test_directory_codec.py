@@ -93,20 +93,21 @@ class CodecEmitterTest(unittest.TestCase):
 
     def test_writing_columns_and_status_digits(self):
         one = member(self.source, "igs_mark_entity::de_write_record_one")
-        self.assertIn('std::sprintf(out + 16, "%8s", "");', one)
+        self.assertIn("igeslib_de_write_blank(out + 16);", one)
         self.assertIn("igeslib_de_write_line_font(out + 24, line_font());", one)
-        self.assertIn('std::sprintf(out + 32, "%8s", "");', one)
+        self.assertIn("igeslib_de_write_blank(out + 32);", one)
         self.assertIn("igeslib_de_write_status(out + 64, blank());", one)
-        self.assertIn('std::sprintf(out + 66, "00");', one)
-        self.assertIn('std::sprintf(out + 68, "0%1d", static_cast<int>(used()));', one)
-        self.assertIn('std::sprintf(out + 70, "0%1d", static_cast<int>(hierarchy()));', one)
+        self.assertIn("igeslib_de_write_digit(out + 66, 0);", one)
+        self.assertIn("igeslib_de_write_digit(out + 68, static_cast<int>(used()));", one)
+        self.assertIn("igeslib_de_write_digit(out + 70, static_cast<int>(hierarchy()));", one)
         # The u digit may spill one column: the next digit must be written after it.
         self.assertLess(one.index("out + 68"), one.index("out + 70"))
         instance = member(self.source, "igs_instance_entity::de_write_record_one")
         self.assertIn("igeslib_de_write_definition(out + 16, structure());", instance)
         two = member(self.source, "igs_def_entity::de_write_record_two")
-        self.assertIn('std::sprintf(out + 8, "%8s", "");', two)
-        self.assertIn('std::sprintf(out + 32, "%8d", form());', two)
+        self.assertIn("igeslib_de_write_blank(out + 8);", two)
+        self.assertIn("igeslib_de_write_int(out + 32, form());", two)
+        self.assertIn("igeslib_de_write_label(out + 56, this->label());", two)
 
 
 class RegistryRowsTest(unittest.TestCase):
