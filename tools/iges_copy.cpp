@@ -1,0 +1,62 @@
+// iges-copy IN OUT [--keep-zeros]: reads an IGES file and writes what was read as a new one.
+#include <cstdio>
+#include <cstring>
+
+#include <igeslib.h>
+
+#include "tool_support.h"
+
+namespace {
+
+const char kUsageText[] =
+    "Usage: iges-copy IN OUT [--keep-zeros]\n"
+    "Reads the IGES file IN and writes what was read to OUT. Zero values are written as\n"
+    "empty parameters; with --keep-zeros they are written as 0 and 0.\n"
+    "Prints one line: the entities copied and the reports of the read and the write (the\n"
+    "reports themselves go to standard error).\n"
+    "Exit status: 0 the file was read to its end and written, 1 the read stopped at a fatal\n"
+    "error (nothing is written), 2 bad arguments or a file that can't be opened or written.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace igeslib_tools;
+  const char* paths[2] = {nullptr, nullptr};
+  int path_count = 0;
+  bool keep_zeros = false;
+  for (int i = 1; i < argc; ++i) {
+    const char* arg = argv[i];
+    if (std::strcmp(arg, "--help") == 0 || std::strcmp(arg, "-h") == 0) {
+      std::fputs(kUsageText, stdout);
+      return kCompleted;
+    }
+    if (std::strcmp(arg, "--keep-zeros") == 0) {
+      keep_zeros = true;
+    } else if (arg[0] == '-' && arg[1] != '\0') {
+      std::fprintf(stderr, "iges-copy: unknown option %s\n%s", arg, kUsageText);
+      return kUsage;
+    } else if (path_count < 2) {
+      paths[path_count++] = arg;
+    } else {
+      std::fputs(kUsageText, stderr);
+      return kUsage;
+    }
+  }
+  if (path_count != 2) {
+    std::fputs(kUsageText, stderr);
+    return kUsage;
+  }
+
+  Session session("iges-copy");
+  int status = session.read(paths[0]);
+  if (status == kFatal)
+    std::fprintf(stderr, "iges-copy: %s: the read stopped at a fatal error; %s not written\n",
+                 paths[0], paths[1]);
+  if (status != kCompleted) return status;
+  unsigned entities = session.file()->directory_entries()->size();
+  status = session.write(paths[1], !keep_zeros);
+  if (status != kCompleted) return status;
+  std::printf("%s -> %s: %u entities, %lu reports\n", paths[0], paths[1], entities,
+              session.reports());
+  return kCompleted;
+}

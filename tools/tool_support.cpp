@@ -1,0 +1,102 @@
+#include "tool_support.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+namespace igeslib_tools {
+
+namespace {
+
+// A progress line is on the terminal, with no line end yet.
+bool progress_shown = false;
+
+void end_progress() {
+  if (!progress_shown) return;
+  std::fputs("\r\033[K", stderr);
+  progress_shown = false;
+}
+
+void show_progress(const char* line, void*) {
+  std::fprintf(stderr, "\r%s", line);
+  std::fflush(stderr);
+  progress_shown = true;
+}
+
+// Reports go to standard error as they would without us, with a progress line ended first.
+void pass_report(const char* text, int, void*) {
+  end_progress();
+  std::fputs(text, stderr);
+}
+
+}  // namespace
+
+Session::Session(const char* program) : program_(program) {
+  igeslib_force_load();
+  if (isatty(fileno(stderr))) {
+    LUMO.message_sink(show_progress, nullptr);
+  } else {
+    // A file can give millions of reports: written in blocks, not a few bytes at a time.
+    std::setvbuf(stderr, nullptr, _IOFBF, 1 << 16);
+    LUMO.message_sink([](const char*, void*) {}, nullptr);
+  }
+  LUMO.error_reporter()->use_callback(pass_report, nullptr);
+  design_ = LUMO.newDesign(program);
+  LUMO.useDesign(design_);
+  file_ = new (design_) igs_iges_file;
+  reports_at_start_ = LUMO.error_reporter()->count();
+}
+
+Session::~Session() {
+  LUMO.useDesign(nullptr);
+  delete design_;
+  LUMO.message_sink(nullptr, nullptr);
+  LUMO.error_reporter()->use_stderr();
+}
+
+unsigned long Session::reports() const {
+  return LUMO.error_reporter()->count() - reports_at_start_;
+}
+
+void Session::complain(const char* text, const char* path) const {
+  std::fprintf(stderr, "%s: %s: %s\n", program_, path, text);
+}
+
+int Session::read(const char* path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) {
+    complain("is a directory", path);
+    return kUsage;
+  }
+  FILE* in = std::fopen(path, "rb");
+  if (!in) {
+    complain(std::strerror(errno), path);
+    return kUsage;
+  }
+  igs_iges_file* result = file_->read(in, 0);
+  std::fclose(in);
+  end_progress();
+  return result ? kCompleted : kFatal;
+}
+
+int Session::write(const char* path, bool zero_as_default) {
+  FILE* out = std::fopen(path, "w");
+  if (!out) {
+    complain(std::strerror(errno), path);
+    return kUsage;
+  }
+  LUMO.useDesign(design_);  // the writer works on the current design
+  file_->write(out, zero_as_default ? 1 : 0);
+  bool failed = std::ferror(out) != 0;
+  if (std::fclose(out) != 0) failed = true;
+  if (failed) {
+    complain("write failed", path);
+    return kUsage;
+  }
+  return kCompleted;
+}
+
+}  // namespace igeslib_tools
