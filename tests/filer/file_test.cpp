@@ -2,6 +2,7 @@
 // and fatal errors.
 #include <algorithm>
 #include <cctype>
+#include <clocale>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -158,5 +159,61 @@ TEST(WriteDriver, EmptyDesignWritesStartGlobalAndTerminateOnly) {
 }
 
 // --- the shared corpus
+
+TEST(WriteDriver, WrittenFileReadsBackWithTheSameEntities) {
+  IgesText text;
+  text.S("round trip").G(kGlobal).DE(116, 0).DE(110, 0, 2, 1, "L1").DE(7, 4, 3, 1);
+  text.P(1, "116,1.,2.,3.;").P(3, "110,1.,2.,3.,4.,5.,6.;").P(5, "7,1,2,3;").T();
+  FileRead first(text.str());
+  ASSERT_EQ(first.result, first.file);
+  LUMO.useDesign(first.design);
+  FILE* out = std::tmpfile();
+  ASSERT_EQ(first.file->write(out, 1), first.file);
+  std::string written = slurp(out);
+  std::fclose(out);
+  FileRead second(written);
+  ASSERT_EQ(second.result, second.file);
+  EXPECT_EQ(second.errors(), Errors{});
+  ASSERT_EQ(second.size(), 3u);
+  EXPECT_EQ(second.entity<igs_point_entity>(0)->y(), 2.0);
+  EXPECT_STREQ(second.entity<igs_line_entity>(1)->label(), "L1");
+  EXPECT_EQ(second.entity<igs_line_entity>(1)->z2(), 6.0);
+  auto* raw = second.entity<igs_null_entity>(2);
+  ASSERT_NE(raw, nullptr);
+  // An unplaced entity's type survives in its directory record; its parameters begin with a
+  // 0 in the file written.
+  EXPECT_EQ(std::string(raw->directory_entry_records()->get(0)).substr(0, 8), "       7");
+  EXPECT_EQ(std::string((*raw->parameter_data_records())[0]).substr(0, 6), "1,2,3;");
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Locale, ACommaLocaleChangesNeitherReadingNorWriting) {
+  struct RestoreLocale {
+    std::string saved = std::setlocale(LC_ALL, nullptr);
+    ~RestoreLocale() { std::setlocale(LC_ALL, saved.c_str()); }
+  } restore;
+  if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) GTEST_SKIP() << "locale de_DE.UTF-8 is not installed";
+  ASSERT_STREQ(std::localeconv()->decimal_point, ",");
+  IgesText text;
+  text.S("locale").G("1H,,1H;,,,,,,,,,,,,,,,,,,,,,11;").DE(110, 0);
+  text.P(1, "110,1.5,-2.25,0.125D1,1.5E-3,,7.;").T();
+  FileRead read(text.str());
+  ASSERT_EQ(read.result, read.file);
+  auto* line = read.entity<igs_line_entity>(0);
+  EXPECT_EQ(line->x1(), 1.5);
+  EXPECT_EQ(line->y1(), -2.25);
+  EXPECT_EQ(line->z1(), 1.25);
+  EXPECT_EQ(line->x2(), 0.0015);
+  EXPECT_EQ(line->z2(), 7.0);
+  LUMO.useDesign(read.design);
+  FILE* out = std::tmpfile();
+  read.file->write(out, 1);
+  std::string written = slurp(out);
+  std::fclose(out);
+  EXPECT_NE(written.find("110,1.5,-2.25,1.25,0.0015,,7.;"), std::string::npos);
+}
 
 }  // namespace
