@@ -75,6 +75,13 @@ class LumoDomain : public LumoStructure {
   // compare instead of a walk over the list.
   const char* found_name_ = nullptr;
   LumoAttribute* found_attribute_ = nullptr;
+  // The same for findTypeAttribute, inherited attributes included: a few places chosen by
+  // the name's address, since a class's accessors ask for several names in turn.
+  struct Found {
+    const char* name = nullptr;
+    LumoAttribute* attribute = nullptr;
+  };
+  Found found_inherited_[4];
 
  private:
   LumoType* type_ = nullptr;

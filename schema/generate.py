@@ -1472,9 +1472,10 @@ inline char igeslib_put_code(LumoObject* object, const char* name, int code, uns
   LumoAttribute* attribute = domain ? domain->findTypeAttribute(name) : nullptr;
   if (!attribute || !attribute->slotDomain()) return 0;
   ListOfLumoAttribute* enumerators = attribute->slotDomain()->typeImmediateAttributes();
-  LumoAttribute* enumerator = (*enumerators)[static_cast<unsigned>(code)];
-  if (!enumerator) return 0;
-  return object->putString(enumerator->name, attribute, index);
+  if (code < 0 || !(*enumerators)[static_cast<unsigned>(code)]) return 0;
+  // The enumerator's position is the code itself.
+  int position = code;
+  return object->putData(attribute, index, &position, lumotype_int);
 }
 
 // The directory-record codec's shared steps (model/directory_codec.cpp).
