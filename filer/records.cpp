@@ -40,6 +40,20 @@ bool plain_bytes(const char* p, int n) {
   return (any & highs) == 0;
 }
 
+// The value of right-justified digits filling columns first..last (0-based): blanks, then
+// digits to the end; -1 when the field has any other shape.
+int stamp_value(const char* line, int first, int last) {
+  int i = first;
+  while (i <= last && line[i] == ' ') ++i;
+  if (i > last) return -1;
+  int value = 0;
+  for (; i <= last; ++i) {
+    if (!is_digit(line[i])) return -1;
+    value = value * 10 + (line[i] - '0');
+  }
+  return value;
+}
+
 }  // namespace
 
 void IgeslibIO::read_record() {
@@ -113,6 +127,28 @@ record_read:
   if (line_length == 0) {
     report_error("Unexpected empty record in IGES file", -1);
     abort_read();
+  }
+
+  // A well-formed card image: its letter in column 73, its sequence number right-justified in
+  // 74-80 and, on a P record, a blank in 65 and the DE pointer right-justified in 66-72. The
+  // scan below finds the same and nothing to report.
+  if (line_length == kCardLength) {
+    char letter = line[72];
+    int sequence = stamp_value(line, 73, 79);
+    if (sequence >= 0 && (letter == 'D' || letter == 'G' || letter == 'S' || letter == 'T')) {
+      f_rec_section = letter;
+      sequence_number = sequence;
+      end_column = 71;
+      return;
+    }
+    int pointer = letter == 'P' && line[64] == ' ' ? stamp_value(line, 65, 71) : -1;
+    if (sequence >= 0 && pointer >= 0) {
+      f_rec_section = letter;
+      sequence_number = sequence;
+      back_pointer = pointer;
+      end_column = 63;
+      return;
+    }
   }
 
   // From the right: blanks, sequence digits, blanks, section letter, and on P records

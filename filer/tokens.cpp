@@ -20,9 +20,9 @@ constexpr int kNumberLength = 88;
 // The value of a collected real: a blank or a repaired leading '.', then sign, digits, '.',
 // digits, 'e', sign, digits as they stood. Reads as atof would in the "C" locale, whatever
 // the process locale says.
-double real_value(const char* text) {
+double real_value(const char* text, int length) {
   const char* p = text;
-  const char* end = text + std::strlen(text);
+  const char* end = text + length;
   if (*p == ' ') ++p;
   bool negative = false;
   if (*p == '+' || *p == '-') negative = *p++ == '-';
@@ -195,6 +195,21 @@ double IgeslibIO::scan_real() {
       return 0.0;
     }
     c = line[column];
+    if (is_digit(c)) {
+      // A run of digits at once: the common case, kept out of the dispatch below.
+      if (phase == none || phase == sign)
+        phase = whole;
+      else if (phase == point)
+        phase = fraction;
+      else if (phase == exponent || phase == exponent_sign)
+        phase = exponent_digits;
+      do {
+        text[1 + stored++] = c;
+        ++digits;
+        ++column;
+      } while (column <= end_column && stored < kNumberLength - 1 && is_digit(c = line[column]));
+      continue;
+    }
     if (c < ' ' || c > 'e') break;
     if (c == ' ') {
       if (phase != none) break;
@@ -223,16 +238,6 @@ double IgeslibIO::scan_real() {
         token_error("Unexpected decimal in number");
         return 0.0;
       }
-      ++column;
-    } else if (is_digit(c)) {
-      text[1 + stored++] = c;
-      ++digits;
-      if (phase == none || phase == sign)
-        phase = whole;
-      else if (phase == point)
-        phase = fraction;
-      else if (phase == exponent || phase == exponent_sign)
-        phase = exponent_digits;
       ++column;
     } else if (c == 'D' || c == 'E' || c == 'd' || c == 'e') {
       if ((phase != whole && phase != point && phase != fraction) || digits == 0) {
@@ -267,7 +272,7 @@ double IgeslibIO::scan_real() {
     report_error("Repairing decimal possibly stripped by emailer", 0);
     text[0] = '.';
   }
-  double value = real_value(text);
+  double value = real_value(text, 1 + stored);
   param_state = PARAM_VALUE;
   number_delimiter(*this, "Missing delimiter after floating point value");
   return value;
