@@ -1,312 +1,798 @@
-// igeslib-bench: reading and writing figures of the library, side by side in one run with the
-// floor (records and tokens only) and with the peer's parse, on a generated model and on the
-// shared corpus. Prints a table and writes the figures as JSON.
+// igeslib-bench: the library's read and write figures, side by side in one run with the floor
+// (records and tokens only) and with the peer's parse, on a generated model and on the shared
+// corpus. A Google Benchmark program: each figure is a benchmark with counters, and a summary
+// table with the ratios to the targets follows them (also as JSON and Markdown on request).
 //
-//   igeslib-bench [--mb N] [--repeat K] [--corpus DIR] [--json FILE] [--work DIR] [--huge]
+// Options of its own, besides Google Benchmark's (--benchmark_filter, --benchmark_out, ...):
+//   --generated-mb=N       size of the generated model when written (100)
+//   --large                add the 1 GB generated model (also IGESLIB_BENCH_LARGE=1)
+//   --large-mb=N           size of that model (1000)
+//   --sets=A,B             data sets to measure among generated, corpus, large
+//   --corpus=DIR           the corpus of real files (../shared/corpus beside the project)
+//   --data-dir=DIR         where the generated files are written (bench-data beside this program)
+//   --iterations=N         passes timed for each figure (generated 3, corpus 5, large 1)
+//   --no-peer              leave the peer out
+//   --summary-json=FILE    --summary-markdown=FILE   the summary table written out too
+//   --smoke                generate a small model, write it, read it back, split it; no timing
 //
-// --mb: size of the generated model (100); --repeat: best of K timings (3); --huge: a
-// generated model of 1000 MB, read and written once, and nothing else.
+// Peak memory is measured in a fresh process for each figure (this program run again with
+// --probe-memory, and the peer's program), as memory_probe.h describes.
+#include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <igeslib.h>
-#include <malloc.h>
-#include <sys/resource.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
+#include <igeslib.h>
+
 #include "floor.h"
+#include "memory_probe.h"
 #include "model_generator.h"
+
+extern char** environ;
 
 namespace fs = std::filesystem;
 
 namespace {
 
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+// ---- reports and standard output ----
 
-long peak_resident() {
-  struct rusage usage;
-  getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss * 1024L;
-}
-
-std::size_t heap_in_use() {
-  struct mallinfo2 info = mallinfo2();
-  return info.uordblks + info.hblkhd;
-}
+unsigned long reports = 0;
 
 void silence_reports() {
-  LUMO.error_reporter()->use_callback([](const char*, int, void*) {}, nullptr);
+  LUMO.error_reporter()->use_callback([](const char*, int, void*) { ++reports; }, nullptr);
   LUMO.message_sink([](const char*, void*) {}, nullptr);
   LUMO.quiet(1);
 }
 
-// One file read into a fresh design: seconds, entities, and heap held by the model.
-struct Read {
-  double seconds = 0;
-  long entities = 0;
-  std::size_t heap = 0;
+// The reader prints a warning about a file's version on standard output; while in scope,
+// standard output goes nowhere.
+class QuietStdout {
+ public:
+  QuietStdout() {
+    std::fflush(stdout);
+    saved_ = dup(1);
+    int null_fd = open("/dev/null", O_WRONLY);
+    if (null_fd >= 0) {
+      dup2(null_fd, 1);
+      close(null_fd);
+    }
+  }
+  ~QuietStdout() {
+    std::fflush(stdout);
+    if (saved_ >= 0) {
+      dup2(saved_, 1);
+      close(saved_);
+    }
+  }
+  QuietStdout(const QuietStdout&) = delete;
+  QuietStdout& operator=(const QuietStdout&) = delete;
+
+ private:
+  int saved_ = -1;
+};
+
+// ---- our read and write ----
+
+struct ReadFile {
+  LumoDesign* design = nullptr;
+  igs_iges_file* file = nullptr;
+  std::size_t entities = 0;
   bool ok = false;
 };
 
-Read read_file(const std::string& path, bool keep, LumoDesign** kept = nullptr,
-               igs_iges_file** file_out = nullptr) {
-  Read r;
-  std::size_t heap_before = heap_in_use();
-  LumoDesign* design = LUMO.newDesign("bench", nullptr);
-  LUMO.useDesign(design);
-  auto* file = new (design) igs_iges_file;
-  double start = now();
-  r.ok = file->read(path.c_str(), 0) != nullptr;
-  r.seconds = now() - start;
-  LUMO.useDesign(design);
-  r.entities = file->directory_entries()->size();
-  r.heap = heap_in_use() - heap_before;
-  if (keep) {
-    *kept = design;
-    *file_out = file;
-  } else {
-    LUMO.useDesign(nullptr);
-    delete design;
-  }
+// One file read into a fresh design, the read alone timed into seconds.
+ReadFile read_file(const std::string& path, double& seconds) {
+  ReadFile r;
+  r.design = LUMO.newDesign("bench", nullptr);
+  LUMO.useDesign(r.design);
+  r.file = new (r.design) igs_iges_file;
+  double start = bench_seconds();
+  r.ok = r.file->read(path.c_str(), 0) != nullptr;
+  seconds += bench_seconds() - start;
   return r;
 }
 
-// Growth of the peak resident size over one read, in a fresh process (this program run again
-// with --peak-of) so that each file starts from the same baseline.
-long peak_of_read(const std::string& path) {
-  static const std::string self = fs::read_symlink("/proc/self/exe").string();
-  std::string command = "'" + self + "' --peak-of '" + path + "'";
-  FILE* out = popen(command.c_str(), "r");
-  if (!out) return -1;
-  long growth = -1;
-  if (std::fscanf(out, "%ld", &growth) != 1) growth = -1;
-  pclose(out);
-  return growth;
+// Outside a read the list is gathered afresh from the design at every call: taken once.
+std::size_t count_entities(ReadFile& r) {
+  LUMO.useDesign(r.design);
+  r.entities = r.file->directory_entries()->size();
+  return r.entities;
 }
 
-struct Figures {
-  std::string name;
-  double bytes = 0;
-  long entities = 0;
-  double floor_s = 0, read_s = 0, write_s = 0;
-  double heap = 0, peak = 0;  // bytes, summed over files
-  bool peer = false;
-  double peer_s = 0, peer_heap = 0, peer_peak = 0;
-  long peer_entities = 0;
-  int failed_reads = 0;
+void release(ReadFile& r) {
+  LUMO.useDesign(nullptr);
+  delete r.design;
+  r = ReadFile{};
+}
+
+// ---- child processes ----
+
+struct ChildOutput {
+  int status = -1;  // exit status, or -1 when it could not run or was killed
+  std::vector<std::string> lines;
 };
 
-// The peer's figures of one file, best of repeat runs; false when there is no peer.
-bool peer_parse(const std::string& path, int repeat, Figures& f) {
-  const char* program = IGESLIB_PEER_PARSE;
-  if (access(program, X_OK) != 0) return false;
-  double best = 1e300, heap = 0, peak = 0;
-  long entities = 0;
-  for (int k = 0; k < repeat; ++k) {
-    std::string command = std::string(program) + " '" + path + "' 2>/dev/null";
-    FILE* out = popen(command.c_str(), "r");
-    if (!out) return false;
-    double seconds = 0;
-    std::size_t h = 0;
-    long p = 0, n = 0;
-    int got = std::fscanf(out, "%lf %zu %ld %ld", &seconds, &h, &p, &n);
-    pclose(out);
-    if (got != 4) return false;
-    if (seconds < best) best = seconds;
-    heap = static_cast<double>(h), peak = static_cast<double>(p), entities = n;
+ChildOutput run_child(const std::vector<std::string>& args) {
+  ChildOutput result;
+  int pipe_fds[2];
+  if (pipe(pipe_fds) != 0) return result;
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, pipe_fds[1], 1);
+  posix_spawn_file_actions_addclose(&actions, pipe_fds[0]);
+  posix_spawn_file_actions_addclose(&actions, pipe_fds[1]);
+  std::vector<char*> argv;
+  for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+  argv.push_back(nullptr);
+  pid_t pid = 0;
+  int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  close(pipe_fds[1]);
+  std::string text;
+  if (spawned == 0) {
+    char chunk[4096];
+    for (ssize_t n; (n = read(pipe_fds[0], chunk, sizeof chunk)) > 0;)
+      text.append(chunk, static_cast<std::size_t>(n));
   }
-  f.peer_s += best;
-  f.peer_heap += heap;
-  f.peer_peak += peak;
-  f.peer_entities += entities;
+  close(pipe_fds[0]);
+  if (spawned != 0) return result;
+  int wait_status = 0;
+  if (waitpid(pid, &wait_status, 0) == pid && WIFEXITED(wait_status))
+    result.status = WEXITSTATUS(wait_status);
+  for (std::size_t at = 0; at < text.size();) {
+    std::size_t end = text.find('\n', at);
+    if (end == std::string::npos) end = text.size();
+    if (end > at) result.lines.push_back(text.substr(at, end - at));
+    at = end + 1;
+  }
+  return result;
+}
+
+fs::path program_dir() { return fs::read_symlink("/proc/self/exe").parent_path(); }
+
+// ---- data sets ----
+
+struct DataSet {
+  std::string name;
+  std::vector<std::string> files;
+  double bytes = 0;
+  std::size_t entities = 0;  // as our read counts them
+  int iterations = 1;
+  // A generated set: the model the write figure writes, made again when it was released.
+  std::size_t generated_entities = 0;
+  GeneratedModel model;
+  bool release_after_write = false;
+};
+
+struct Options {
+  double generated_mb = 100;
+  double large_mb = 1000;
+  std::vector<std::string> sets{"generated", "corpus"};
+  std::string corpus;
+  std::string data_dir;
+  int iterations = 0;
+  bool peer = true;
+  std::string summary_json, summary_markdown;
+  bool smoke = false;
+  bool probe = false;
+  std::string write_back;
+  std::vector<std::string> probe_files;
+};
+
+Options options;
+std::string peer_program;  // empty when the peer was not built
+std::string written_path;  // where the write figures write
+
+void ensure_model(DataSet& set) {
+  if (set.generated_entities && !set.model.design) {
+    set.model = generate_model(set.generated_entities);
+  }
+}
+
+// ---- the figures ----
+
+void set_rates(benchmark::State& state, double bytes, double entities) {
+  state.counters["MB/s"] = benchmark::Counter(bytes / 1e6, benchmark::Counter::kIsIterationInvariantRate);
+  state.counters["entities/s"] =
+      benchmark::Counter(entities, benchmark::Counter::kIsIterationInvariantRate);
+  state.counters["MB"] = bytes / 1e6;
+  state.counters["entities"] = entities;
+}
+
+void bench_read(benchmark::State& state, DataSet* set) {
+  QuietStdout quiet;
+  unsigned long reports_before = reports;
+  std::size_t entities = 0, failed = 0;
+  for (auto _ : state) {
+    double seconds = 0;
+    entities = 0, failed = 0;
+    for (const std::string& path : set->files) {
+      ReadFile r = read_file(path, seconds);
+      entities += count_entities(r);
+      failed += !r.ok;
+      release(r);
+    }
+    state.SetIterationTime(seconds);
+  }
+  set->entities = entities;
+  set_rates(state, set->bytes, static_cast<double>(entities));
+  state.counters["reports"] =
+      static_cast<double>(reports - reports_before) / static_cast<double>(state.iterations());
+  state.counters["failed_reads"] = static_cast<double>(failed);
+}
+
+void bench_write(benchmark::State& state, DataSet* set) {
+  QuietStdout quiet;
+  // What is written: the generated model, or each file of the set as read.
+  std::vector<ReadFile> models;
+  if (set->generated_entities) {
+    ensure_model(*set);
+    models.push_back({set->model.design, set->model.file, set->model.entities, true});
+  } else {
+    for (const std::string& path : set->files) {
+      double unused = 0;
+      models.push_back(read_file(path, unused));
+      count_entities(models.back());
+    }
+  }
+  double bytes = 0, entities = 0;
+  for (auto _ : state) {
+    double seconds = 0;
+    bytes = 0, entities = 0;
+    for (ReadFile& m : models) {
+      LUMO.useDesign(m.design);
+      double start = bench_seconds();
+      m.file->write(written_path.c_str(), 1);
+      seconds += bench_seconds() - start;
+      std::error_code error;
+      bytes += static_cast<double>(fs::file_size(written_path, error));
+      entities += static_cast<double>(m.entities);
+    }
+    state.SetIterationTime(seconds);
+  }
+  set_rates(state, bytes, entities);
+  LUMO.useDesign(nullptr);
+  if (set->generated_entities) {
+    if (set->release_after_write) release_model(set->model);
+  } else {
+    for (ReadFile& m : models) release(m);
+  }
+  std::error_code error;
+  fs::remove(written_path, error);
+}
+
+void bench_floor(benchmark::State& state, DataSet* set, bool convert) {
+  std::size_t entities = 0;
+  double checksum = 0;
+  for (auto _ : state) {
+    double start = bench_seconds();
+    entities = 0;
+    for (const std::string& path : set->files) {
+      FloorResult f = floor_pass(path, convert);
+      entities += f.directory_records / 2;
+      checksum += f.checksum + static_cast<double>(f.tokens);
+    }
+    state.SetIterationTime(bench_seconds() - start);
+  }
+  benchmark::DoNotOptimize(checksum);
+  set_rates(state, set->bytes, static_cast<double>(entities));
+}
+
+void bench_peer(benchmark::State& state, DataSet* set) {
+  std::vector<std::string> args{peer_program, "time", std::to_string(state.max_iterations)};
+  args.insert(args.end(), set->files.begin(), set->files.end());
+  ChildOutput out = run_child(args);
+  if (out.status != 0 || out.lines.size() != static_cast<std::size_t>(state.max_iterations)) {
+    state.SkipWithError("the peer's program failed");
+    return;
+  }
+  std::size_t i = 0;
+  double entities = 0, failed = 0;
+  for (auto _ : state) {
+    const std::string& line = out.lines[i++];
+    state.SetIterationTime(json_number(line, "seconds"));
+    entities = json_number(line, "entities");
+    failed = json_number(line, "failed");
+  }
+  set_rates(state, set->bytes, entities);
+  state.counters["failed_reads"] = failed;
+}
+
+// Peak memory of a read of the whole set, every model kept, in a fresh process; the time is
+// that of the reads in it. Ours also writes the models back and measures that.
+void bench_memory(benchmark::State& state, DataSet* set, bool peer) {
+  std::vector<std::string> args;
+  if (peer) {
+    args = {peer_program, "memory"};
+  } else {
+    args = {fs::read_symlink("/proc/self/exe").string(), "--probe-memory",
+            "--write-back=" + written_path};
+  }
+  args.insert(args.end(), set->files.begin(), set->files.end());
+  std::string line;
+  for (auto _ : state) {
+    ChildOutput out = run_child(args);
+    if (out.status != 0 || out.lines.empty()) {
+      state.SkipWithError("the memory probe failed");
+      return;
+    }
+    line = out.lines.back();
+    state.SetIterationTime(json_number(line, "seconds"));
+  }
+  std::error_code error;
+  fs::remove(written_path, error);
+  double entities = std::max(1.0, json_number(line, "entities"));
+  state.counters["entities"] = entities;
+  state.counters["peak_B/entity"] = json_number(line, "peak_growth") / entities;
+  state.counters["heap_B/entity"] = json_number(line, "heap_growth") / entities;
+  state.counters["peak_MB"] = json_number(line, "peak_growth") / 1e6;
+  if (!peer) {
+    state.counters["write_s"] = json_number(line, "write_seconds");
+    state.counters["write_peak_B/entity"] = json_number(line, "write_peak_growth") / entities;
+  }
+  if (json_number(line, "peak_reset") == 0) state.SetLabel("peak not reset: an upper bound");
+}
+
+// ---- the summary ----
+
+// The runs as Google Benchmark reports them, kept for the summary.
+class Collector : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      if (run.error_occurred) continue;
+      if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") continue;
+      Kept& kept = runs_[run.run_name.function_name];
+      if (run.run_type == Run::RT_Aggregate) kept.median = true, kept.runs.clear();
+      if (kept.median && run.run_type != Run::RT_Aggregate) continue;
+      kept.runs.push_back(run);
+    }
+    ConsoleReporter::ReportRuns(runs);
+  }
+
+  // Seconds of one pass; 0 when the figure is missing.
+  double seconds(const std::string& name) const {
+    auto it = runs_.find(name);
+    if (it == runs_.end() || it->second.runs.empty()) return 0;
+    double sum = 0;
+    for (const Run& run : it->second.runs)
+      sum += run.iterations ? run.real_accumulated_time / static_cast<double>(run.iterations)
+                            : run.real_accumulated_time;
+    return sum / static_cast<double>(it->second.runs.size());
+  }
+
+  // A counter of the figure; 0 when missing.
+  double counter(const std::string& name, const std::string& key) const {
+    auto it = runs_.find(name);
+    if (it == runs_.end() || it->second.runs.empty()) return 0;
+    auto c = it->second.runs.back().counters.find(key);
+    return c == it->second.runs.back().counters.end() ? 0 : c->second.value;
+  }
+
+ private:
+  struct Kept {
+    bool median = false;
+    std::vector<Run> runs;
+  };
+  std::map<std::string, Kept> runs_;
+};
+
+struct Row {
+  std::string set;
+  double mb = 0, entities = 0;
+  double read_mb_s = 0, read_entities_s = 0, write_mb_s = 0, floor_mb_s = 0,
+         floor_numbers_mb_s = 0;
+  double read_over_floor = 0;
+  double peak = 0, heap = 0, write_peak = 0;  // bytes per entity
+  double peer_mb_s = 0, peer_peak = 0;
+  double speed_vs_peer = 0, memory_vs_peer = 0;
+  double read_s = 0, write_s = 0;
+};
+
+std::string figure(double v, const char* format) {
+  if (v <= 0 || !std::isfinite(v)) return "-";
+  char text[64];
+  std::snprintf(text, sizeof text, format, v);
+  return text;
+}
+
+std::string verdict(double v, double target, bool at_least) {
+  if (v <= 0 || !std::isfinite(v)) return "";
+  return (at_least ? v >= target : v <= target) ? " (met)" : " (missed)";
+}
+
+std::vector<Row> summarise(const Collector& c, const std::vector<DataSet*>& sets) {
+  std::vector<Row> rows;
+  for (const DataSet* set : sets) {
+    Row r;
+    r.set = set->name;
+    r.mb = set->bytes / 1e6;
+    r.entities = static_cast<double>(set->entities);
+    double read = c.seconds("read/" + set->name), write = c.seconds("write/" + set->name);
+    double floor = c.seconds("floor/" + set->name);
+    double floor_numbers = c.seconds("floor+numbers/" + set->name);
+    double peer = c.seconds("peer/" + set->name);
+    r.read_s = read, r.write_s = write;
+    if (read > 0) r.read_mb_s = r.mb / read, r.read_entities_s = r.entities / read;
+    if (write > 0) r.write_mb_s = c.counter("write/" + set->name, "MB") / write;
+    if (floor > 0) r.floor_mb_s = r.mb / floor;
+    if (floor_numbers > 0) r.floor_numbers_mb_s = r.mb / floor_numbers;
+    if (peer > 0) r.peer_mb_s = r.mb / peer;
+    if (read > 0 && floor > 0) r.read_over_floor = read / floor;
+    if (read > 0 && peer > 0) r.speed_vs_peer = peer / read;
+    r.peak = c.counter("memory/" + set->name, "peak_B/entity");
+    r.heap = c.counter("memory/" + set->name, "heap_B/entity");
+    r.write_peak = c.counter("memory/" + set->name, "write_peak_B/entity");
+    r.peer_peak = c.counter("peer_memory/" + set->name, "peak_B/entity");
+    if (r.peak > 0 && r.peer_peak > 0) r.memory_vs_peer = r.peak / r.peer_peak;
+    rows.push_back(r);
+  }
+  return rows;
+}
+
+std::string markdown(const std::vector<Row>& rows) {
+  std::string t =
+      "| data set | MB | entities | read MB/s | read entities/s | write MB/s | floor MB/s | "
+      "floor+numbers MB/s | read time / floor | peak B/entity (heap held) | peer MB/s | "
+      "peer peak B/entity | read speed / peer | peak memory / peer |\n"
+      "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n";
+  for (const Row& r : rows) {
+    t += "| " + r.set + " | " + figure(r.mb, "%.1f") + " | " + figure(r.entities, "%.0f") +
+         " | " + figure(r.read_mb_s, "%.1f") + " | " + figure(r.read_entities_s, "%.0f") +
+         " | " + figure(r.write_mb_s, "%.1f") + verdict(r.write_mb_s, 200, true) + " | " +
+         figure(r.floor_mb_s, "%.1f") + " | " + figure(r.floor_numbers_mb_s, "%.1f") + " | " +
+         figure(r.read_over_floor, "%.2f") + verdict(r.read_over_floor, 1.5, false) + " | " +
+         figure(r.peak, "%.0f") + " (" + figure(r.heap, "%.0f") + ") | " +
+         figure(r.peer_mb_s, "%.1f") + " | " + figure(r.peer_peak, "%.0f") + " | " +
+         figure(r.speed_vs_peer, "%.2f") + verdict(r.speed_vs_peer, 4, true) + " | " +
+         figure(r.memory_vs_peer, "%.2f") + verdict(r.memory_vs_peer, 0.5, false) + " |\n";
+  }
+  t += "\nTargets: read speed / peer >= 4, read time / floor <= 1.5, peak memory / peer <= 0.5, "
+       "write >= 200 MB/s.\n";
+  for (const Row& r : rows)
+    if (r.read_s > 0 && r.write_peak > 0)
+      t += r.set + ": read " + figure(r.read_s, "%.2f") + " s, write " +
+           figure(r.write_s, "%.2f") + " s; peak memory of the read " +
+           figure(r.peak * r.entities / 1e6, "%.0f") + " MB, of a write of it " +
+           figure(r.write_peak * r.entities / 1e6, "%.0f") + " MB more.\n";
+  return t;
+}
+
+std::string json(const std::vector<Row>& rows) {
+  std::string t = "[\n";
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const Row& r = rows[i];
+    JsonLine line;
+    line.add("set", r.set).add("MB", r.mb).add("entities", r.entities);
+    line.add("read_MB_s", r.read_mb_s).add("read_entities_s", r.read_entities_s);
+    line.add("read_s", r.read_s).add("write_s", r.write_s);
+    line.add("write_MB_s", r.write_mb_s).add("floor_MB_s", r.floor_mb_s);
+    line.add("floor_numbers_MB_s", r.floor_numbers_mb_s);
+    line.add("read_over_floor", r.read_over_floor).add("peak_B_entity", r.peak);
+    line.add("heap_B_entity", r.heap).add("write_peak_B_entity", r.write_peak);
+    line.add("peer_MB_s", r.peer_mb_s).add("peer_peak_B_entity", r.peer_peak);
+    line.add("read_speed_over_peer", r.speed_vs_peer);
+    line.add("peak_memory_over_peer", r.memory_vs_peer);
+    t += "  " + line.text() + (i + 1 < rows.size() ? ",\n" : "\n");
+  }
+  return t + "]\n";
+}
+
+bool write_text(const std::string& path, const std::string& text) {
+  FILE* f = std::fopen(path.c_str(), "w");
+  if (!f) return false;
+  bool ok = std::fputs(text.c_str(), f) >= 0;
+  return std::fclose(f) == 0 && ok;
+}
+
+// ---- the memory probe (run in a child process) ----
+
+// The figures go out on out_fd, standard output being silenced.
+int probe_memory(int out_fd) {
+  igeslib_force_load();
+  silence_reports();
+  QuietStdout quiet;
+  std::vector<ReadFile> kept;
+  kept.reserve(options.probe_files.size());
+  double bytes = 0, seconds = 0;
+  std::error_code error;
+  for (const std::string& path : options.probe_files)
+    bytes += static_cast<double>(fs::file_size(path, error));
+  MemoryProbe probe;
+  probe.start();
+  for (const std::string& path : options.probe_files) kept.push_back(read_file(path, seconds));
+  MemoryFigures memory = probe.stop();
+  long long entities = 0;
+  for (ReadFile& r : kept) entities += static_cast<long long>(count_entities(r));
+  JsonLine line;
+  line.add("seconds", seconds).add("entities", entities).add("bytes", bytes);
+  line.add("peak_growth", memory.peak_growth).add("heap_growth", memory.heap_growth);
+  line.add("peak_reset", static_cast<long long>(memory.peak_reset));
+  if (!options.write_back.empty()) {
+    double write_seconds = 0;
+    probe.start();
+    for (ReadFile& r : kept) {
+      LUMO.useDesign(r.design);
+      double start = bench_seconds();
+      r.file->write(options.write_back.c_str(), 1);
+      write_seconds += bench_seconds() - start;
+    }
+    MemoryFigures written = probe.stop();
+    line.add("write_seconds", write_seconds).add("write_peak_growth", written.peak_growth);
+  }
+  std::string text = line.text() + "\n";
+  if (write(out_fd, text.c_str(), text.size()) < 0) return 1;
+  std::_Exit(0);  // the models are not freed one by one: the process ends here
+}
+
+// ---- the smoke check ----
+
+// A small generated model written, read back with no report, written again to the same
+// bytes, and split by the floor into as many entities.
+int smoke() {
+  silence_reports();
+  fs::path dir = fs::temp_directory_path() / ("igeslib-bench-smoke-" + std::to_string(getpid()));
+  fs::create_directories(dir);
+  std::string first = (dir / "first.igs").string(), second = (dir / "second.igs").string();
+  GeneratedModel model = generate_model(600);
+  int failures = 0;
+  auto check = [&](bool ok, const std::string& what) {
+    if (!ok) {
+      ++failures;
+      std::printf("smoke: FAILED: %s\n", what.c_str());
+    }
+  };
+  check(write_model(model, first), "the generated model is written");
+  double seconds = 0;
+  unsigned long reports_before = reports;
+  ReadFile r = read_file(first, seconds);
+  check(r.ok, "the generated file reads to its end");
+  check(reports == reports_before, "the read gives no report (" +
+                                       std::to_string(reports - reports_before) + " given)");
+  check(count_entities(r) == model.entities,
+        "the read gives " + std::to_string(model.entities) + " entities (" +
+            std::to_string(r.entities) + " read)");
+  std::map<std::string, int> made, read;
+  LUMO.useDesign(model.design);
+  ListOfigs_directory_entry* made_list = model.file->directory_entries();
+  for (unsigned i = 0; i < made_list->size(); ++i) ++made[(*made_list)[i]->domain()->name()];
+  LUMO.useDesign(r.design);
+  ListOfigs_directory_entry* read_list = r.file->directory_entries();
+  for (unsigned i = 0; i < read_list->size(); ++i) ++read[(*read_list)[i]->domain()->name()];
+  check(made == read, "the read gives the same classes in the same numbers");
+  check(made.size() == generated_kinds().size(), "every kind of the generator is made");
+  check(r.file->write(second.c_str(), 1) != nullptr, "the file read is written again");
+  auto bytes_of = [](const std::string& path) {
+    std::string text;
+    if (FILE* f = std::fopen(path.c_str(), "rb")) {
+      char chunk[65536];
+      for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, f)) > 0;) text.append(chunk, n);
+      std::fclose(f);
+    }
+    return text;
+  };
+  check(bytes_of(first) == bytes_of(second), "the file read and written again is the same");
+  FloorResult f = floor_pass(first, true);
+  check(f.ok && f.directory_records == 2 * model.entities,
+        "the floor finds two directory records for each entity");
+  std::printf("smoke: %zu entities of %zu kinds: %s\n", model.entities, made.size(),
+              failures ? "failed" : "written, read back, written again and split alike");
+  release(r);
+  release_model(model);
+  std::error_code error;
+  fs::remove_all(dir, error);
+  return failures ? 1 : 0;
+}
+
+// ---- options ----
+
+std::vector<std::string> split(const std::string& text) {
+  std::vector<std::string> parts;
+  std::size_t at = 0;
+  while (at <= text.size()) {
+    std::size_t comma = text.find(',', at);
+    if (comma == std::string::npos) comma = text.size();
+    if (comma > at) parts.push_back(text.substr(at, comma - at));
+    at = comma + 1;
+  }
+  return parts;
+}
+
+// Takes this program's own options out of argv; false on a bad one.
+bool parse_options(int& argc, char** argv) {
+  int out = 1;
+  bool large = std::getenv("IGESLIB_BENCH_LARGE") && *std::getenv("IGESLIB_BENCH_LARGE") &&
+               std::strcmp(std::getenv("IGESLIB_BENCH_LARGE"), "0") != 0;
+  bool sets_given = false;
+  for (int i = 1; i < argc; ++i) {
+    std::string a = argv[i];
+    auto value = [&](const char* name) -> const char* {
+      std::size_t n = std::strlen(name);
+      return a.compare(0, n, name) == 0 && a.size() > n && a[n] == '=' ? argv[i] + n + 1
+                                                                        : nullptr;
+    };
+    if (options.probe) {
+      if (const char* v = value("--write-back"))
+        options.write_back = v;
+      else
+        options.probe_files.push_back(a);
+    } else if (a == "--probe-memory") {
+      options.probe = true;
+    } else if (a == "--smoke") {
+      options.smoke = true;
+    } else if (a == "--large") {
+      large = true;
+    } else if (a == "--no-peer") {
+      options.peer = false;
+    } else if (const char* v = value("--generated-mb")) {
+      options.generated_mb = std::atof(v);
+    } else if (const char* v = value("--large-mb")) {
+      options.large_mb = std::atof(v);
+    } else if (const char* v = value("--sets")) {
+      options.sets = split(v), sets_given = true;
+    } else if (const char* v = value("--corpus")) {
+      options.corpus = v;
+    } else if (const char* v = value("--data-dir")) {
+      options.data_dir = v;
+    } else if (const char* v = value("--iterations")) {
+      options.iterations = std::atoi(v);
+    } else if (const char* v = value("--summary-json")) {
+      options.summary_json = v;
+    } else if (const char* v = value("--summary-markdown")) {
+      options.summary_markdown = v;
+    } else {
+      argv[out++] = argv[i];  // Google Benchmark's, or unknown
+    }
+  }
+  argc = out;
+  argv[argc] = nullptr;
+  if (large && !sets_given) options.sets.push_back("large");
+  if (options.corpus.empty()) options.corpus = IGESLIB_SOURCE_DIR "/../shared/corpus";
+  if (options.data_dir.empty()) options.data_dir = (program_dir() / "bench-data").string();
+  return options.generated_mb > 0 && options.large_mb > 0 && options.iterations >= 0;
+}
+
+bool wanted(const char* set) {
+  return std::find(options.sets.begin(), options.sets.end(), set) != options.sets.end();
+}
+
+// A generated set: the model made and written once, its file read by the figures.
+bool prepare_generated(DataSet& set, double mb, const char* name) {
+  std::error_code error;
+  fs::create_directories(options.data_dir, error);
+  std::string path = (fs::path(options.data_dir) / (std::string(name) + ".igs")).string();
+  double start = bench_seconds();
+  set.generated_entities = entities_for_size(mb * 1e6, path);
+  if (!set.generated_entities) {
+    std::fprintf(stderr, "igeslib-bench: %s can't be written\n", path.c_str());
+    return false;
+  }
+  ensure_model(set);
+  double made = bench_seconds() - start;
+  if (!write_model(set.model, path)) {
+    std::fprintf(stderr, "igeslib-bench: %s can't be written\n", path.c_str());
+    return false;
+  }
+  set.name = name;
+  set.files = {path};
+  set.bytes = static_cast<double>(fs::file_size(path, error));
+  set.entities = set.model.entities;
+  std::printf("%s: %zu entities, %.1f MB, made in %.1f s and written to %s\n", name,
+              set.model.entities, set.bytes / 1e6, made, path.c_str());
   return true;
 }
 
-Figures measure(const std::string& name, const std::vector<std::string>& files, int repeat,
-                bool with_peer, const std::string& scratch) {
-  Figures f;
-  f.name = name;
-  f.peer = with_peer;
-  for (const std::string& path : files) {
-    f.bytes += static_cast<double>(fs::file_size(path));
-    double floor_best = 1e300, read_best = 1e300, write_best = 1e300;
-    for (int k = 0; k < repeat; ++k) {
-      double start = now();
-      floor_pass(path);
-      floor_best = std::min(floor_best, now() - start);
-    }
-    Read r;
-    for (int k = 0; k < repeat; ++k) {
-      r = read_file(path, false);
-      read_best = std::min(read_best, r.seconds);
-    }
-    if (!r.ok) ++f.failed_reads;
-    f.entities += r.entities;
-    f.heap += static_cast<double>(r.heap);
-    f.peak += static_cast<double>(peak_of_read(path));
-    LumoDesign* design = nullptr;
-    igs_iges_file* file = nullptr;
-    read_file(path, true, &design, &file);
-    // Entities without parameter code say so on standard output as they are written.
-    std::fflush(stdout);
-    int saved_stdout = dup(1);
-    int null_out = open("/dev/null", O_WRONLY);
-    dup2(null_out, 1);
-    for (int k = 0; k < repeat; ++k) {
-      LUMO.useDesign(design);
-      double start = now();
-      file->write(scratch.c_str(), 1);
-      write_best = std::min(write_best, now() - start);
-    }
-    std::fflush(stdout);
-    dup2(saved_stdout, 1);
-    close(null_out);
-    close(saved_stdout);
-    LUMO.useDesign(nullptr);
-    delete design;
-    f.floor_s += floor_best;
-    f.read_s += read_best;
-    f.write_s += write_best;
-    if (f.peer && !peer_parse(path, repeat, f)) f.peer = false;
+bool prepare_corpus(DataSet& set) {
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(options.corpus, error)) {
+    std::string ext = entry.path().extension().string();
+    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (entry.is_regular_file() && (ext == ".igs" || ext == ".iges"))
+      set.files.push_back(entry.path().string());
   }
-  std::remove(scratch.c_str());
-  return f;
+  if (set.files.empty()) {
+    std::printf("corpus: no IGES files in %s; its figures are skipped\n", options.corpus.c_str());
+    return false;
+  }
+  std::sort(set.files.begin(), set.files.end());
+  set.name = "corpus";
+  for (const std::string& path : set.files)
+    set.bytes += static_cast<double>(fs::file_size(path, error));
+  std::printf("corpus: %zu files, %.1f MB in %s\n", set.files.size(), set.bytes / 1e6,
+              options.corpus.c_str());
+  return true;
 }
 
-double mb_per_s(double bytes, double seconds) { return seconds > 0 ? bytes / 1e6 / seconds : 0; }
-
-void print(const Figures& f) {
-  std::printf("\n%s: %.1f MB, %ld entities\n", f.name.c_str(), f.bytes / 1e6, f.entities);
-  std::printf("  floor (records and tokens)  %8.1f MB/s\n", mb_per_s(f.bytes, f.floor_s));
-  std::printf("  igeslib read                %8.1f MB/s  %10.0f entities/s\n",
-              mb_per_s(f.bytes, f.read_s), f.read_s > 0 ? f.entities / f.read_s : 0);
-  std::printf("  igeslib write               %8.1f MB/s\n", mb_per_s(f.bytes, f.write_s));
-  std::printf("  igeslib memory              %8.0f bytes/entity heap, %.0f peak\n",
-              f.heap / std::max(1L, f.entities), f.peak / std::max(1L, f.entities));
-  std::printf("  read time / floor time      %8.2f   (target <= 1.5)\n",
-              f.floor_s > 0 ? f.read_s / f.floor_s : 0);
-  if (f.failed_reads) std::printf("  reads ended by a fatal error: %d\n", f.failed_reads);
-  if (!f.peer) {
-    std::printf("  peer: skipped (its development packages are not installed)\n");
-    return;
-  }
-  std::printf("  peer parse                  %8.1f MB/s\n", mb_per_s(f.bytes, f.peer_s));
-  std::printf("  peer memory                 %8.0f bytes/entity heap, %.0f peak\n",
-              f.peer_heap / std::max(1L, f.peer_entities),
-              f.peer_peak / std::max(1L, f.peer_entities));
-  std::printf("  read speed / peer's         %8.2f   (target >= 4)\n",
-              f.read_s > 0 ? f.peer_s / f.read_s : 0);
-  double ours = f.peak / std::max(1L, f.entities);
-  double theirs = f.peer_peak / std::max(1L, f.peer_entities);
-  std::printf("  peak memory / peer's        %8.2f   (target <= 0.5)\n",
-              theirs > 0 ? ours / theirs : 0);
-}
-
-void json(FILE* out, const Figures& f, bool last) {
-  std::fprintf(out,
-               "  {\"set\": \"%s\", \"bytes\": %.0f, \"entities\": %ld, \"floor_s\": %.6f, "
-               "\"read_s\": %.6f, \"write_s\": %.6f, \"heap_bytes\": %.0f, \"peak_bytes\": %.0f, "
-               "\"read_mb_s\": %.2f, \"write_mb_s\": %.2f, \"floor_mb_s\": %.2f, "
-               "\"read_over_floor\": %.3f, \"peer\": %s",
-               f.name.c_str(), f.bytes, f.entities, f.floor_s, f.read_s, f.write_s, f.heap, f.peak,
-               mb_per_s(f.bytes, f.read_s), mb_per_s(f.bytes, f.write_s),
-               mb_per_s(f.bytes, f.floor_s), f.floor_s > 0 ? f.read_s / f.floor_s : 0,
-               f.peer ? "true" : "false");
-  if (f.peer)
-    std::fprintf(out,
-                 ", \"peer_s\": %.6f, \"peer_heap_bytes\": %.0f, \"peer_peak_bytes\": %.0f, "
-                 "\"peer_entities\": %ld, \"peer_mb_s\": %.2f",
-                 f.peer_s, f.peer_heap, f.peer_peak, f.peer_entities, mb_per_s(f.bytes, f.peer_s));
-  std::fprintf(out, "}%s\n", last ? "" : ",");
+void register_set(DataSet* set) {
+  int n = options.iterations ? options.iterations : set->iterations;
+  auto finish = [n](benchmark::internal::Benchmark* b) {
+    b->UseManualTime()->Iterations(n)->Unit(benchmark::kMillisecond);
+  };
+  const std::string& s = set->name;
+  finish(benchmark::RegisterBenchmark(("write/" + s).c_str(), bench_write, set));
+  finish(benchmark::RegisterBenchmark(("floor/" + s).c_str(), bench_floor, set, false));
+  finish(benchmark::RegisterBenchmark(("floor+numbers/" + s).c_str(), bench_floor, set, true));
+  finish(benchmark::RegisterBenchmark(("read/" + s).c_str(), bench_read, set));
+  if (!peer_program.empty())
+    finish(benchmark::RegisterBenchmark(("peer/" + s).c_str(), bench_peer, set));
+  benchmark::RegisterBenchmark(("memory/" + s).c_str(), bench_memory, set, false)
+      ->UseManualTime()
+      ->Iterations(1)
+      ->Unit(benchmark::kMillisecond);
+  if (!peer_program.empty())
+    benchmark::RegisterBenchmark(("peer_memory/" + s).c_str(), bench_memory, set, true)
+        ->UseManualTime()
+        ->Iterations(1)
+        ->Unit(benchmark::kMillisecond);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  double mb = 100;
-  int repeat = 3;
-  bool huge = false;
-  std::string corpus = "../shared/corpus", json_path = "bench-figures.json";
-  std::string work = fs::temp_directory_path().string();
-  for (int i = 1; i < argc && std::strcmp(argv[1], "--peak-of") != 0; ++i) {
-    std::string a = argv[i];
-    auto value = [&] { return i + 1 < argc ? std::string(argv[++i]) : std::string(); };
-    if (a == "--mb")
-      mb = std::atof(value().c_str());
-    else if (a == "--repeat")
-      repeat = std::max(1, std::atoi(value().c_str()));
-    else if (a == "--corpus")
-      corpus = value();
-    else if (a == "--json")
-      json_path = value();
-    else if (a == "--work")
-      work = value();
-    else if (a == "--huge")
-      huge = true, mb = 1000, repeat = 1;
-    else {
-      std::fprintf(stderr,
-                   "usage: igeslib-bench [--mb N] [--repeat K] [--corpus DIR] [--json FILE] "
-                   "[--work DIR] [--huge]\n");
-      return 2;
-    }
+  if (!parse_options(argc, argv)) {
+    std::fputs("igeslib-bench: bad option; see the head of bench/igeslib_bench.cpp\n", stderr);
+    return 2;
   }
+  if (options.probe) return probe_memory(dup(1));
   igeslib_force_load();
+  if (options.smoke) return smoke();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   silence_reports();
-  if (argc == 3 && std::strcmp(argv[1], "--peak-of") == 0) {
-    long before = peak_resident();
-    LumoDesign* design = nullptr;
-    igs_iges_file* file = nullptr;
-    read_file(argv[2], true, &design, &file);
-    std::printf("%ld\n", peak_resident() - before);
-    return 0;
-  }
 
-  std::string model = (fs::path(work) / "igeslib-bench-model.igs").string();
-  std::string scratch = (fs::path(work) / "igeslib-bench-written.igs").string();
-  double start = now();
-  long made = generate_model(model, mb * 1e6);
-  if (made == 0) {
-    std::fprintf(stderr, "igeslib-bench: cannot write %s\n", model.c_str());
-    return 1;
-  }
-  std::printf("generated %s: %ld entities, %.1f MB in %.1f s\n", model.c_str(), made,
-              static_cast<double>(fs::file_size(model)) / 1e6, now() - start);
-
-  std::vector<Figures> all;
-  all.push_back(
-      measure(huge ? "generated 1 GB model" : "generated model", {model}, repeat, !huge, scratch));
-  if (!huge) {
-    std::vector<std::string> files;
-    std::error_code ec;
-    for (const auto& entry : fs::directory_iterator(corpus, ec)) {
-      std::string ext = entry.path().extension().string();
-      for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-      if (ext == ".igs" || ext == ".iges") files.push_back(entry.path().string());
-    }
-    std::sort(files.begin(), files.end());
-    if (files.empty())
-      std::printf("\ncorpus: %s is absent, skipped\n", corpus.c_str());
+  if (options.peer) {
+    fs::path peer = program_dir() / "igeslib-peer-parse";
+    if (access(peer.c_str(), X_OK) == 0)
+      peer_program = peer.string();
     else
-      all.push_back(measure("corpus (" + std::to_string(files.size()) + " files)", files, repeat,
-                            true, scratch));
+      std::printf("peer: igeslib-peer-parse was not built (its development packages, "
+                  "libocct-data-exchange-dev and libtbb-dev, were not found); its figures are "
+                  "skipped\n");
   }
-  std::remove(model.c_str());
-  for (const Figures& f : all) print(f);
-  if (FILE* out = std::fopen(json_path.c_str(), "w")) {
-    std::fprintf(out, "[\n");
-    for (std::size_t i = 0; i < all.size(); ++i) json(out, all[i], i + 1 == all.size());
-    std::fprintf(out, "]\n");
-    std::fclose(out);
-    std::printf("\nfigures written to %s\n", json_path.c_str());
+  written_path = (fs::path(options.data_dir) / "written.igs").string();
+
+  DataSet generated, corpus, large;
+  generated.iterations = 3;
+  corpus.iterations = 5;
+  large.iterations = 1;
+  large.release_after_write = true;
+  std::vector<DataSet*> sets;
+  char generated_name[32], large_name[32];
+  std::snprintf(generated_name, sizeof generated_name, "generated-%.0fMB", options.generated_mb);
+  std::snprintf(large_name, sizeof large_name, "generated-%.0fMB", options.large_mb);
+  if (wanted("generated")) {
+    if (!prepare_generated(generated, options.generated_mb, generated_name)) return 1;
+    sets.push_back(&generated);
   }
+  if (wanted("corpus") && prepare_corpus(corpus)) sets.push_back(&corpus);
+  if (wanted("large")) {
+    if (!prepare_generated(large, options.large_mb, large_name)) return 1;
+    sets.push_back(&large);
+  }
+  for (DataSet* set : sets) register_set(set);
+
+  Collector collector;
+  benchmark::RunSpecifiedBenchmarks(&collector);
+  benchmark::Shutdown();
+  for (DataSet* set : sets) release_model(set->model);
+
+  std::vector<Row> rows = summarise(collector, sets);
+  std::string table = markdown(rows);
+  std::printf("\n%s", table.c_str());
+  if (!options.summary_markdown.empty() && !write_text(options.summary_markdown, table))
+    std::fprintf(stderr, "igeslib-bench: %s can't be written\n", options.summary_markdown.c_str());
+  if (!options.summary_json.empty() && !write_text(options.summary_json, json(rows)))
+    std::fprintf(stderr, "igeslib-bench: %s can't be written\n", options.summary_json.c_str());
   return 0;
 }

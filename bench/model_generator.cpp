@@ -1,62 +1,245 @@
 #include "model_generator.h"
 
-#include <igeslib.h>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
 
-#include <random>
+#include <igeslib.h>
 
 namespace {
 
-// Coordinates with the fifteen significant digits a CAD system writes.
-struct Values {
-  std::mt19937_64 random{20261123};
-  std::uniform_real_distribution<double> coordinate{-1000.0, 1000.0};
-  double operator()() { return coordinate(random); }
+// Reals as CAD systems write them: whole numbers, values of a few decimals and values of full
+// precision, from a fixed sequence.
+class Values {
+ public:
+  double operator()() {
+    state_ ^= state_ >> 12;
+    state_ ^= state_ << 25;
+    state_ ^= state_ >> 27;
+    std::uint64_t bits = state_ * 0x2545F4914F6CDD1DULL;
+    double unit = static_cast<double>(bits >> 11) * 0x1.0p-53;  // [0, 1)
+    double v = (unit - 0.5) * 2000.0;
+    switch (++count_ % 4) {
+      case 0:
+        return static_cast<double>(static_cast<long>(v));
+      case 1:
+        return static_cast<double>(static_cast<long>(v * 1000.0)) / 1000.0;
+      default:
+        return v;
+    }
+  }
+
+ private:
+  std::uint64_t state_ = 0x9E3779B97F4A7C15ULL;
+  unsigned count_ = 0;
 };
 
-// One of each kind, in turn; the entities written per call.
-int add_group(LumoDesign* design, Values& v, igs_subfigure_definition_entity* figure,
-              igs_transformation_matrix_entity* matrix) {
-  new (design) igs_line_entity(nullptr, 0, nullptr, nullptr, nullptr, nullptr, matrix, nullptr,
-                               igs_blank_status_visible, nullptr, nullptr,
-                               igs_subordinate_switch_independent, igs_use_flag_geometry, 0, v(),
-                               v(), v(), v(), v(), v());
-  auto* arc = new (design) igs_circular_arc_entity;
-  arc->zt(v()), arc->x1(v()), arc->y1(v()), arc->x2(v()), arc->y2(v()), arc->x3(v()), arc->y3(v());
-  auto* point = new (design) igs_point_entity;
-  point->x(v()), point->y(v()), point->z(v()), point->ptr(figure);
-  auto* conic = new (design) igs_conic_arc_entity;
-  conic->form(1);
-  conic->a(v()), conic->b(v()), conic->c(v()), conic->d(v()), conic->e(v()), conic->f(v());
-  conic->zt(v()), conic->x1(v()), conic->y1(v()), conic->x2(v()), conic->y2(v());
-  auto* plane = new (design) igs_plane_entity;
-  plane->form(0);
-  plane->a(v()), plane->b(v()), plane->c(v()), plane->d(v()), plane->x(v()), plane->y(v()),
-      plane->z(v()), plane->Size(v());
-  auto* flash = new (design) igs_flash_entity;
-  flash->form(0);
-  flash->x(v()), flash->y(v()), flash->dim1(v()), flash->dim2(v()), flash->rot(v());
-  return 6;
+// What the makers share: the design, the values, and the entities that later ones point to.
+struct Maker {
+  LumoDesign* design = nullptr;
+  Values value;
+  std::size_t made = 0;
+  igs_transformation_matrix_entity* matrix = nullptr;
+  igs_subfigure_definition_entity* figure = nullptr;
+  igs_circular_arc_entity* arc = nullptr;
+  igs_line_entity* lines[3] = {};
+  unsigned next_line = 0;
+
+  // Directory fields as a CAD system sets them, each select its own object as a reader makes
+  // them: a line font where the class has one, a level, a colour, a label on every third
+  // entity, and every eighth geometric entity moved by the last transformation matrix.
+  template <class Entity>
+  Entity* styled(Entity* entity) {
+    std::size_t n = made++;
+    if constexpr (requires { entity->line_font(static_cast<igs_lineFont*>(nullptr)); }) {
+      auto* font = new (design) igs_lineFont;
+      font->_line_pattern(n % 5 == 4 ? igs_line_pattern_dashed : igs_line_pattern_solid);
+      entity->line_font(font);
+    }
+    auto* level = new (design) igs_entity_level;
+    level->_int_val(static_cast<int>(1 + n % 40));
+    entity->level(level);
+    auto* color = new (design) igs_entity_color;
+    color->_color_number(static_cast<igs_color_number>(1 + n % 8));
+    entity->color(color);
+    if (n % 3 == 0) {
+      char label[16];
+      std::snprintf(label, sizeof label, "E%zu", n % 100000);
+      entity->label(label);
+      entity->subscript(static_cast<int>(n % 1000));
+    }
+    if constexpr (requires { entity->transformation(matrix); })
+      if (n % 8 == 0) entity->transformation(matrix);
+    return entity;
+  }
+};
+
+void make_line(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_line_entity);
+  e->x1(m.value()), e->y1(m.value()), e->z1(m.value());
+  e->x2(m.value()), e->y2(m.value()), e->z2(m.value());
+  m.lines[m.next_line++ % 3] = e;
 }
+
+void make_circular_arc(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_circular_arc_entity);
+  e->zt(m.value()), e->x1(m.value()), e->y1(m.value()), e->x2(m.value()), e->y2(m.value());
+  e->x3(m.value()), e->y3(m.value());
+  m.arc = e;
+}
+
+void make_point(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_point_entity);
+  e->x(m.value()), e->y(m.value()), e->z(m.value());
+  if (m.made % 4 == 0) e->ptr(m.figure);
+}
+
+void make_conic_arc(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_conic_arc_entity);
+  e->form(1);
+  e->a(m.value()), e->b(m.value()), e->c(m.value()), e->d(m.value()), e->e(m.value());
+  e->f(m.value()), e->zt(m.value()), e->x1(m.value()), e->y1(m.value()), e->x2(m.value());
+  e->y2(m.value());
+}
+
+// Bounded by the last circular arc, or unbounded, in turn.
+void make_plane(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_plane_entity);
+  bool bounded = m.made % 2 == 0 && m.arc;
+  e->form(bounded ? 1 : 0);
+  e->a(m.value()), e->b(m.value()), e->c(m.value()), e->d(m.value());
+  if (bounded) e->ptr(m.arc);
+  e->x(m.value()), e->y(m.value()), e->z(m.value()), e->Size(m.value());
+}
+
+// A rotation about z and a shift; the geometry made after it points to it.
+void make_transformation_matrix(Maker& m) {
+  auto* e = new (m.design) igs_transformation_matrix_entity;
+  ++m.made;
+  double c = 0.6, s = 0.8;
+  e->form(0);
+  e->r11(c), e->r12(-s), e->r13(0.0), e->t1(m.value());
+  e->r21(s), e->r22(c), e->r23(0.0), e->t2(m.value());
+  e->r31(0.0), e->r32(0.0), e->r33(1.0), e->t3(m.value());
+  m.matrix = e;
+}
+
+void make_flash(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_flash_entity);
+  e->form(m.arc ? 1 : 0);
+  e->x(m.value()), e->y(m.value()), e->dim1(m.value()), e->dim2(m.value()), e->rot(m.value());
+  e->de(m.arc);
+}
+
+// The last three lines as its members, made dependent on it.
+void make_subfigure_definition(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_subfigure_definition_entity);
+  e->depth(0);
+  char name[24];
+  std::snprintf(name, sizeof name, "FIGURE%zu", m.made);
+  e->name(name);
+  auto* members = new (m.design) ListOfigs_directory_entry;
+  for (igs_line_entity* line : m.lines) {
+    if (!line) continue;
+    line->subordinate(igs_subordinate_switch_physicallyDependent);
+    members->add(line);
+  }
+  e->de(members);
+  m.figure = e;
+}
+
+// The kinds, with how many of each a group of entities holds. A new kind with parameter code
+// joins the model with one maker and one row here.
+struct Kind {
+  const char* name;
+  unsigned per_group;
+  void (*make)(Maker&);
+};
+
+constexpr Kind kKinds[] = {
+    {"transformation matrix", 1, make_transformation_matrix},
+    {"line", 6, make_line},
+    {"circular arc", 4, make_circular_arc},
+    {"point", 3, make_point},
+    {"conic arc", 1, make_conic_arc},
+    {"plane", 1, make_plane},
+    {"flash", 1, make_flash},
+    {"subfigure definition", 1, make_subfigure_definition},
+};
 
 }  // namespace
 
-long generate_model(const std::string& path, double target_bytes) {
+std::vector<std::string> generated_kinds() {
+  std::vector<std::string> names;
+  for (const Kind& kind : kKinds) names.emplace_back(kind.name);
+  return names;
+}
+
+GeneratedModel generate_model(std::size_t entities) {
   igeslib_force_load();
-  LumoDesign* design = LUMO.newDesign("generated", nullptr);
-  LumoDesign* before = LUMO.useDesign(design);
-  auto* file = new (design) igs_iges_file;
-  file->start_section()->add("A model generated by igeslib-bench.");
-  auto* matrix = new (design) igs_transformation_matrix_entity;
-  matrix->r11(1.0), matrix->r22(1.0), matrix->r33(1.0), matrix->t1(10.0);
-  auto* figure = new (design) igs_subfigure_definition_entity;
-  figure->name("FIGURE");
-  Values values;
-  // About 2180 bytes a group, by a trial of this generator.
-  long groups = static_cast<long>(target_bytes / 2180.0) + 1;
-  long entities = 2;
-  for (long g = 0; g < groups; ++g) entities += add_group(design, values, figure, matrix);
-  bool written = file->write(path.c_str(), 1) != nullptr;
+  GeneratedModel model;
+  model.design = LUMO.newDesign("generated", nullptr);
+  LumoDesign* before = LUMO.design();
+  LUMO.useDesign(model.design);
+  model.file = new (model.design) igs_iges_file;
+  model.file->start_section()->add("A model generated by igeslib-bench: every entity kind that");
+  model.file->start_section()->add("has parameter code, in a fixed mix.");
+  auto* global = new (model.design) igs_global;
+  global->product_identification_sender("generated");
+  global->file_name("generated.igs");
+  global->system_id("igeslib");
+  global->preprocessor_version("igeslib-bench");
+  global->number_of_binary_bits(32);
+  global->single_precision_magnitude(38);
+  global->single_precision_significance(7);
+  global->double_precision_magnitude(308);
+  global->double_precision_significance(15);
+  global->model_space_scale(1.0);
+  global->unit_flag(igs_unitFlag_millimeters);
+  global->units("MM");
+  global->max_num_line_weight_gradations(1);
+  global->width_max_line_weight(0.5);
+  global->date_time_file_generation("20260101.120000");
+  global->min_resolution(0.001);
+  global->max_coordinate_value(1000.0);
+  global->author("igeslib");
+  global->organization("igeslib project");
+  global->date_time_created_modified("20260101.120000");
+  model.file->global_section(global);
+
+  Maker maker;
+  maker.design = model.design;
+  while (maker.made < entities)
+    for (const Kind& kind : kKinds)
+      for (unsigned i = 0; i < kind.per_group; ++i) kind.make(maker);
+  model.entities = maker.made;
   LUMO.useDesign(before);
-  delete design;
-  return written ? entities : 0;
+  return model;
+}
+
+void release_model(GeneratedModel& model) {
+  if (!model.design) return;
+  if (LUMO.design() == model.design) LUMO.useDesign(nullptr);
+  delete model.design;
+  model = GeneratedModel{};
+}
+
+bool write_model(const GeneratedModel& model, const std::string& path) {
+  LumoDesign* before = LUMO.design();
+  LUMO.useDesign(model.design);
+  bool written = model.file->write(path.c_str(), 1) != nullptr;
+  LUMO.useDesign(before);
+  return written;
+}
+
+std::size_t entities_for_size(double bytes, const std::string& scratch_path) {
+  GeneratedModel sample = generate_model(20000);
+  bool written = write_model(sample, scratch_path);
+  std::size_t made = sample.entities;
+  release_model(sample);
+  std::error_code error;
+  auto size = written ? std::filesystem::file_size(scratch_path, error) : 0;
+  std::filesystem::remove(scratch_path, error);
+  if (!written || size == 0) return 0;
+  return static_cast<std::size_t>(bytes / (static_cast<double>(size) / made)) + 1;
 }
