@@ -1,5 +1,4 @@
 // Domains and attributes of the run-time dictionary.
-#include <cstdint>
 #include <cstring>
 
 #include "lumo_internal.h"
@@ -51,11 +50,11 @@ static LumoAttribute* find_attribute(LumoDomain* domain, const char* name, unsig
 
 LumoAttribute* LumoDomain::findTypeAttribute(const char* attribute_name) {
   if (!attribute_name) return nullptr;
-  Found& place = found_inherited_[(reinterpret_cast<std::uintptr_t>(attribute_name) >> 3) & 3];
-  if (place.name == attribute_name && std::strcmp(place.attribute->name, attribute_name) == 0)
-    return place.attribute;
+  for (const Found& place : found_inherited_)
+    if (place.name == attribute_name && std::strcmp(place.attribute->name, attribute_name) == 0)
+      return place.attribute;
   LumoAttribute* found = find_attribute(this, attribute_name, 0);
-  if (found) place = Found{attribute_name, found};
+  if (found) found_inherited_[found_next_++ & 3] = Found{attribute_name, found};
   return found;
 }
 

@@ -75,13 +75,14 @@ class LumoDomain : public LumoStructure {
   // compare instead of a walk over the list.
   const char* found_name_ = nullptr;
   LumoAttribute* found_attribute_ = nullptr;
-  // The same for findTypeAttribute, inherited attributes included: a few places chosen by
-  // the name's address, since a class's accessors ask for several names in turn.
+  // The same for findTypeAttribute, inherited attributes included: the last few names, since
+  // a class's accessors ask for several in turn; the oldest is replaced.
   struct Found {
     const char* name = nullptr;
     LumoAttribute* attribute = nullptr;
   };
   Found found_inherited_[4];
+  unsigned found_next_ = 0;
 
  private:
   LumoType* type_ = nullptr;
