@@ -91,15 +91,15 @@ struct ReadFile {
   bool ok = false;
 };
 
-// One file read into a fresh design, the read alone timed into seconds.
-ReadFile read_file(const std::string& path, double& seconds) {
+// One file read into a fresh design, the read alone timed.
+ReadFile read_file(const std::string& path, BenchTimer& timer) {
   ReadFile r;
   r.design = LUMO.newDesign("bench", nullptr);
   LUMO.useDesign(r.design);
   r.file = new (r.design) igs_iges_file;
-  double start = bench_seconds();
+  timer.start();
   r.ok = r.file->read(path.c_str(), 0) != nullptr;
-  seconds += bench_seconds() - start;
+  timer.stop();
   return r;
 }
 
@@ -202,7 +202,9 @@ void ensure_model(DataSet& set) {
 
 // ---- the figures ----
 
-void set_rates(benchmark::State& state, double bytes, double entities) {
+// The rates of one pass, and its processor time beside the wall clock's.
+void set_rates(benchmark::State& state, double bytes, double entities, double cpu_seconds) {
+  state.counters["cpu_ms"] = benchmark::Counter(cpu_seconds * 1e3, benchmark::Counter::kAvgIterations);
   state.counters["MB/s"] = benchmark::Counter(bytes / 1e6, benchmark::Counter::kIsIterationInvariantRate);
   state.counters["entities/s"] =
       benchmark::Counter(entities, benchmark::Counter::kIsIterationInvariantRate);
@@ -214,19 +216,21 @@ void bench_read(benchmark::State& state, DataSet* set) {
   QuietStdout quiet;
   unsigned long reports_before = reports;
   std::size_t entities = 0, failed = 0;
+  double cpu = 0;
   for (auto _ : state) {
-    double seconds = 0;
+    BenchTimer timer;
     entities = 0, failed = 0;
     for (const std::string& path : set->files) {
-      ReadFile r = read_file(path, seconds);
+      ReadFile r = read_file(path, timer);
       entities += count_entities(r);
       failed += !r.ok;
       release(r);
     }
-    state.SetIterationTime(seconds);
+    state.SetIterationTime(timer.wall);
+    cpu += timer.cpu;
   }
   set->entities = entities;
-  set_rates(state, set->bytes, static_cast<double>(entities));
+  set_rates(state, set->bytes, static_cast<double>(entities), cpu);
   state.counters["reports"] =
       static_cast<double>(reports - reports_before) / static_cast<double>(state.iterations());
   state.counters["failed_reads"] = static_cast<double>(failed);
@@ -241,27 +245,28 @@ void bench_write(benchmark::State& state, DataSet* set) {
     models.push_back({set->model.design, set->model.file, set->model.entities, true});
   } else {
     for (const std::string& path : set->files) {
-      double unused = 0;
+      BenchTimer unused;
       models.push_back(read_file(path, unused));
       count_entities(models.back());
     }
   }
-  double bytes = 0, entities = 0;
+  double bytes = 0, entities = 0, cpu = 0;
   for (auto _ : state) {
-    double seconds = 0;
+    BenchTimer timer;
     bytes = 0, entities = 0;
     for (ReadFile& m : models) {
       LUMO.useDesign(m.design);
-      double start = bench_seconds();
+      timer.start();
       m.file->write(written_path.c_str(), 1);
-      seconds += bench_seconds() - start;
+      timer.stop();
       std::error_code error;
       bytes += static_cast<double>(fs::file_size(written_path, error));
       entities += static_cast<double>(m.entities);
     }
-    state.SetIterationTime(seconds);
+    state.SetIterationTime(timer.wall);
+    cpu += timer.cpu;
   }
-  set_rates(state, bytes, entities);
+  set_rates(state, bytes, entities, cpu);
   LUMO.useDesign(nullptr);
   if (set->generated_entities) {
     if (set->release_after_write) release_model(set->model);
@@ -274,19 +279,22 @@ void bench_write(benchmark::State& state, DataSet* set) {
 
 void bench_floor(benchmark::State& state, DataSet* set, bool convert) {
   std::size_t entities = 0;
-  double checksum = 0;
+  double checksum = 0, cpu = 0;
   for (auto _ : state) {
-    double start = bench_seconds();
+    BenchTimer timer;
+    timer.start();
     entities = 0;
     for (const std::string& path : set->files) {
       FloorResult f = floor_pass(path, convert);
       entities += f.directory_records / 2;
       checksum += f.checksum + static_cast<double>(f.tokens);
     }
-    state.SetIterationTime(bench_seconds() - start);
+    timer.stop();
+    state.SetIterationTime(timer.wall);
+    cpu += timer.cpu;
   }
   benchmark::DoNotOptimize(checksum);
-  set_rates(state, set->bytes, static_cast<double>(entities));
+  set_rates(state, set->bytes, static_cast<double>(entities), cpu);
 }
 
 void bench_peer(benchmark::State& state, DataSet* set) {
@@ -298,14 +306,15 @@ void bench_peer(benchmark::State& state, DataSet* set) {
     return;
   }
   std::size_t i = 0;
-  double entities = 0, failed = 0;
+  double entities = 0, failed = 0, cpu = 0;
   for (auto _ : state) {
     const std::string& line = out.lines[i++];
     state.SetIterationTime(json_number(line, "seconds"));
+    cpu += json_number(line, "cpu_seconds");
     entities = json_number(line, "entities");
     failed = json_number(line, "failed");
   }
-  set_rates(state, set->bytes, entities);
+  set_rates(state, set->bytes, entities, cpu);
   state.counters["failed_reads"] = failed;
 }
 
@@ -349,6 +358,9 @@ void bench_memory(benchmark::State& state, DataSet* set, bool peer) {
 // The runs as Google Benchmark reports them, kept for the summary.
 class Collector : public benchmark::ConsoleReporter {
  public:
+  // Colours only on a terminal.
+  Collector() : ConsoleReporter(isatty(1) ? OO_ColorTabular : OO_Tabular) {}
+
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.error_occurred) continue;
@@ -388,17 +400,48 @@ class Collector : public benchmark::ConsoleReporter {
   std::map<std::string, Kept> runs_;
 };
 
+// Seconds of one pass of each figure of a data set, by the wall clock or by processor time.
+struct Times {
+  double read = 0, write = 0, floor = 0, floor_numbers = 0, peer = 0;
+};
+
 struct Row {
   std::string set;
-  double mb = 0, entities = 0;
-  double read_mb_s = 0, read_entities_s = 0, write_mb_s = 0, floor_mb_s = 0,
-         floor_numbers_mb_s = 0;
-  double read_over_floor = 0;
+  double mb = 0, written_mb = 0, entities = 0;
+  Times wall, cpu;
   double peak = 0, heap = 0, write_peak = 0;  // bytes per entity
-  double peer_mb_s = 0, peer_peak = 0;
-  double speed_vs_peer = 0, memory_vs_peer = 0;
-  double read_s = 0, write_s = 0;
+  double peer_peak = 0;
 };
+
+double rate(double amount, double seconds) { return seconds > 0 ? amount / seconds : 0; }
+double ratio(double a, double b) { return a > 0 && b > 0 ? a / b : 0; }
+
+std::vector<Row> summarise(const Collector& c, const std::vector<DataSet*>& sets) {
+  std::vector<Row> rows;
+  for (const DataSet* set : sets) {
+    Row r;
+    const std::string& s = set->name;
+    r.set = s;
+    r.mb = set->bytes / 1e6;
+    r.written_mb = c.counter("write/" + s, "MB");
+    r.entities = static_cast<double>(set->entities);
+    auto times = [&](bool cpu) {
+      auto t = [&](const char* what) {
+        std::string name = what + ("/" + s);
+        return cpu ? c.counter(name, "cpu_ms") / 1e3 : c.seconds(name);
+      };
+      return Times{t("read"), t("write"), t("floor"), t("floor+numbers"), t("peer")};
+    };
+    r.wall = times(false);
+    r.cpu = times(true);
+    r.peak = c.counter("memory/" + s, "peak_B/entity");
+    r.heap = c.counter("memory/" + s, "heap_B/entity");
+    r.write_peak = c.counter("memory/" + s, "write_peak_B/entity");
+    r.peer_peak = c.counter("peer_memory/" + s, "peak_B/entity");
+    rows.push_back(r);
+  }
+  return rows;
+}
 
 std::string figure(double v, const char* format) {
   if (v <= 0 || !std::isfinite(v)) return "-";
@@ -407,64 +450,46 @@ std::string figure(double v, const char* format) {
   return text;
 }
 
-std::string verdict(double v, double target, bool at_least) {
-  if (v <= 0 || !std::isfinite(v)) return "";
-  return (at_least ? v >= target : v <= target) ? " (met)" : " (missed)";
-}
-
-std::vector<Row> summarise(const Collector& c, const std::vector<DataSet*>& sets) {
-  std::vector<Row> rows;
-  for (const DataSet* set : sets) {
-    Row r;
-    r.set = set->name;
-    r.mb = set->bytes / 1e6;
-    r.entities = static_cast<double>(set->entities);
-    double read = c.seconds("read/" + set->name), write = c.seconds("write/" + set->name);
-    double floor = c.seconds("floor/" + set->name);
-    double floor_numbers = c.seconds("floor+numbers/" + set->name);
-    double peer = c.seconds("peer/" + set->name);
-    r.read_s = read, r.write_s = write;
-    if (read > 0) r.read_mb_s = r.mb / read, r.read_entities_s = r.entities / read;
-    if (write > 0) r.write_mb_s = c.counter("write/" + set->name, "MB") / write;
-    if (floor > 0) r.floor_mb_s = r.mb / floor;
-    if (floor_numbers > 0) r.floor_numbers_mb_s = r.mb / floor_numbers;
-    if (peer > 0) r.peer_mb_s = r.mb / peer;
-    if (read > 0 && floor > 0) r.read_over_floor = read / floor;
-    if (read > 0 && peer > 0) r.speed_vs_peer = peer / read;
-    r.peak = c.counter("memory/" + set->name, "peak_B/entity");
-    r.heap = c.counter("memory/" + set->name, "heap_B/entity");
-    r.write_peak = c.counter("memory/" + set->name, "write_peak_B/entity");
-    r.peer_peak = c.counter("peer_memory/" + set->name, "peak_B/entity");
-    if (r.peak > 0 && r.peer_peak > 0) r.memory_vs_peer = r.peak / r.peer_peak;
-    rows.push_back(r);
-  }
-  return rows;
+// A ratio and whether it meets its target.
+std::string against(double v, double target, bool at_least) {
+  if (v <= 0 || !std::isfinite(v)) return "-";
+  return figure(v, "%.2f") + ((at_least ? v >= target : v <= target) ? " met" : " missed");
 }
 
 std::string markdown(const std::vector<Row>& rows) {
   std::string t =
-      "| data set | MB | entities | read MB/s | read entities/s | write MB/s | floor MB/s | "
-      "floor+numbers MB/s | read time / floor | peak B/entity (heap held) | peer MB/s | "
-      "peer peak B/entity | read speed / peer | peak memory / peer |\n"
-      "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n";
+      "| data set | MB | entities | clock | read MB/s | read entities/s | write MB/s | "
+      "floor MB/s | floor+numbers MB/s | peer MB/s | read time / floor (<= 1.5) | "
+      "read speed / peer (>= 4) |\n"
+      "|---|---:|---:|---|---:|---:|---:|---:|---:|---:|---:|---:|\n";
   for (const Row& r : rows) {
-    t += "| " + r.set + " | " + figure(r.mb, "%.1f") + " | " + figure(r.entities, "%.0f") +
-         " | " + figure(r.read_mb_s, "%.1f") + " | " + figure(r.read_entities_s, "%.0f") +
-         " | " + figure(r.write_mb_s, "%.1f") + verdict(r.write_mb_s, 200, true) + " | " +
-         figure(r.floor_mb_s, "%.1f") + " | " + figure(r.floor_numbers_mb_s, "%.1f") + " | " +
-         figure(r.read_over_floor, "%.2f") + verdict(r.read_over_floor, 1.5, false) + " | " +
-         figure(r.peak, "%.0f") + " (" + figure(r.heap, "%.0f") + ") | " +
-         figure(r.peer_mb_s, "%.1f") + " | " + figure(r.peer_peak, "%.0f") + " | " +
-         figure(r.speed_vs_peer, "%.2f") + verdict(r.speed_vs_peer, 4, true) + " | " +
-         figure(r.memory_vs_peer, "%.2f") + verdict(r.memory_vs_peer, 0.5, false) + " |\n";
+    for (int cpu = 0; cpu < 2; ++cpu) {
+      const Times& x = cpu ? r.cpu : r.wall;
+      t += "| " + r.set + " | " + figure(r.mb, "%.1f") + " | " + figure(r.entities, "%.0f") +
+           " | " + (cpu ? "processor" : "wall") + " | " + figure(rate(r.mb, x.read), "%.1f") +
+           " | " + figure(rate(r.entities, x.read), "%.0f") + " | " +
+           figure(rate(r.written_mb, x.write), "%.1f") +
+           (rate(r.written_mb, x.write) >= 200 ? " met" : " missed") + " | " +
+           figure(rate(r.mb, x.floor), "%.1f") + " | " +
+           figure(rate(r.mb, x.floor_numbers), "%.1f") + " | " +
+           figure(rate(r.mb, x.peer), "%.1f") + " | " +
+           against(ratio(x.read, x.floor), 1.5, false) + " | " +
+           against(ratio(x.peer, x.read), 4, true) + " |\n";
+    }
   }
-  t += "\nTargets: read speed / peer >= 4, read time / floor <= 1.5, peak memory / peer <= 0.5, "
-       "write >= 200 MB/s.\n";
+  t += "\n| data set | peak B/entity, read | heap held B/entity | peak B/entity, write after it "
+       "| peer peak B/entity | peak memory / peer (<= 0.5) |\n"
+       "|---|---:|---:|---:|---:|---:|\n";
   for (const Row& r : rows)
-    if (r.read_s > 0 && r.write_peak > 0)
-      t += r.set + ": read " + figure(r.read_s, "%.2f") + " s, write " +
-           figure(r.write_s, "%.2f") + " s; peak memory of the read " +
-           figure(r.peak * r.entities / 1e6, "%.0f") + " MB, of a write of it " +
+    t += "| " + r.set + " | " + figure(r.peak, "%.0f") + " | " + figure(r.heap, "%.0f") + " | " +
+         figure(r.write_peak, "%.0f") + " | " + figure(r.peer_peak, "%.0f") + " | " +
+         against(ratio(r.peak, r.peer_peak), 0.5, false) + " |\n";
+  t += "\n";
+  for (const Row& r : rows)
+    if (r.wall.read > 0 && r.wall.write > 0)
+      t += r.set + ": one read " + figure(r.wall.read, "%.2f") + " s, one write " +
+           figure(r.wall.write, "%.2f") + " s; peak memory of the read " +
+           figure(r.peak * r.entities / 1e6, "%.0f") + " MB, of a write after it " +
            figure(r.write_peak * r.entities / 1e6, "%.0f") + " MB more.\n";
   return t;
 }
@@ -474,16 +499,23 @@ std::string json(const std::vector<Row>& rows) {
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const Row& r = rows[i];
     JsonLine line;
-    line.add("set", r.set).add("MB", r.mb).add("entities", r.entities);
-    line.add("read_MB_s", r.read_mb_s).add("read_entities_s", r.read_entities_s);
-    line.add("read_s", r.read_s).add("write_s", r.write_s);
-    line.add("write_MB_s", r.write_mb_s).add("floor_MB_s", r.floor_mb_s);
-    line.add("floor_numbers_MB_s", r.floor_numbers_mb_s);
-    line.add("read_over_floor", r.read_over_floor).add("peak_B_entity", r.peak);
-    line.add("heap_B_entity", r.heap).add("write_peak_B_entity", r.write_peak);
-    line.add("peer_MB_s", r.peer_mb_s).add("peer_peak_B_entity", r.peer_peak);
-    line.add("read_speed_over_peer", r.speed_vs_peer);
-    line.add("peak_memory_over_peer", r.memory_vs_peer);
+    line.add("set", r.set).add("MB", r.mb).add("written_MB", r.written_mb);
+    line.add("entities", r.entities);
+    for (int cpu = 0; cpu < 2; ++cpu) {
+      const Times& x = cpu ? r.cpu : r.wall;
+      std::string p = cpu ? "cpu_" : "";
+      line.add((p + "read_s").c_str(), x.read).add((p + "write_s").c_str(), x.write);
+      line.add((p + "floor_s").c_str(), x.floor);
+      line.add((p + "floor_numbers_s").c_str(), x.floor_numbers);
+      line.add((p + "peer_s").c_str(), x.peer);
+      line.add((p + "read_MB_s").c_str(), rate(r.mb, x.read));
+      line.add((p + "write_MB_s").c_str(), rate(r.written_mb, x.write));
+      line.add((p + "read_over_floor").c_str(), ratio(x.read, x.floor));
+      line.add((p + "read_speed_over_peer").c_str(), ratio(x.peer, x.read));
+    }
+    line.add("peak_B_entity", r.peak).add("heap_B_entity", r.heap);
+    line.add("write_peak_B_entity", r.write_peak).add("peer_peak_B_entity", r.peer_peak);
+    line.add("peak_memory_over_peer", ratio(r.peak, r.peer_peak));
     t += "  " + line.text() + (i + 1 < rows.size() ? ",\n" : "\n");
   }
   return t + "]\n";
@@ -505,31 +537,33 @@ int probe_memory(int out_fd) {
   QuietStdout quiet;
   std::vector<ReadFile> kept;
   kept.reserve(options.probe_files.size());
-  double bytes = 0, seconds = 0;
+  double bytes = 0;
+  BenchTimer timer;
   std::error_code error;
   for (const std::string& path : options.probe_files)
     bytes += static_cast<double>(fs::file_size(path, error));
   MemoryProbe probe;
   probe.start();
-  for (const std::string& path : options.probe_files) kept.push_back(read_file(path, seconds));
+  for (const std::string& path : options.probe_files) kept.push_back(read_file(path, timer));
   MemoryFigures memory = probe.stop();
   long long entities = 0;
   for (ReadFile& r : kept) entities += static_cast<long long>(count_entities(r));
   JsonLine line;
-  line.add("seconds", seconds).add("entities", entities).add("bytes", bytes);
+  line.add("seconds", timer.wall).add("cpu_seconds", timer.cpu);
+  line.add("entities", entities).add("bytes", bytes);
   line.add("peak_growth", memory.peak_growth).add("heap_growth", memory.heap_growth);
   line.add("peak_reset", static_cast<long long>(memory.peak_reset));
   if (!options.write_back.empty()) {
-    double write_seconds = 0;
+    BenchTimer write_timer;
     probe.start();
     for (ReadFile& r : kept) {
       LUMO.useDesign(r.design);
-      double start = bench_seconds();
+      write_timer.start();
       r.file->write(options.write_back.c_str(), 1);
-      write_seconds += bench_seconds() - start;
+      write_timer.stop();
     }
     MemoryFigures written = probe.stop();
-    line.add("write_seconds", write_seconds).add("write_peak_growth", written.peak_growth);
+    line.add("write_seconds", write_timer.wall).add("write_peak_growth", written.peak_growth);
   }
   std::string text = line.text() + "\n";
   if (write(out_fd, text.c_str(), text.size()) < 0) return 1;
@@ -554,9 +588,9 @@ int smoke() {
     }
   };
   check(write_model(model, first), "the generated model is written");
-  double seconds = 0;
+  BenchTimer timer;
   unsigned long reports_before = reports;
-  ReadFile r = read_file(first, seconds);
+  ReadFile r = read_file(first, timer);
   check(r.ok, "the generated file reads to its end");
   check(reports == reports_before, "the read gives no report (" +
                                        std::to_string(reports - reports_before) + " given)");

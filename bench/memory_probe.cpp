@@ -1,6 +1,7 @@
 #include "memory_probe.h"
 
 #include <malloc.h>
+#include <time.h>
 
 #include <chrono>
 #include <cstdio>
@@ -52,6 +53,12 @@ MemoryFigures MemoryProbe::stop() const {
 double bench_seconds() {
   using clock = std::chrono::steady_clock;
   return std::chrono::duration<double>(clock::now().time_since_epoch()).count();
+}
+
+double bench_cpu_seconds() {
+  timespec t{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
 }
 
 void JsonLine::key(const char* k) {

@@ -30,6 +30,17 @@ class MemoryProbe {
 
 // Seconds on a steady clock.
 double bench_seconds();
+// Seconds of processor time of this process: on a shared machine, less disturbed than the
+// wall clock by what else runs.
+double bench_cpu_seconds();
+
+// Wall and processor seconds of the calls it brackets, added up.
+struct BenchTimer {
+  double wall = 0, cpu = 0;
+  double wall_start = 0, cpu_start = 0;
+  void start() { wall_start = bench_seconds(), cpu_start = bench_cpu_seconds(); }
+  void stop() { wall += bench_seconds() - wall_start, cpu += bench_cpu_seconds() - cpu_start; }
+};
 
 // A JSON object of flat fields, written as one line: the form in which the probe processes
 // give their figures to the bench driver.

@@ -43,25 +43,25 @@ struct Parsed {
   bool ok = false;
 };
 
-Parsed parse(const std::string& path, double& seconds) {
+Parsed parse(const std::string& path, BenchTimer& timer) {
   Parsed parsed;
   std::vector<char> name(path.begin(), path.end());
   name.push_back('\0');
   if (use_reader) {
     // The reader is no transient; its work session, which holds the model, is.
     IGESControl_Reader reader;
-    double start = bench_seconds();
+    timer.start();
     IFSelect_ReturnStatus status = reader.ReadFile(name.data());
-    seconds += bench_seconds() - start;
+    timer.stop();
     Handle(IGESData_IGESModel) model = reader.IGESModel();
     parsed.ok = status == IFSelect_RetDone && !model.IsNull();
     parsed.entities = parsed.ok ? model->NbEntities() : 0;
     parsed.keep = reader.WS();
   } else {
     Handle(IGESData_IGESModel) model = new IGESData_IGESModel;
-    double start = bench_seconds();
+    timer.start();
     int status = IGESFile_Read(name.data(), model, protocol);
-    seconds += bench_seconds() - start;
+    timer.stop();
     parsed.ok = status == 0;
     parsed.entities = parsed.ok ? model->NbEntities() : 0;
     parsed.keep = model;
@@ -115,16 +115,16 @@ int main(int argc, char** argv) {
 
   if (mode == "time") {
     for (int k = 0; k < repeat; ++k) {
-      double seconds = 0;
+      BenchTimer timer;
       long long entities = 0, failed = 0;
       for (const std::string& path : files) {
-        Parsed parsed = parse(path, seconds);
+        Parsed parsed = parse(path, timer);
         entities += parsed.entities;
         failed += !parsed.ok;
       }
       JsonLine line;
-      line.add("seconds", seconds).add("entities", entities).add("bytes", bytes);
-      line.add("failed", failed);
+      line.add("seconds", timer.wall).add("cpu_seconds", timer.cpu);
+      line.add("entities", entities).add("bytes", bytes).add("failed", failed);
       std::fprintf(out, "%s\n", line.text().c_str());
       std::fflush(out);
     }
@@ -133,18 +133,19 @@ int main(int argc, char** argv) {
 
   std::vector<Parsed> kept;
   kept.reserve(files.size());
-  double seconds = 0;
+  BenchTimer timer;
   long long entities = 0, failed = 0;
   MemoryProbe probe;
   probe.start();
   for (const std::string& path : files) {
-    kept.push_back(parse(path, seconds));
+    kept.push_back(parse(path, timer));
     entities += kept.back().entities;
     failed += !kept.back().ok;
   }
   MemoryFigures memory = probe.stop();
   JsonLine line;
-  line.add("seconds", seconds).add("entities", entities).add("bytes", bytes);
+  line.add("seconds", timer.wall).add("cpu_seconds", timer.cpu);
+  line.add("entities", entities).add("bytes", bytes);
   line.add("failed", failed).add("peak_growth", memory.peak_growth);
   line.add("heap_growth", memory.heap_growth);
   line.add("peak_reset", static_cast<long long>(memory.peak_reset));
