@@ -17,6 +17,9 @@ inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
 // Numbers are collected in fixed buffers of this many characters.
 constexpr int kNumberLength = 88;
 
+// Room reserved up front for a string token, in bytes; a longer one grows its buffer.
+constexpr std::size_t kStringRoom = 4096;
+
 // The value of a collected real: a blank or a repaired leading '.', then sign, digits, '.',
 // digits, 'e', sign, digits as they stood. Reads as atof would in the "C" locale, whatever
 // the process locale says.
@@ -338,11 +341,16 @@ const char* IgeslibIO::scan_string(bool delimiter_follows_itself) {
   }
   std::size_t n = static_cast<std::size_t>(length);
 
-  if (string_value.capacity() < n + 1) {
+  // The length is the file's word only: the buffer starts at what a few records could hold
+  // and grows with the characters as they come, so that a length of two thousand million in
+  // a small file doesn't reserve that much before the file runs out.
+  std::size_t room = n + 1 < kStringRoom ? n + 1 : kStringRoom;
+  if (string_value.capacity() < room) {
     string_value.resize(0);
-    string_value.resize(n + 1);
+    string_value.resize(room);
   }
-  char* text = string_value.capacity() >= n + 1 ? string_value.stop_sharing() : nullptr;
+  std::size_t capacity = string_value.capacity();
+  char* text = capacity >= room ? string_value.stop_sharing() : nullptr;
   if (!text) {
     token_error("Can not allocate memory for the string value");
     return nullptr;
@@ -350,6 +358,14 @@ const char* IgeslibIO::scan_string(bool delimiter_follows_itself) {
   // A string runs on over the end of the data field into the next record.
   for (std::size_t i = 0; i < n; ++i) {
     if (column > end_column) read_record();
+    if (i + 1 >= capacity) {
+      text = string_value.resize(i + 2);
+      if (!text) {
+        token_error("Can not allocate memory for the string value");
+        return nullptr;
+      }
+      capacity = string_value.capacity();
+    }
     text[i] = line[column++];
   }
   text[n] = '\0';
