@@ -1,0 +1,87 @@
+#include "fuzz_support.h"
+
+#include <cstdlib>
+
+#include <igeslib.h>
+
+#include "igeslib_io.h"
+
+namespace igeslib_fuzz {
+
+namespace {
+
+unsigned long report_count = 0;
+
+// Every written file of a run goes here; a file that would be longer is cut.
+constexpr std::size_t kOutputCapacity = 16u << 20;
+char output_buffer[kOutputCapacity + 1];
+
+}  // namespace
+
+void setup() {
+  static const bool done = [] {
+    igeslib_force_load();
+    igeslib_create_builtin_schemas();
+    // Items made up past the ends of records cost a few microseconds each under the
+    // sanitizers, and a report each where a back-pointer list runs short: at the library's
+    // defaults a 64 KiB input can keep a read busy for half a minute. These bounds keep every
+    // input well within the one-second timeout while leaving real files' short records alone.
+    igeslib_limits().items_past_end_per_entity = kItemsPastEndPerEntity;
+    igeslib_limits().items_past_end_per_read = kItemsPastEndPerRead;
+    if (!std::getenv("IGESLIB_FUZZ_VERBOSE")) {
+      LUMO.error_reporter()->use_callback([](const char*, int, void*) { ++report_count; }, nullptr);
+      LUMO.message_sink([](const char*, void*) {}, nullptr);
+      LUMO.quiet(1);
+      // The writer's notice about classes without parameter code goes to standard output;
+      // libFuzzer writes to standard error only.
+      if (!std::freopen("/dev/null", "w", stdout)) std::abort();
+    }
+    return true;
+  }();
+  (void)done;
+}
+
+unsigned long reports() { return report_count; }
+
+InputStream::InputStream(const std::uint8_t* data, std::size_t size) {
+  // fmemopen wants a buffer even for no bytes.
+  static char empty[1];
+  char* bytes = size ? const_cast<char*>(reinterpret_cast<const char*>(data)) : empty;
+  fp_ = fmemopen(bytes, size, "rb");
+  if (!fp_) std::abort();
+}
+
+InputStream::~InputStream() { std::fclose(fp_); }
+
+OutputStream::OutputStream() {
+  fp_ = fmemopen(output_buffer, kOutputCapacity, "w+");
+  if (!fp_) std::abort();
+}
+
+OutputStream::~OutputStream() { close(); }
+
+std::size_t OutputStream::close() {
+  if (fp_) {
+    std::fseek(fp_, 0, SEEK_END);
+    long end = std::ftell(fp_);
+    size_ = end > 0 ? static_cast<std::size_t>(end) : 0;
+    std::fclose(fp_);
+    fp_ = nullptr;
+    output_buffer[size_] = '\0';
+  }
+  return size_;
+}
+
+const char* OutputStream::text() const { return output_buffer; }
+
+ScratchDesign::ScratchDesign() {
+  design_ = LUMO.newDesign("fuzz", nullptr);
+  LUMO.useDesign(design_);
+}
+
+ScratchDesign::~ScratchDesign() {
+  if (LUMO.design() == design_) LUMO.useDesign(nullptr);
+  delete design_;
+}
+
+}  // namespace igeslib_fuzz
