@@ -204,8 +204,10 @@ void ensure_model(DataSet& set) {
 
 // The rates of one pass, and its processor time beside the wall clock's.
 void set_rates(benchmark::State& state, double bytes, double entities, double cpu_seconds) {
-  state.counters["cpu_ms"] = benchmark::Counter(cpu_seconds * 1e3, benchmark::Counter::kAvgIterations);
-  state.counters["MB/s"] = benchmark::Counter(bytes / 1e6, benchmark::Counter::kIsIterationInvariantRate);
+  state.counters["cpu_ms"] =
+      benchmark::Counter(cpu_seconds * 1e3, benchmark::Counter::kAvgIterations);
+  state.counters["MB/s"] =
+      benchmark::Counter(bytes / 1e6, benchmark::Counter::kIsIterationInvariantRate);
   state.counters["entities/s"] =
       benchmark::Counter(entities, benchmark::Counter::kIsIterationInvariantRate);
   state.counters["MB"] = bytes / 1e6;
@@ -597,11 +599,11 @@ int smoke() {
   unsigned long reports_before = reports;
   ReadFile r = read_file(first, timer);
   check(r.ok, "the generated file reads to its end");
-  check(reports == reports_before, "the read gives no report (" +
-                                       std::to_string(reports - reports_before) + " given)");
-  check(count_entities(r) == model.entities,
-        "the read gives " + std::to_string(model.entities) + " entities (" +
-            std::to_string(r.entities) + " read)");
+  check(reports == reports_before,
+        "the read gives no report (" + std::to_string(reports - reports_before) + " given)");
+  check(count_entities(r) == model.entities, "the read gives " + std::to_string(model.entities) +
+                                                 " entities (" + std::to_string(r.entities) +
+                                                 " read)");
   std::map<std::string, int> made, read;
   LUMO.useDesign(model.design);
   ListOfigs_directory_entry* made_list = model.file->directory_entries();
@@ -658,8 +660,7 @@ bool parse_options(int& argc, char** argv) {
     std::string a = argv[i];
     auto value = [&](const char* name) -> const char* {
       std::size_t n = std::strlen(name);
-      return a.compare(0, n, name) == 0 && a.size() > n && a[n] == '=' ? argv[i] + n + 1
-                                                                        : nullptr;
+      return a.compare(0, n, name) == 0 && a.size() > n && a[n] == '=' ? argv[i] + n + 1 : nullptr;
     };
     if (options.probe) {
       if (const char* v = value("--write-back"))
@@ -796,9 +797,10 @@ int main(int argc, char** argv) {
     if (access(peer.c_str(), X_OK) == 0)
       peer_program = peer.string();
     else
-      std::printf("peer: igeslib-peer-parse was not built (its development packages, "
-                  "libocct-data-exchange-dev and libtbb-dev, were not found); its figures are "
-                  "skipped\n");
+      std::printf(
+          "peer: igeslib-peer-parse was not built (its development packages, "
+          "libocct-data-exchange-dev and libtbb-dev, were not found); its figures are "
+          "skipped\n");
   }
   written_path = (fs::path(options.data_dir) / "written.igs").string();
 

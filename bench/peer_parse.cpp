@@ -18,10 +18,10 @@
 #include <IGESData_Protocol.hxx>
 #include <IGESFile_Read.hxx>
 #include <IGESSelect_WorkLibrary.hxx>
-#include <XSControl_WorkSession.hxx>
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <Message_Printer.hxx>
+#include <XSControl_WorkSession.hxx>
 
 #include <cstdio>
 #include <cstdlib>
