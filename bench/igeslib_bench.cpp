@@ -471,12 +471,12 @@ std::string markdown(const std::vector<Row>& rows) {
   for (const Row& r : rows) {
     for (int cpu = 0; cpu < 2; ++cpu) {
       const Times& x = cpu ? r.cpu : r.wall;
+      double write_rate = rate(r.written_mb, x.write);
+      const char* write_verdict = write_rate <= 0 ? "" : write_rate >= 200 ? " met" : " missed";
       t += "| " + r.set + " | " + figure(r.mb, "%.1f") + " | " + figure(r.entities, "%.0f") +
            " | " + (cpu ? "processor" : "wall") + " | " + figure(rate(r.mb, x.read), "%.1f") +
-           " | " + figure(rate(r.entities, x.read), "%.0f") + " | " +
-           figure(rate(r.written_mb, x.write), "%.1f") +
-           (rate(r.written_mb, x.write) >= 200 ? " met" : " missed") + " | " +
-           figure(rate(r.mb, x.floor), "%.1f") + " | " +
+           " | " + figure(rate(r.entities, x.read), "%.0f") + " | " + figure(write_rate, "%.1f") +
+           write_verdict + " | " + figure(rate(r.mb, x.floor), "%.1f") + " | " +
            figure(rate(r.mb, x.floor_numbers), "%.1f") + " | " +
            figure(rate(r.mb, x.peer), "%.1f") + " | " +
            against(ratio(x.read, x.floor), 1.5, false) + " | " +
