@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include <igeslib.h>
@@ -36,6 +37,55 @@ int int_text(int v, char* out) {
 // The text "%.15G" gives in the "C" locale, NUL-terminated; its length. to_chars follows the
 // "C" locale's printf exactly and never a process locale's decimal mark.
 int g15_text(double v, char* out) {
+  // The shortest digits that give v back are, when there are fifteen or fewer of them, the
+  // digits "%.15G" prints: v lies within half a unit of its last binary place of them, far
+  // less than half a unit of the fifteenth decimal place. They come much cheaper than the
+  // rounded conversion, which is kept for the rest. Subnormal values carry fewer binary
+  // places, so the argument doesn't hold for them.
+  if (std::isfinite(v) && (v == 0.0 || std::fabs(v) >= std::numeric_limits<double>::min())) {
+    char shortest[40];
+    auto done =
+        std::to_chars(shortest, shortest + sizeof shortest, v, std::chars_format::scientific);
+    const char* p = shortest;
+    const char* end = done.ptr;
+    bool negative = *p == '-';
+    if (negative) ++p;
+    char digits[24];
+    int n = 0;
+    for (; p != end && *p != 'e'; ++p)
+      if (*p != '.') digits[n++] = *p;
+    int exponent = 0;
+    std::from_chars(p + 1 + (p[1] == '+'), end, exponent);
+    if (n <= 15) {
+      char* o = out;
+      if (negative) *o++ = '-';
+      if (exponent < -4 || exponent >= 15) {
+        *o++ = digits[0];
+        if (n > 1) {
+          *o++ = '.';
+          for (int i = 1; i < n; ++i) *o++ = digits[i];
+        }
+        *o++ = 'E';
+        *o++ = exponent < 0 ? '-' : '+';
+        int magnitude = exponent < 0 ? -exponent : exponent;
+        if (magnitude < 10) *o++ = '0';
+        o = std::to_chars(o, out + kTokenLength - 2, magnitude).ptr;
+      } else if (exponent >= 0) {
+        for (int i = 0; i <= exponent; ++i) *o++ = i < n ? digits[i] : '0';
+        if (n > exponent + 1) {
+          *o++ = '.';
+          for (int i = exponent + 1; i < n; ++i) *o++ = digits[i];
+        }
+      } else {
+        *o++ = '0';
+        *o++ = '.';
+        for (int i = -1; i > exponent; --i) *o++ = '0';
+        for (int i = 0; i < n; ++i) *o++ = digits[i];
+      }
+      *o = '\0';
+      return static_cast<int>(o - out);
+    }
+  }
   auto result = std::to_chars(out, out + kTokenLength - 2, v, std::chars_format::general, 15);
   *result.ptr = '\0';
   for (char* p = out; p != result.ptr; ++p)
@@ -261,7 +311,10 @@ void IgeslibIO::write_pd_section(ListOfigs_directory_entry* list) {
       ++entity_table.other_count;
     }
     entity->pdwrite();
-    write_assoc_prop(entity->associations(), entity->properties());
+    // The lists as they stand: the getters would make empty ones for every entity.
+    write_assoc_prop(
+        lumo_is_delayed(entity->associations_) ? entity->associations() : entity->associations_,
+        lumo_is_delayed(entity->properties_) ? entity->properties() : entity->properties_);
     writeendofrec();
     entity->pd_line_count = sequence_number - entity->pd_pointer;
   }

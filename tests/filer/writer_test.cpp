@@ -109,12 +109,19 @@ TEST(Writer, RealFormatting) {
   };
   for (const Case& c : cases) EXPECT_EQ(real_token(c.value), c.text) << c.value;
 
-  // Any value: what "%.15G" gives in the "C" locale, with the point and the D.
+  // Any value: what "%.15G" gives in the "C" locale, with the point and the D. Among them
+  // values of few digits, of exactly fifteen and sixteen, and near the switch to exponents.
   std::mt19937_64 random(20240611);
   std::uniform_real_distribution<double> exponent(-320.0, 308.0), mantissa(-10.0, 10.0);
-  for (int i = 0; i < 2000; ++i) {
+  std::uniform_int_distribution<int> digits(1, 17), near_switch(-7, 17);
+  for (int i = 0; i < 6000; ++i) {
     double v = mantissa(random) * std::pow(10.0, exponent(random)), whole;
     if (i % 3 == 0) v = std::round(v * 1000.0) / 1000.0;
+    if (i % 3 == 1) {
+      char text[64];
+      std::snprintf(text, sizeof text, "%.*e", digits(random) - 1, mantissa(random));
+      v = std::strtod(text, nullptr) * std::pow(10.0, near_switch(random));
+    }
     char printed[64];
     std::snprintf(printed, sizeof printed, "%.15G", v);
     std::string expected = printed;
