@@ -9,17 +9,31 @@ using namespace lumo_detail;
 
 // --- LumoObject ------------------------------------------------------------
 
-static void adopt_pending(LumoObject* self, LumoDesignSection*& section) {
+// The storage of the last object placed in a section. An object constructed inside it after
+// the object itself is a member held by value (an aggregate attribute, say): it keeps its
+// elements and texts in the owner's section, so that they go with the owner's design, but is
+// not an object of the section of its own.
+static PendingAllocation placed = {nullptr, 0, nullptr};
+
+// True when self is an object of the section, false when it is a member of one; section
+// stays null for an object of no design.
+static bool adopt_pending(LumoObject* self, LumoDesignSection*& section) {
   char* at = reinterpret_cast<char*>(self);
   if (pending.start && at >= pending.start && at < pending.start + pending.size) {
     section = pending.section;
+    placed = pending;
     pending.start = nullptr;
+    return true;
   }
+  // The arena test keeps a heap or stack object out, should it lie where the storage of a
+  // design since deleted used to be.
+  if (placed.start && at >= placed.start && at < placed.start + placed.size && in_arena(at))
+    section = placed.section;
+  return false;
 }
 
 LumoObject::LumoObject() {
-  adopt_pending(this, section_);
-  if (section_) section_->objects_.push_back(this);
+  if (adopt_pending(this, section_)) section_->objects_.push_back(this);
 }
 
 LumoObject::LumoObject(const LumoObject&) : LumoObject() {}
