@@ -15,9 +15,11 @@
 
 #include "support/corpus.h"
 #include "support/file_read.h"
+#include "support/records.h"
 
 using igeslib_test::contents;
 using igeslib_test::FileRead;
+using igeslib_test::IgesText;
 
 namespace {
 
@@ -85,3 +87,32 @@ TEST(Hardening, ReadAndWrittenAsTheBytesCallFor) {
     }
   }
 }
+
+TEST(Hardening, RepeatedReadsLeaveNothingBehind) {
+  // A long-running process reads file after file: everything a read and a write make must go
+  // with the design, and nothing may pile up in the runtime's own storage, which lives as long
+  // as the process (the directory list of every read once did).
+  IgesText text;
+  text.S("many points").G("1H,,1H;,,,,,,,,,,,,,,,,,,,,,11;");
+  constexpr int kPoints = 600;
+  for (int i = 0; i < kPoints; ++i) text.DE(116, 0, i + 1, 1);
+  for (int i = 0; i < kPoints; ++i) text.P(2 * i + 1, "116,1.,2.,3.;");
+  std::string bytes = text.T().str();
+
+  auto read_and_write = [&bytes] {
+    FileRead read(bytes, 0, false);
+    ASSERT_EQ(read.result, read.file);
+    ASSERT_EQ(read.size(), static_cast<unsigned>(kPoints));
+    LUMO.useDesign(read.design);
+    FILE* out = std::tmpfile();
+    ASSERT_NE(out, nullptr);
+    read.file->write(out, 1);
+    std::fclose(out);
+  };
+  read_and_write();  // whatever a first run sets up once
+  LumoDesignSection* runtime_storage = LUMO.dictionary()->section("unowned");
+  std::size_t before = runtime_storage->bytesReserved();
+  for (int i = 0; i < 20; ++i) read_and_write();
+  EXPECT_EQ(runtime_storage->bytesReserved(), before);
+}
+
