@@ -331,15 +331,16 @@ void bench_memory(benchmark::State& state, DataSet* set, bool peer) {
   if (peer) {
     args = {peer_program, "memory"};
   } else {
-    args = {fs::read_symlink("/proc/self/exe").string(), "--probe-memory",
-            "--write-back=" + written_path};
+    // This very program, even when a build has replaced its file since it started.
+    args = {"/proc/self/exe", "--probe-memory", "--write-back=" + written_path};
   }
   args.insert(args.end(), set->files.begin(), set->files.end());
   std::string line;
   for (auto _ : state) {
     ChildOutput out = run_child(args);
     if (out.status != 0 || out.lines.empty()) {
-      state.SkipWithError("the memory probe failed");
+      std::string why = "the memory probe failed (exit status " + std::to_string(out.status) + ")";
+      state.SkipWithError(why.c_str());
       return;
     }
     line = out.lines.back();
