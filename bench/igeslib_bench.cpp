@@ -487,9 +487,15 @@ std::string markdown(const std::vector<Row>& rows) {
   t += "\n| data set | peak B/entity, read | heap held B/entity | peak B/entity, write after it "
        "| peer peak B/entity | peak memory / peer (<= 0.5) |\n"
        "|---|---:|---:|---:|---:|---:|\n";
+  // A write that needs no memory beyond the model it writes is a figure of 0, not a missing one.
+  auto write_peak = [](const Row& r, double scale) {
+    return r.peak <= 0        ? std::string("-")
+           : r.write_peak > 0 ? figure(r.write_peak * scale, "%.0f")
+                              : "0";
+  };
   for (const Row& r : rows)
     t += "| " + r.set + " | " + figure(r.peak, "%.0f") + " | " + figure(r.heap, "%.0f") + " | " +
-         figure(r.write_peak, "%.0f") + " | " + figure(r.peer_peak, "%.0f") + " | " +
+         write_peak(r, 1) + " | " + figure(r.peer_peak, "%.0f") + " | " +
          against(ratio(r.peak, r.peer_peak), 0.5, false) + " |\n";
   t += "\n";
   for (const Row& r : rows)
@@ -497,7 +503,7 @@ std::string markdown(const std::vector<Row>& rows) {
       t += r.set + ": one read " + figure(r.wall.read, "%.2f") + " s, one write " +
            figure(r.wall.write, "%.2f") + " s; peak memory of the read " +
            figure(r.peak * r.entities / 1e6, "%.0f") + " MB, of a write after it " +
-           figure(r.write_peak * r.entities / 1e6, "%.0f") + " MB more.\n";
+           write_peak(r, r.entities / 1e6) + " MB more.\n";
   return t;
 }
 
