@@ -2,6 +2,7 @@
 // form of each pair and makes an object of the registry's class, so that the second, which
 // reads every field, can resolve pointers to entries further down the file.
 #include <cstring>
+#include <vector>
 
 #include "igeslib.h"
 #include "igeslib_io.h"
@@ -10,6 +11,7 @@ namespace {
 
 // The integer in columns first..last (1-based) of the record; 0 when they hold none.
 int field(const char* line, int first, int last) {
+  if (last - first == 7) return igeslib_scan_eight_columns(line + first - 1);
   int value = 0;
   igeslib_scan_int(line + first - 1, last - first + 1, &value);
   return value;
@@ -30,6 +32,9 @@ igs_directory_entry* igeslib_entity_at(ListOfigs_directory_entry* list, int n) {
 
 IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
   int first_line = line_number;
+  // The entities are gathered first and the list is given its size once: grown entry by entry
+  // in the design, it would leave every smaller copy of itself behind.
+  std::vector<igs_directory_entry*> made_entities;
   while (f_rec_section == 'D') {
     int entity = field(line, 1, 8);
     read_record();
@@ -44,9 +49,12 @@ IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
     LumoObject* made = domain ? domain->pnewInstance() : nullptr;
     // The place in the list is the entity's number, so a pair that gave no object still
     // takes its place.
-    list->add(lumo_cast<igs_directory_entry>(made));
+    made_entities.push_back(lumo_cast<igs_directory_entry>(made));
     read_record();
   }
+  list->capacity(list->size() + static_cast<unsigned>(made_entities.size()));
+  for (igs_directory_entry* made : made_entities) list->add(made);
+  std::vector<igs_directory_entry*>().swap(made_entities);
   line_number = first_line - 1;
   std::fsetpos(fp, &section_position);
   read_record();

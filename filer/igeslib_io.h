@@ -197,6 +197,11 @@ struct IgeslibIO {
 // of records are read with it, thousands of times faster than a formatted scan.
 bool igeslib_scan_int(const char* text, int width, int* value);
 
+// The integer that igeslib_scan_int reads from the eight columns at field, 0 when there is
+// none. All eight bytes are read at once, NULs included: field must lie in a buffer that holds
+// them, such as the filer's record.
+int igeslib_scan_eight_columns(const char* field);
+
 // The working record of the run under way: that of the file object at the root of the current
 // design. Null when no read or write is running there.
 IgeslibIO* igeslib_filer();

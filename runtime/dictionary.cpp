@@ -96,7 +96,11 @@ namespace lumo_detail {
 
 LumoAttribute* own_attribute(LumoDomain* domain, const char* name) {
   if (!domain || !name) return nullptr;
-  // The one compare confirms the hit: a caller may reuse a buffer for another name.
+  // Asked with the attribute's own name (a select told which of its choices to take): no
+  // compare at all. Otherwise one compare confirms the hit, since a caller may reuse a
+  // buffer for another name.
+  if (domain->found_attribute_ && name == domain->found_attribute_->name)
+    return domain->found_attribute_;
   if (name == domain->found_name_ && std::strcmp(domain->found_attribute_->name, name) == 0)
     return domain->found_attribute_;
   ListOfLumoAttribute* own = domain->listOfAttribute;

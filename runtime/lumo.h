@@ -3,7 +3,10 @@
 // channels.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <typeinfo>
 
 #include "lumo_aggregate.h"
 #include "lumo_base.h"
@@ -29,9 +32,32 @@ void lumo_delete(void* p);
 // The address of object as an instance of the class that type describes, or
 // null if it is no such instance (or null).
 void* lumo_cast(LumoObject* object, LumoTypePtr& type);
+// The cast is a dynamic_cast whose outcome is remembered for each most-derived class: with
+// virtual bases it walks the class hierarchy, while for one most-derived class the way from
+// its LumoObject part to its X part is always the same distance (or none). The runtime is
+// single-threaded, as its current design is.
+namespace lumo_detail {
+struct CastMemo {
+  const std::type_info* from = nullptr;
+  std::ptrdiff_t offset = 0;
+  bool found = false;
+};
+}  // namespace lumo_detail
+
 template <class X>
 X* lumo_cast(LumoObject* object) {
-  return dynamic_cast<X*>(object);
+  if (!object) return nullptr;
+  static lumo_detail::CastMemo memo[8];
+  const std::type_info* from = &typeid(*object);
+  lumo_detail::CastMemo& slot = memo[(reinterpret_cast<std::uintptr_t>(from) >> 4) & 7];
+  if (slot.from == from)
+    return slot.found ? reinterpret_cast<X*>(reinterpret_cast<char*>(object) + slot.offset)
+                      : nullptr;
+  X* cast = dynamic_cast<X*>(object);
+  slot.offset = cast ? reinterpret_cast<char*>(cast) - reinterpret_cast<char*>(object) : 0;
+  slot.found = cast != nullptr;
+  slot.from = from;
+  return cast;
 }
 
 // Loads the object behind a delayed reference in owner's field. Non-null if

@@ -90,10 +90,16 @@ class LumoObject {
     kModified = 1u << 0,
     kGeneric = 1u << 1,  // an instance of a domain with no compiled class
   };
+
+ private:
+  // The section first and the two words after it: with the table pointer the runtime's part
+  // of every object is 24 bytes, no padding.
+  LumoDesignSection* section_ = nullptr;
+
+ protected:
   unsigned flags_ = 0;
 
  private:
-  LumoDesignSection* section_ = nullptr;
   unsigned oid_ = 0;
   friend class LumoGenericStructure;
   friend class LumoDesign;
