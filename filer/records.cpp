@@ -3,9 +3,11 @@
 // scanning from the right, and reports what is wrong with the record. Also the filer's error
 // report, the Start section and the Terminate record.
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "igeslib_io.h"
 
@@ -260,18 +262,69 @@ record_read:
   }
 }
 
+namespace {
+
+// The lines of a report, each sent as one text with a line end added when it gives none: what
+// the error context's formatted lines give, built without a formatted print or an allocation,
+// since a damaged file can bring millions of reports. A piece too long for the buffer goes to
+// the heap.
+class ReportLines {
+ public:
+  ReportLines& operator<<(const char* piece) {
+    if (!piece) piece = "(null)";  // as a formatted print shows it
+    append(piece, std::strlen(piece));
+    return *this;
+  }
+  ReportLines& operator<<(int value) {
+    char digits[16];
+    append(digits, static_cast<std::size_t>(
+                       std::to_chars(digits, digits + sizeof digits, value).ptr - digits));
+    return *this;
+  }
+  void send() {
+    if (long_.empty()) {
+      if (size_ == 0 || text_[size_ - 1] != '\n') text_[size_++] = '\n';
+      text_[size_] = '\0';
+      lumo_io_ec()->text(text_);
+    } else {
+      if (long_.back() != '\n') long_ += '\n';
+      lumo_io_ec()->text(long_.c_str());
+      long_.clear();
+    }
+    size_ = 0;
+  }
+
+ private:
+  void append(const char* piece, std::size_t n) {
+    if (long_.empty() && size_ + n + 2 <= sizeof text_) {
+      std::memcpy(text_ + size_, piece, n);
+      size_ += n;
+      return;
+    }
+    if (long_.empty()) long_.assign(text_, size_);
+    long_.append(piece, n);
+  }
+  char text_[320];
+  std::size_t size_ = 0;
+  std::string long_;
+};
+
+}  // namespace
+
 void IgeslibIO::report_error(const char* message, int col) {
   if (col < 0) col = column;
   LumoErrorReporter* reporter = LUMO.error_reporter();
   reporter->stack.append(nullptr);
-  lumo_io_ec()->format("Error at line #: %d, column #: %d\n\t%s", line_number, col + 1, message);
-  lumo_io_ec()->format("IGES record:\n%s", line);
+  ReportLines report;
+  (report << "Error at line #: " << line_number << ", column #: " << col + 1 << "\n\t" << message)
+      .send();
+  (report << "IGES record:\n" << line).send();
   char caret[90];
   std::memset(caret, ' ', sizeof caret);
   int at = std::min(col, 88);
   caret[at] = '^';
   caret[at + 1] = '\0';
-  lumo_io_ec()->format("%s", caret);
+  (report << caret).send();
   reporter->stack.pop();
 }
 

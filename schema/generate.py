@@ -1251,8 +1251,13 @@ def define_select(model, w, e):
           "value" if type_ in PLAIN_CXX else "static_cast<int>(value)")
         w("}")
         if type_ not in PLAIN_CXX:
-            w("char %s::%s(int code) { return igeslib_put_code(this, \"%s\", code, 0); }",
-              c, choice, choice)
+            # The choice's own setter once the code is known to name an enumerator: what a
+            # store through the dictionary does, without its checks of the slot's kind.
+            w("char %s::%s(int code) {", c, choice)
+            w("  if (!igeslib_code_in_range(this, \"%s\", code)) return 0;", choice)
+            w("  %s(static_cast<%s>(code));", choice, t)
+            w("  return 1;")
+            w("}")
     w("")
 
 
@@ -1480,13 +1485,19 @@ LumoObject* igeslib_create(LumoDesignSection* section, LumoDomain* domain, unsig
 
 // Stores the enumerator whose position in the dictionary is code into the
 // attribute called name; false, with nothing stored, if there is no such
-// enumerator. A negative code is out of range as well.
-inline char igeslib_put_code(LumoObject* object, const char* name, int code, unsigned index) {
+// enumerator. A negative code is out of range as well. igeslib_code_in_range
+// only checks: the attribute when the code names one of its enumerators.
+inline LumoAttribute* igeslib_code_in_range(LumoObject* object, const char* name, int code) {
   LumoDomain* domain = object->domain();
   LumoAttribute* attribute = domain ? domain->findTypeAttribute(name) : nullptr;
-  if (!attribute || !attribute->slotDomain()) return 0;
+  if (!attribute || !attribute->slotDomain()) return nullptr;
   ListOfLumoAttribute* enumerators = attribute->slotDomain()->typeImmediateAttributes();
-  if (code < 0 || !(*enumerators)[static_cast<unsigned>(code)]) return 0;
+  if (code < 0 || !(*enumerators)[static_cast<unsigned>(code)]) return nullptr;
+  return attribute;
+}
+inline char igeslib_put_code(LumoObject* object, const char* name, int code, unsigned index) {
+  LumoAttribute* attribute = igeslib_code_in_range(object, name, code);
+  if (!attribute) return 0;
   // The enumerator's position is the code itself.
   int position = code;
   return object->putData(attribute, index, &position, lumotype_int);

@@ -53,6 +53,21 @@ TEST(RecordReader, ReportIsVerbatimWithRecordAndCaret) {
   f.io.column = 3;
   f.io.report_error("here", -1);
   EXPECT_EQ(f.reports.pieces()[2], "   ^\n");
+
+  // A message longer than any built in, a message that gives its own line end, a record that
+  // is empty: each piece is what the formatted line would be.
+  const std::string long_message(600, 'm');
+  f.io.line[0] = '\0';
+  for (const std::string& message : {long_message, std::string("ends a line\n")}) {
+    f.reports.clear();
+    f.io.report_error(message.c_str(), 5);
+    ASSERT_EQ(f.reports.pieces().size(), 3u);
+    std::string first = "Error at line #: 1, column #: 6\n\t" + message;
+    if (first.back() != '\n') first += '\n';
+    EXPECT_EQ(f.reports.pieces()[0], first);
+    EXPECT_EQ(f.reports.pieces()[1], "IGES record:\n");
+    EXPECT_EQ(f.reports.pieces()[2], "     ^\n");
+  }
 }
 
 struct FatalCase {
