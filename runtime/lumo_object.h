@@ -89,6 +89,9 @@ class LumoObject {
   enum : unsigned {
     kModified = 1u << 0,
     kGeneric = 1u << 1,  // an instance of a domain with no compiled class
+    // A select keeps its current choice here, as the choice's place in its domain's own
+    // attributes plus one (0: no choice), which keeps every select two words smaller.
+    kChoiceShift = 8,
   };
 
  private:
@@ -163,6 +166,9 @@ class LumoUnion : public LumoObject {
     void* p;
     LumoObject* o;
   };
-  LumoAttribute* choice_ = nullptr;
   Slot value_{};
+
+ private:
+  LumoAttribute* choice();
+  void choose(LumoAttribute* own);  // null: no choice
 };

@@ -420,21 +420,46 @@ LumoDataPtr LumoGenericStructure::slotAddress(LumoAttribute* attribute, unsigned
 
 // --- LumoUnion -----------------------------------------------------------------
 
-LumoUnion::LumoUnion(const LumoUnion& other)
-    : LumoObject(other), choice_(other.choice_), value_(other.value_) {}
+LumoUnion::LumoUnion(const LumoUnion& other) : LumoObject(other), value_(other.value_) {
+  flags_ = (flags_ & ((1u << kChoiceShift) - 1)) | (other.flags_ & ~((1u << kChoiceShift) - 1));
+}
 
 LumoUnion& LumoUnion::operator=(const LumoUnion& other) {
   LumoObject::operator=(other);
-  choice_ = other.choice_;
+  flags_ = (flags_ & ((1u << kChoiceShift) - 1)) | (other.flags_ & ~((1u << kChoiceShift) - 1));
   value_ = other.value_;
   return *this;
+}
+
+LumoAttribute* LumoUnion::choice() {
+  unsigned place = flags_ >> kChoiceShift;
+  if (place == 0) return nullptr;
+  LumoDomain* own_domain = domain();
+  ListOfLumoAttribute* own = own_domain ? own_domain->listOfAttribute : nullptr;
+  if (!own || lumo_is_delayed(own) || place > own->size()) return nullptr;
+  return (*own)[place - 1];
+}
+
+void LumoUnion::choose(LumoAttribute* attribute) {
+  unsigned place = 0;
+  LumoDomain* own_domain = attribute ? domain() : nullptr;
+  ListOfLumoAttribute* own = own_domain ? own_domain->listOfAttribute : nullptr;
+  if (own && !lumo_is_delayed(own)) {
+    unsigned n = own->size();
+    int at = attribute->position();
+    if (at >= 0 && static_cast<unsigned>(at) < n && (*own)[static_cast<unsigned>(at)] == attribute)
+      place = static_cast<unsigned>(at) + 1;
+    for (unsigned i = 0; place == 0 && i < n; ++i)
+      if ((*own)[i] == attribute) place = i + 1;
+  }
+  flags_ = (flags_ & ((1u << kChoiceShift) - 1)) | (place << kChoiceShift);
 }
 
 void* LumoUnion::_address() { return this; }
 LumoTypePtr& LumoUnion::classType() { return lumotype_LumoUnion; }
 
 LumoAttribute* LumoUnion::getAttribute(const char* name) {
-  if (!name) return choice_;
+  if (!name) return choice();
   return own_attribute(domain(), name);
 }
 
@@ -443,7 +468,7 @@ char LumoUnion::putAttribute(LumoAttribute* attribute) {
   LumoAttribute* own = own_attribute(domain(), attribute->name);
   if (!own) return 0;
   modified();
-  choice_ = own;
+  choose(own);
   return 1;
 }
 
@@ -458,13 +483,13 @@ LumoDataPtr LumoUnion::slotAddress(LumoAttribute* attribute, unsigned) {
 }
 
 LumoTypePtr& LumoUnion::slotType(LumoAttribute* attribute, unsigned i) {
-  return LumoObject::slotType(attribute ? attribute : choice_, i);
+  return LumoObject::slotType(attribute ? attribute : choice(), i);
 }
 
 char LumoUnion::putData(LumoAttribute* attribute, unsigned i, void* value, LumoTypePtr& type) {
-  LumoAttribute* previous = choice_;
+  LumoAttribute* previous = choice();
   if (!putAttribute(attribute)) return 0;
-  if (LumoObject::putData(choice_, i, value, type)) return 1;
-  choice_ = previous;
+  if (LumoObject::putData(choice(), i, value, type)) return 1;
+  choose(previous);
   return 0;
 }

@@ -167,6 +167,22 @@ TEST_F(Dictionary, AUnionHoldsOneChoiceAndOneValue) {
   t_choice copy(*u);
   EXPECT_EQ(copy.getAttribute(nullptr), u->getAttribute(nullptr));
   EXPECT_EQ(*copy.data().s, *u->data().s);  // text shared, not duplicated
+
+  // The choice is kept beside the object's change flag: neither disturbs the other, and an
+  // assignment takes the choice while the object keeps its own flag.
+  u->clearModified();
+  EXPECT_TRUE(u->is_("_str_val"));
+  u->modified();
+  EXPECT_TRUE(u->is_("_str_val"));
+  auto* other = new (design) t_choice();
+  other->clearModified();
+  *other = *u;
+  EXPECT_TRUE(other->is_("_str_val"));
+  EXPECT_FALSE(other->isModified());
+  EXPECT_TRUE(other->putAttribute("_int_val"));
+  EXPECT_TRUE(other->isModified());
+  EXPECT_TRUE(u->is_("_str_val"));
+  EXPECT_STREQ(other->getAttribute(nullptr)->name, "_int_val");
 }
 
 // A design of domains made the way a dictionary is loaded from tables:
