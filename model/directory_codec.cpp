@@ -60,16 +60,54 @@ igs_entity_color* igeslib_de_read_color(int field) {
   return color;
 }
 
+namespace {
+
+// "00" to "99", two characters each.
+constexpr char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+// The decimal digits of value, the last just before end; the place of the first.
+char* digits_before(char* end, unsigned value) {
+  while (value >= 100) {
+    end -= 2;
+    std::memcpy(end, kDigitPairs + 2 * (value % 100), 2);
+    value /= 100;
+  }
+  if (value >= 10) {
+    end -= 2;
+    std::memcpy(end, kDigitPairs + 2 * value, 2);
+  } else {
+    *--end = static_cast<char>('0' + value);
+  }
+  return end;
+}
+
+// The common fields: a value that fits the width, written right-justified in place.
+template <int Width>
+int format_fitting(char* out, unsigned value) {
+  std::memset(out, ' ', Width);
+  digits_before(out + Width, value);
+  out[Width] = '\0';
+  return Width;
+}
+
+}  // namespace
+
 int igeslib_format_int(char* out, int width, int value) {
+  if (value >= 0) {
+    if (width == 8 && value < 100000000) return format_fitting<8>(out, static_cast<unsigned>(value));
+    if (width == 7 && value < 10000000) return format_fitting<7>(out, static_cast<unsigned>(value));
+  }
   char digits[12];
-  int n = 0;
   unsigned magnitude = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
-  do digits[n++] = static_cast<char>('0' + magnitude % 10);
-  while ((magnitude /= 10) != 0);
-  if (value < 0) digits[n++] = '-';
+  char* first = digits_before(digits + sizeof digits, magnitude);
+  if (value < 0) *--first = '-';
+  int n = static_cast<int>(digits + sizeof digits - first);
   int pad = width > n ? width - n : 0;
   std::memset(out, ' ', static_cast<std::size_t>(pad));
-  for (int i = 0; i < n; ++i) out[pad + i] = digits[n - 1 - i];
+  std::memcpy(out + pad, first, static_cast<std::size_t>(n));
   out[pad + n] = '\0';
   return pad + n;
 }
