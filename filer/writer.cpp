@@ -53,10 +53,17 @@ int shape_g15(const char* digits, int n, int exponent, bool negative, char lette
     if (magnitude < 10) *o++ = '0';
     o = std::to_chars(o, out + kTokenLength - 2, magnitude).ptr;
   } else if (exponent >= 0) {
-    for (int i = 0; i <= exponent; ++i) *o++ = i < n ? digits[i] : '0';
-    if (n > exponent + 1) {
+    std::size_t whole = static_cast<std::size_t>(exponent) + 1, count = static_cast<std::size_t>(n);
+    if (count > whole) {
+      std::memcpy(o, digits, whole);
+      o += whole;
       *o++ = '.';
-      for (int i = exponent + 1; i < n; ++i) *o++ = digits[i];
+      std::memcpy(o, digits + whole, count - whole);
+      o += count - whole;
+    } else {
+      std::memcpy(o, digits, count);
+      std::memset(o + count, '0', whole - count);
+      o += whole;
     }
   } else {
     *o++ = '0';
@@ -188,19 +195,21 @@ int igeslib_real_text(double v, char* out) {
   bool negative = std::signbit(v);
   double a = std::fabs(v);
   if (a < 1e15 && a == static_cast<double>(static_cast<std::uint64_t>(a))) {
-    char* o = out;
-    if (negative) *o++ = '-';
-    o = std::to_chars(o, o + 16, static_cast<std::uint64_t>(a)).ptr;
-    *o++ = '.';
-    *o = '\0';
-    return static_cast<int>(o - out);
+    char digits[24];
+    char* first = igeslib_digits_before(digits + sizeof digits, static_cast<std::uint64_t>(a));
+    if (negative) *--first = '-';
+    auto n = static_cast<std::size_t>(digits + sizeof digits - first);
+    std::memcpy(out, first, n);
+    out[n] = '.';
+    out[n + 1] = '\0';
+    return static_cast<int>(n + 1);
   }
 #ifdef __SIZEOF_INT128__
   std::uint64_t q;
   int exponent;
   if (round_to_fifteen_digits(a, &q, &exponent)) {
     char digits[16];
-    std::to_chars(digits, digits + 15, q);
+    igeslib_digits_before(digits + 15, q);  // fifteen digits: q is at least 10^14
     int n = 15;
     while (digits[n - 1] == '0') --n;
     int length = shape_g15(digits, n, exponent, negative, 'D', out);

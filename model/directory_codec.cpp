@@ -2,6 +2,7 @@
 // the entity it names, making the select objects of one record, and writing the eight-column
 // fields that hold a select or a reference. A field whose value is missing reads as an unset
 // value and writes as blanks; nothing here reports.
+#include <cstdint>
 #include <cstring>
 
 #include "igeslib.h"
@@ -68,8 +69,8 @@ constexpr char kDigitPairs[] =
     "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
     "8081828384858687888990919293949596979899";
 
-// The decimal digits of value, the last just before end; the place of the first.
-char* digits_before(char* end, unsigned value) {
+template <class Unsigned>
+inline char* digits_before(char* end, Unsigned value) {
   while (value >= 100) {
     end -= 2;
     std::memcpy(end, kDigitPairs + 2 * (value % 100), 2);
@@ -95,10 +96,24 @@ int format_fitting(char* out, unsigned value) {
 
 }  // namespace
 
+char* igeslib_digits_before(char* end, std::uint64_t value) {
+  // Eight digits at a time while the value is wider than 32 bits: 32-bit arithmetic is cheaper.
+  while (value > 0xffffffffu) {
+    auto low = static_cast<unsigned>(value % 100000000);
+    value /= 100000000;
+    for (int i = 0; i < 4; ++i, low /= 100) {
+      end -= 2;
+      std::memcpy(end, kDigitPairs + 2 * (low % 100), 2);
+    }
+  }
+  return digits_before(end, static_cast<unsigned>(value));
+}
+
 int igeslib_format_int(char* out, int width, int value) {
   if (value >= 0) {
     if (width == 8 && value < 100000000) return format_fitting<8>(out, static_cast<unsigned>(value));
     if (width == 7 && value < 10000000) return format_fitting<7>(out, static_cast<unsigned>(value));
+    if (width == 1 && value < 10) return format_fitting<1>(out, static_cast<unsigned>(value));
   }
   char digits[12];
   unsigned magnitude = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
