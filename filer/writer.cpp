@@ -121,26 +121,27 @@ int real_text_general(double v, char* out) {
 }
 
 #ifdef __SIZEOF_INT128__
-constexpr std::uint64_t kPowersOfTen[23] = {1ull,
-                                            10ull,
-                                            100ull,
-                                            1000ull,
-                                            10000ull,
-                                            100000ull,
-                                            1000000ull,
-                                            10000000ull,
-                                            100000000ull,
-                                            1000000000ull,
-                                            10000000000ull,
-                                            100000000000ull,
-                                            1000000000000ull,
-                                            10000000000000ull,
-                                            100000000000000ull,
-                                            1000000000000000ull,
-                                            10000000000000000ull,
-                                            100000000000000000ull,
-                                            1000000000000000000ull,
-                                            10000000000000000000ull};
+// 10^0 to 10^19, the powers of ten that fit 64 bits.
+constexpr std::uint64_t kPowersOfTen[] = {1ull,
+                                          10ull,
+                                          100ull,
+                                          1000ull,
+                                          10000ull,
+                                          100000ull,
+                                          1000000ull,
+                                          10000000ull,
+                                          100000000ull,
+                                          1000000000ull,
+                                          10000000000ull,
+                                          100000000000ull,
+                                          1000000000000ull,
+                                          10000000000000ull,
+                                          100000000000000ull,
+                                          1000000000000000ull,
+                                          10000000000000000ull,
+                                          100000000000000000ull,
+                                          1000000000000000000ull,
+                                          10000000000000000000ull};
 constexpr unsigned __int128 power_of_ten(int p) {
   return p < 20 ? kPowersOfTen[p]
                 : static_cast<unsigned __int128>(kPowersOfTen[19]) * kPowersOfTen[p - 19];
@@ -158,7 +159,8 @@ bool round_to_fifteen_digits(double a, std::uint64_t* digits, int* exponent) {
   int binary_exponent = static_cast<int>(bits >> 52) - 1023;
   std::uint64_t m = (bits & ((std::uint64_t{1} << 52) - 1)) | (std::uint64_t{1} << 52);
   int k = 52 - binary_exponent;
-  // floor(log10 a) is floor(binary_exponent * log10 2) or one more.
+  // A first guess at floor(log10 a) from the binary exponent (78913 / 2^18 is log10 2), one
+  // off at most; the quotient's digit count corrects it.
   int e10 = ((binary_exponent + 1) * 78913) >> 18;
   for (int tries = 0; tries < 3; ++tries) {
     int p = 14 - e10;
@@ -267,9 +269,8 @@ void IgeslibIO::write_line() {
   ++sequence_number;
   line[kLineEnd] = '\n';
   line[kLineEnd + 1] = '\0';
-  // The record up to its first NUL, as fputs would write it (a raw text shorter than the
-  // record leaves one inside), but without fputs's second pass and, where there is one,
-  // without taking the stream's lock for every record.
+  // The record up to its first NUL, as fputs wrote it (a raw text shorter than the record
+  // leaves one inside); with glibc the stream's lock isn't taken for every record.
   put_text(line, std::strlen(line), fp);
   column = 0;
   std::memset(line, ' ', sizeof line - 1);

@@ -111,7 +111,8 @@ char* igeslib_digits_before(char* end, std::uint64_t value) {
 
 int igeslib_format_int(char* out, int width, int value) {
   if (value >= 0) {
-    if (width == 8 && value < 100000000) return format_fitting<8>(out, static_cast<unsigned>(value));
+    if (width == 8 && value < 100000000)
+      return format_fitting<8>(out, static_cast<unsigned>(value));
     if (width == 7 && value < 10000000) return format_fitting<7>(out, static_cast<unsigned>(value));
     if (width == 1 && value < 10) return format_fitting<1>(out, static_cast<unsigned>(value));
   }

@@ -4,8 +4,8 @@
 #include <clocale>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <random>
 #include <string>
@@ -151,14 +151,14 @@ TEST(Writer, RealTokensMatchPrintfOverManyValues) {
     ASSERT_EQ(std::string(text, static_cast<std::size_t>(n)), printf_token(v))
         << std::hexfloat << v;
   };
-  const double edges[] = {0.0, -0.0, 1.0, -1.0, 0.1, 0.5, 25.0, 1e-8, 1e-5, 1e-4, 1e14, 1e15,
-                          1e16, 5e-324, -5e-324, DBL_MIN, DBL_MAX, -DBL_MAX, DBL_EPSILON,
-                          HUGE_VAL, -HUGE_VAL, 9007199254740992.0, 999999999999999.0,
-                          999999999999999.5, 999999999999999.4, 99999999999999.95,
+  const double edges[] = {0.0, -0.0, 1.0, -1.0, 0.1, 0.5, 25.0, 1e-8, 1e-5, 1e-4, 1e14, 1e15, 1e16,
+                          5e-324, -5e-324, DBL_MIN, DBL_MAX, -DBL_MAX, DBL_EPSILON, HUGE_VAL,
+                          -HUGE_VAL, 9007199254740992.0, 999999999999999.0, 999999999999999.5,
+                          999999999999999.4, 99999999999999.95,
                           // Ties at the fifteenth digit go to the even neighbour.
                           100000000000000.5, 100000000000001.5, 123456789012345.5,
-                          1234567890123455.0, 1234567890123465.0, 0.000099999999999999995,
-                          0.00001, 9.999999999999995e-5, 9.9999999999999995e-9};
+                          1234567890123455.0, 1234567890123465.0, 0.000099999999999999995, 0.00001,
+                          9.999999999999995e-5, 9.9999999999999995e-9};
   for (double v : edges) {
     check(v);
     check(-v);
