@@ -388,8 +388,9 @@ TEST(DirectoryFields, FormattedAsThePrintfFieldsTheyStandFor) {
 // exactly, that spill over, negative ones and the ends of int.
 TEST(DirectoryFields, FormatIntIsThePrintfField) {
   std::vector<int> values = {0, 1, -1, 9, 10, 99, 100, 2147483647, -2147483647 - 1};
-  for (int p = 1, power = 10; p <= 9; ++p, power *= 10)
-    for (int v : {power - 1, power, power + 1}) values.insert(values.end(), {v, -v});
+  for (long long power = 10; power <= 1000000000; power *= 10)
+    for (long long v : {power - 1, power, power + 1})
+      values.insert(values.end(), {static_cast<int>(v), static_cast<int>(-v)});
   std::mt19937 random(20261123);
   for (int i = 0; i < 20000; ++i) values.push_back(static_cast<int>(random()) >> (i % 32));
   for (int width = 1; width <= 12; ++width)
