@@ -202,6 +202,11 @@ bool igeslib_scan_int(const char* text, int width, int* value);
 // them, such as the filer's record.
 int igeslib_scan_eight_columns(const char* field);
 
+// The token put_real writes for v, its delimiter left out: "%.15G" in the "C" locale, a point
+// behind a whole number (or behind any text that has neither point nor exponent), and D for the
+// exponent letter. NUL-terminated in out, which has room for 32 characters; the length.
+int igeslib_real_text(double v, char* out);
+
 // The working record of the run under way: that of the file object at the root of the current
 // design. Null when no read or write is running there.
 IgeslibIO* igeslib_filer();

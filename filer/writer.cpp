@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -34,6 +35,46 @@ int int_text(int v, char* out) {
   return static_cast<int>(result.ptr - out);
 }
 
+// The text "%.15G" gives for the significant digits digits[0..n) (no trailing zero), the
+// decimal exponent of the first and the sign, with letter for the exponent's: the fixed form
+// for exponents from -4 to 14, else the exponent form with at least two exponent digits.
+int shape_g15(const char* digits, int n, int exponent, bool negative, char letter, char* out) {
+  char* o = out;
+  if (negative) *o++ = '-';
+  if (exponent < -4 || exponent >= 15) {
+    *o++ = digits[0];
+    if (n > 1) {
+      *o++ = '.';
+      for (int i = 1; i < n; ++i) *o++ = digits[i];
+    }
+    *o++ = letter;
+    *o++ = exponent < 0 ? '-' : '+';
+    int magnitude = exponent < 0 ? -exponent : exponent;
+    if (magnitude < 10) *o++ = '0';
+    o = std::to_chars(o, out + kTokenLength - 2, magnitude).ptr;
+  } else if (exponent >= 0) {
+    std::size_t whole = static_cast<std::size_t>(exponent) + 1, count = static_cast<std::size_t>(n);
+    if (count > whole) {
+      std::memcpy(o, digits, whole);
+      o += whole;
+      *o++ = '.';
+      std::memcpy(o, digits + whole, count - whole);
+      o += count - whole;
+    } else {
+      std::memcpy(o, digits, count);
+      std::memset(o + count, '0', whole - count);
+      o += whole;
+    }
+  } else {
+    *o++ = '0';
+    *o++ = '.';
+    for (int i = -1; i > exponent; --i) *o++ = '0';
+    for (int i = 0; i < n; ++i) *o++ = digits[i];
+  }
+  *o = '\0';
+  return static_cast<int>(o - out);
+}
+
 // The text "%.15G" gives in the "C" locale, NUL-terminated; its length. to_chars follows the
 // "C" locale's printf exactly and never a process locale's decimal mark.
 int g15_text(double v, char* out) {
@@ -56,35 +97,7 @@ int g15_text(double v, char* out) {
       if (*p != '.') digits[n++] = *p;
     int exponent = 0;
     std::from_chars(p + 1 + (p[1] == '+'), end, exponent);
-    if (n <= 15) {
-      char* o = out;
-      if (negative) *o++ = '-';
-      if (exponent < -4 || exponent >= 15) {
-        *o++ = digits[0];
-        if (n > 1) {
-          *o++ = '.';
-          for (int i = 1; i < n; ++i) *o++ = digits[i];
-        }
-        *o++ = 'E';
-        *o++ = exponent < 0 ? '-' : '+';
-        int magnitude = exponent < 0 ? -exponent : exponent;
-        if (magnitude < 10) *o++ = '0';
-        o = std::to_chars(o, out + kTokenLength - 2, magnitude).ptr;
-      } else if (exponent >= 0) {
-        for (int i = 0; i <= exponent; ++i) *o++ = i < n ? digits[i] : '0';
-        if (n > exponent + 1) {
-          *o++ = '.';
-          for (int i = exponent + 1; i < n; ++i) *o++ = digits[i];
-        }
-      } else {
-        *o++ = '0';
-        *o++ = '.';
-        for (int i = -1; i > exponent; --i) *o++ = '0';
-        for (int i = 0; i < n; ++i) *o++ = digits[i];
-      }
-      *o = '\0';
-      return static_cast<int>(o - out);
-    }
+    if (n <= 15) return shape_g15(digits, n, exponent, negative, 'E', out);
   }
   auto result = std::to_chars(out, out + kTokenLength - 2, v, std::chars_format::general, 15);
   *result.ptr = '\0';
@@ -93,9 +106,9 @@ int g15_text(double v, char* out) {
   return static_cast<int>(result.ptr - out);
 }
 
-// A real as a token: "%.15G", a point behind a whole number (or behind any text that has
-// neither point nor exponent), and a D for the exponent letter.
-int real_text(double v, char* out) {
+// A real as a token from "%.15G": a point behind a whole number (or behind any text that has
+// neither point nor exponent), and a D for the exponent letter. Any value.
+int real_text_general(double v, char* out) {
   double whole = 0.0;
   double fraction = std::modf(v, &whole);
   int n = g15_text(v, out);
@@ -106,6 +119,117 @@ int real_text(double v, char* out) {
   if (char* e = std::strchr(out, 'E')) *e = 'D';
   return n;
 }
+
+#ifdef __SIZEOF_INT128__
+// 10^0 to 10^19, the powers of ten that fit 64 bits.
+constexpr std::uint64_t kPowersOfTen[] = {1ull,
+                                          10ull,
+                                          100ull,
+                                          1000ull,
+                                          10000ull,
+                                          100000ull,
+                                          1000000ull,
+                                          10000000ull,
+                                          100000000ull,
+                                          1000000000ull,
+                                          10000000000ull,
+                                          100000000000ull,
+                                          1000000000000ull,
+                                          10000000000000ull,
+                                          100000000000000ull,
+                                          1000000000000000ull,
+                                          10000000000000000ull,
+                                          100000000000000000ull,
+                                          1000000000000000000ull,
+                                          10000000000000000000ull};
+constexpr unsigned __int128 power_of_ten(int p) {
+  return p < 20 ? kPowersOfTen[p]
+                : static_cast<unsigned __int128>(kPowersOfTen[19]) * kPowersOfTen[p - 19];
+}
+
+// a (positive and normal, 1e-8 <= a < 1e15) rounded to fifteen significant digits as "%.15G"
+// rounds it, exactly and a tie to the even neighbour: the digits as a number from 10^14 to
+// 10^15 - 1 and the decimal exponent of the first. a is m / 2^k with m below 2^53 and k from 3
+// to 79; m * 10^p for the p needed (0 to 22) stays below 2^127, so the quotient by 2^k and its
+// remainder are exact. False outside that range.
+bool round_to_fifteen_digits(double a, std::uint64_t* digits, int* exponent) {
+  if (!(a >= 1e-8 && a < 1e15)) return false;
+  std::uint64_t bits;
+  std::memcpy(&bits, &a, sizeof bits);
+  int binary_exponent = static_cast<int>(bits >> 52) - 1023;
+  std::uint64_t m = (bits & ((std::uint64_t{1} << 52) - 1)) | (std::uint64_t{1} << 52);
+  int k = 52 - binary_exponent;
+  // A first guess at floor(log10 a) from the binary exponent (78913 / 2^18 is log10 2), one
+  // off at most; the quotient's digit count corrects it.
+  int e10 = ((binary_exponent + 1) * 78913) >> 18;
+  for (int tries = 0; tries < 3; ++tries) {
+    int p = 14 - e10;
+    if (p < 0 || p > 22) return false;
+    unsigned __int128 product = static_cast<unsigned __int128>(m) * power_of_ten(p);
+    auto q = static_cast<std::uint64_t>(product >> k);
+    if (q >= kPowersOfTen[15]) {
+      ++e10;
+    } else if (q < kPowersOfTen[14]) {
+      --e10;
+    } else {
+      unsigned __int128 half = static_cast<unsigned __int128>(1) << (k - 1);
+      unsigned __int128 rest = product & ((half << 1) - 1);
+      if (rest > half || (rest == half && (q & 1))) ++q;
+      if (q == kPowersOfTen[15]) {
+        q = kPowersOfTen[14];
+        ++e10;
+      }
+      *digits = q;
+      *exponent = e10;
+      return true;
+    }
+  }
+  return false;
+}
+#endif
+
+}  // namespace
+
+// The token of real_text_general, made directly for whole numbers below 10^15 and, where
+// 128-bit integers exist, for any value from 1e-8 to 1e15; the rest (the largest and smallest
+// magnitudes, NaN, infinities) goes the general way.
+int igeslib_real_text(double v, char* out) {
+  bool negative = std::signbit(v);
+  double a = std::fabs(v);
+  if (a < 1e15 && a == static_cast<double>(static_cast<std::uint64_t>(a))) {
+    char digits[24];
+    char* first = igeslib_digits_before(digits + sizeof digits, static_cast<std::uint64_t>(a));
+    if (negative) *--first = '-';
+    auto n = static_cast<std::size_t>(digits + sizeof digits - first);
+    std::memcpy(out, first, n);
+    out[n] = '.';
+    out[n + 1] = '\0';
+    return static_cast<int>(n + 1);
+  }
+#ifdef __SIZEOF_INT128__
+  std::uint64_t q;
+  int exponent;
+  if (round_to_fifteen_digits(a, &q, &exponent)) {
+    char digits[16];
+    igeslib_digits_before(digits + 15, q);  // fifteen digits: q is at least 10^14
+    int n = 15;
+    while (digits[n - 1] == '0') --n;
+    int length = shape_g15(digits, n, exponent, negative, 'D', out);
+    // The fixed form of a number with no fraction digits, and a whole number in the exponent
+    // form, take a point.
+    bool fixed = exponent >= -4 && exponent < 15;
+    bool point = fixed ? n <= exponent + 1 : a == std::trunc(a);
+    if (point) {
+      out[length++] = '.';
+      out[length] = '\0';
+    }
+    return length;
+  }
+#endif
+  return real_text_general(v, out);
+}
+
+namespace {
 
 // The DE numbers of the entities a back-pointer list selects. An entry that selects nothing
 // (its pointer named no entity of an allowed class when it was read) is left out: a 0 in its
@@ -127,6 +251,12 @@ unsigned size_of(List* list) {
   return list ? list->size() : 0;
 }
 
+#if defined(__GLIBC__)
+inline void put_text(const char* text, std::size_t n, FILE* fp) { fwrite_unlocked(text, 1, n, fp); }
+#else
+inline void put_text(const char* text, std::size_t n, FILE* fp) { std::fwrite(text, 1, n, fp); }
+#endif
+
 }  // namespace
 
 void IgeslibIO::write_line() {
@@ -139,7 +269,9 @@ void IgeslibIO::write_line() {
   ++sequence_number;
   line[kLineEnd] = '\n';
   line[kLineEnd + 1] = '\0';
-  std::fputs(line, fp);
+  // The record up to its first NUL, as fputs wrote it (a raw text shorter than the record
+  // leaves one inside); with glibc the stream's lock isn't taken for every record.
+  put_text(line, std::strlen(line), fp);
   column = 0;
   std::memset(line, ' ', sizeof line - 1);
   line[sizeof line - 1] = '\0';
@@ -224,7 +356,7 @@ void IgeslibIO::put_logical(bool v) { put_int(v ? 1 : 0); }
 
 void IgeslibIO::put_real(double v) {
   char text[kTokenLength];
-  place_number(*this, text, real_text(v, text));
+  place_number(*this, text, igeslib_real_text(v, text));
 }
 
 void IgeslibIO::put_string(const char* s) {

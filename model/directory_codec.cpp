@@ -2,6 +2,7 @@
 // the entity it names, making the select objects of one record, and writing the eight-column
 // fields that hold a select or a reference. A field whose value is missing reads as an unset
 // value and writes as blanks; nothing here reports.
+#include <cstdint>
 #include <cstring>
 
 #include "igeslib.h"
@@ -60,16 +61,69 @@ igs_entity_color* igeslib_de_read_color(int field) {
   return color;
 }
 
+namespace {
+
+// "00" to "99", two characters each.
+constexpr char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+template <class Unsigned>
+inline char* digits_before(char* end, Unsigned value) {
+  while (value >= 100) {
+    end -= 2;
+    std::memcpy(end, kDigitPairs + 2 * (value % 100), 2);
+    value /= 100;
+  }
+  if (value >= 10) {
+    end -= 2;
+    std::memcpy(end, kDigitPairs + 2 * value, 2);
+  } else {
+    *--end = static_cast<char>('0' + value);
+  }
+  return end;
+}
+
+// The common fields: a value that fits the width, written right-justified in place.
+template <int Width>
+int format_fitting(char* out, unsigned value) {
+  std::memset(out, ' ', Width);
+  digits_before(out + Width, value);
+  out[Width] = '\0';
+  return Width;
+}
+
+}  // namespace
+
+char* igeslib_digits_before(char* end, std::uint64_t value) {
+  // Eight digits at a time while the value is wider than 32 bits: 32-bit arithmetic is cheaper.
+  while (value > 0xffffffffu) {
+    auto low = static_cast<unsigned>(value % 100000000);
+    value /= 100000000;
+    for (int i = 0; i < 4; ++i, low /= 100) {
+      end -= 2;
+      std::memcpy(end, kDigitPairs + 2 * (low % 100), 2);
+    }
+  }
+  return digits_before(end, static_cast<unsigned>(value));
+}
+
 int igeslib_format_int(char* out, int width, int value) {
+  if (value >= 0) {
+    if (width == 8 && value < 100000000)
+      return format_fitting<8>(out, static_cast<unsigned>(value));
+    if (width == 7 && value < 10000000) return format_fitting<7>(out, static_cast<unsigned>(value));
+    if (width == 1 && value < 10) return format_fitting<1>(out, static_cast<unsigned>(value));
+  }
   char digits[12];
-  int n = 0;
   unsigned magnitude = value < 0 ? 0u - static_cast<unsigned>(value) : static_cast<unsigned>(value);
-  do digits[n++] = static_cast<char>('0' + magnitude % 10);
-  while ((magnitude /= 10) != 0);
-  if (value < 0) digits[n++] = '-';
+  char* first = digits_before(digits + sizeof digits, magnitude);
+  if (value < 0) *--first = '-';
+  int n = static_cast<int>(digits + sizeof digits - first);
   int pad = width > n ? width - n : 0;
   std::memset(out, ' ', static_cast<std::size_t>(pad));
-  for (int i = 0; i < n; ++i) out[pad + i] = digits[n - 1 - i];
+  std::memcpy(out + pad, first, static_cast<std::size_t>(n));
   out[pad + n] = '\0';
   return pad + n;
 }

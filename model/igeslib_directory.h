@@ -3,10 +3,16 @@
 // current design.
 #pragma once
 
+#include <cstdint>
+
 class igs_directory_entry;
 
 // The entity that DE pointer n names, or null: no file object, no such place, or n zero.
 igs_directory_entry* igeslib_resolve_de(int n);
+
+// The decimal digits of value, the last just before end, two at a time; the place of the
+// first. No NUL.
+char* igeslib_digits_before(char* end, std::uint64_t value);
 
 // value as "%*d" gives it with that width, and a NUL behind it; the length written. A value
 // with more characters than the width takes them all, as the formatted print does.

@@ -3,7 +3,9 @@
 #include <cfloat>
 #include <clocale>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <random>
 #include <string>
@@ -87,6 +89,19 @@ std::string real_token(double v) {
   return token.substr(0, token.size() - 1);
 }
 
+// What a real token is by definition: "%.15G" in the "C" locale, a point behind a whole number
+// or behind a text with neither point nor exponent, and D for E.
+std::string printf_token(double v) {
+  char printed[64];
+  std::snprintf(printed, sizeof printed, "%.15G", v);
+  std::string expected = printed;
+  double whole;
+  if (std::modf(v, &whole) == 0.0 || expected.find_first_of(".E") == std::string::npos)
+    expected += '.';
+  if (std::size_t e = expected.find('E'); e != std::string::npos) expected[e] = 'D';
+  return expected;
+}
+
 TEST(Writer, RealFormatting) {
   struct Case {
     double value;
@@ -115,20 +130,59 @@ TEST(Writer, RealFormatting) {
   std::uniform_real_distribution<double> exponent(-320.0, 308.0), mantissa(-10.0, 10.0);
   std::uniform_int_distribution<int> digits(1, 17), near_switch(-7, 17);
   for (int i = 0; i < 6000; ++i) {
-    double v = mantissa(random) * std::pow(10.0, exponent(random)), whole;
+    double v = mantissa(random) * std::pow(10.0, exponent(random));
     if (i % 3 == 0) v = std::round(v * 1000.0) / 1000.0;
     if (i % 3 == 1) {
       char text[64];
       std::snprintf(text, sizeof text, "%.*e", digits(random) - 1, mantissa(random));
       v = std::strtod(text, nullptr) * std::pow(10.0, near_switch(random));
     }
-    char printed[64];
-    std::snprintf(printed, sizeof printed, "%.15G", v);
-    std::string expected = printed;
-    if (std::modf(v, &whole) == 0.0 || expected.find_first_of(".E") == std::string::npos)
-      expected += '.';
-    if (std::size_t e = expected.find('E'); e != std::string::npos) expected[e] = 'D';
-    ASSERT_EQ(real_token(v), expected) << v;
+    ASSERT_EQ(real_token(v), printf_token(v)) << v;
+  }
+}
+
+// The token of every kind of value against its definition: whole numbers, ties at the
+// fifteenth digit, the edges of the fixed form and of the exactly rounded range (1e-8 to 1e15),
+// powers of ten and their neighbours, and random values of every magnitude and bit pattern.
+TEST(Writer, RealTokensMatchPrintfOverManyValues) {
+  auto check = [](double v) {
+    char text[32];
+    int n = igeslib_real_text(v, text);
+    ASSERT_EQ(std::string(text, static_cast<std::size_t>(n)), printf_token(v))
+        << std::hexfloat << v;
+  };
+  const double edges[] = {0.0, -0.0, 1.0, -1.0, 0.1, 0.5, 25.0, 1e-8, 1e-5, 1e-4, 1e14, 1e15, 1e16,
+                          5e-324, -5e-324, DBL_MIN, DBL_MAX, -DBL_MAX, DBL_EPSILON, HUGE_VAL,
+                          -HUGE_VAL, 9007199254740992.0, 999999999999999.0, 999999999999999.5,
+                          999999999999999.4, 99999999999999.95,
+                          // Ties at the fifteenth digit go to the even neighbour.
+                          100000000000000.5, 100000000000001.5, 123456789012345.5,
+                          1234567890123455.0, 1234567890123465.0, 0.000099999999999999995, 0.00001,
+                          9.999999999999995e-5, 9.9999999999999995e-9};
+  for (double v : edges) {
+    check(v);
+    check(-v);
+    check(std::nextafter(v, 0.0));
+    check(std::nextafter(v, HUGE_VAL));
+  }
+  for (int p = -324; p <= 308; ++p) {
+    double v = std::pow(10.0, p);
+    check(v);
+    check(std::nextafter(v, 0.0));
+    check(std::nextafter(v, HUGE_VAL));
+  }
+  std::mt19937_64 random(20261123);
+  std::uniform_real_distribution<double> unit(-1.0, 1.0), scale(-10.0, 17.0);
+  std::uniform_int_distribution<long long> whole(-20000000000000000, 20000000000000000);
+  for (int i = 0; i < 100000; ++i) {
+    std::uint64_t bits = random();
+    double any;
+    std::memcpy(&any, &bits, sizeof any);
+    if (!std::isnan(any)) check(any);
+    double v = unit(random) * std::pow(10.0, scale(random));
+    check(v);
+    check(std::round(v * 1000.0) / 1000.0);
+    check(static_cast<double>(whole(random) >> (i % 50)));
   }
 }
 

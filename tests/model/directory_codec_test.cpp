@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "igeslib_directory.h"
 #include "igeslib_entity_rows.h"
@@ -380,6 +382,26 @@ TEST(DirectoryFields, FormattedAsThePrintfFieldsTheyStandFor) {
     c.write(out);
     EXPECT_STREQ(out, c.text);
   }
+}
+
+// Every width a field has, and more, against "%*d": values that fit, that fill the width
+// exactly, that spill over, negative ones and the ends of int.
+TEST(DirectoryFields, FormatIntIsThePrintfField) {
+  std::vector<int> values = {0, 1, -1, 9, 10, 99, 100, 2147483647, -2147483647 - 1};
+  for (long long power = 10; power <= 1000000000; power *= 10)
+    for (long long v : {power - 1, power, power + 1})
+      values.insert(values.end(), {static_cast<int>(v), static_cast<int>(-v)});
+  std::mt19937 random(20261123);
+  for (int i = 0; i < 20000; ++i) values.push_back(static_cast<int>(random()) >> (i % 32));
+  for (int width = 1; width <= 12; ++width)
+    for (int v : values) {
+      char out[32], printed[32];
+      std::memset(out, 'x', sizeof out);
+      int n = igeslib_format_int(out, width, v);
+      int expected = std::snprintf(printed, sizeof printed, "%*d", width, v);
+      ASSERT_STREQ(out, printed) << width << " " << v;
+      ASSERT_EQ(n, expected);
+    }
 }
 
 }  // namespace
