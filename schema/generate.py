@@ -1251,11 +1251,13 @@ def define_select(model, w, e):
           "value" if type_ in PLAIN_CXX else "static_cast<int>(value)")
         w("}")
         if type_ not in PLAIN_CXX:
-            # The choice's own setter once the code is known to name an enumerator: what a
-            # store through the dictionary does, without its checks of the slot's kind.
+            # Once the code is known to name an enumerator, the choice is taken by its
+            # attribute and the code stored: what a store through the dictionary does, without
+            # its checks of the slot's kind.
             w("char %s::%s(int code) {", c, choice)
-            w("  if (!igeslib_code_in_range(this, \"%s\", code)) return 0;", choice)
-            w("  %s(static_cast<%s>(code));", choice, t)
+            w("  LumoAttribute* choice = igeslib_code_in_range(this, \"%s\", code);", choice)
+            w("  if (!choice || !putAttribute(choice)) return 0;")
+            w("  lumo_update_prim(this, &value_.i, code);")
             w("  return 1;")
             w("}")
     w("")
