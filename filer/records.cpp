@@ -3,9 +3,14 @@
 // scanning from the right, and reports what is wrong with the record. Also the filer's error
 // report, the Start section and the Terminate record.
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "igeslib_io.h"
 
@@ -26,32 +31,77 @@ constexpr int kCardLength = 80;
 // Past this many characters a record is cut, whatever its line end.
 constexpr int kHardStop = 83;
 
-// True when none of the n bytes (a multiple of 8) is a CR, an LF or a NUL: eight at a time,
-// by the rule that (v - 0x01..01) & ~v & 0x80..80 is non-zero when some byte of v is zero.
-bool plain_bytes(const char* p, int n) {
+// Copies a card image of 80 bytes into line; true when none of them is a CR, an LF or a NUL.
+// line is left holding them either way.
+bool copy_plain_card(char* line, const char* p) {
+#if defined(__SSE2__)
+  const __m128i cr = _mm_set1_epi8('\r'), lf = _mm_set1_epi8('\n'), nul = _mm_setzero_si128();
+  __m128i any = nul;
+  for (int i = 0; i < kCardLength; i += 16) {
+    __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(line + i), v);
+    any = _mm_or_si128(any,
+                       _mm_or_si128(_mm_cmpeq_epi8(v, cr),
+                                    _mm_or_si128(_mm_cmpeq_epi8(v, lf), _mm_cmpeq_epi8(v, nul))));
+  }
+  return _mm_movemask_epi8(any) == 0;
+#else
+  // Eight at a time, by the rule that (v - 0x01..01) & ~v & 0x80..80 is non-zero when some
+  // byte of v is zero.
   constexpr std::uint64_t ones = 0x0101010101010101ULL, highs = 0x8080808080808080ULL;
   std::uint64_t any = 0;
-  for (int i = 0; i < n; i += 8) {
+  for (int i = 0; i < kCardLength; i += 8) {
     std::uint64_t v;
     std::memcpy(&v, p + i, 8);
+    std::memcpy(line + i, &v, 8);
     std::uint64_t cr = v ^ (ones * '\r'), lf = v ^ (ones * '\n');
     any |= ((v - ones) & ~v) | ((cr - ones) & ~cr) | ((lf - ones) & ~lf);
   }
   return (any & highs) == 0;
+#endif
 }
 
-// The value of right-justified digits filling columns first..last (0-based): blanks, then
-// digits to the end; -1 when the field has any other shape.
-int stamp_value(const char* line, int first, int last) {
-  int i = first;
-  while (i <= last && line[i] == ' ') ++i;
-  if (i > last) return -1;
-  int value = 0;
-  for (; i <= last; ++i) {
-    if (!is_digit(line[i])) return -1;
-    value = value * 10 + (line[i] - '0');
-  }
-  return value;
+// Eight characters of a record as one 64-bit word, the first in the lowest byte.
+inline std::uint64_t load_word(const char* p) {
+  std::uint64_t v;
+  std::memcpy(&v, p, sizeof v);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+  v = __builtin_bswap64(v);
+#endif
+  return v;
+}
+
+constexpr std::uint64_t kRepeat = 0x0101010101010101ULL;
+
+// True when every byte of a word is '0' to '9': its high nibble is 3, and adding 6 leaves it 3.
+inline bool all_digits(std::uint64_t v) {
+  constexpr std::uint64_t highs = kRepeat * 0xF0;
+  return ((v & highs) | (((v + kRepeat * 0x06) & highs) >> 4)) == kRepeat * 0x33;
+}
+
+// The value of a word of eight digits, the first the most significant: pairs, then fours, then all.
+inline std::uint32_t eight_digit_value(std::uint64_t v) {
+  v -= kRepeat * '0';
+  v = v * 10 + (v >> 8);
+  v = (((v & 0x000000FF000000FFULL) * (100 + (1000000ULL << 32))) +
+       (((v >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
+      32;
+  return static_cast<std::uint32_t>(v);
+}
+
+// The value of right-justified digits filling the seven columns from field: blanks, then
+// digits to the end; -1 when the field has any other shape. The byte before the field is
+// read too, and must be in the buffer.
+int stamp_value(const char* field) {
+  // The byte before the field becomes a leading '0' of eight digits.
+  std::uint64_t v = (load_word(field - 1) & ~std::uint64_t{0xFF}) | '0';
+  // Leading blanks (bytes equal to 0x20) turn into zeros; all blank has no value.
+  std::uint64_t not_blank = (v ^ (kRepeat * ' ')) >> 8;
+  if (not_blank == 0) return -1;
+  int blanks = std::countr_zero(not_blank) >> 3;
+  v += ((kRepeat & ((std::uint64_t{1} << (8 * blanks)) - 1)) << 8) * ('0' - ' ');
+  if (!all_digits(v)) return -1;
+  return static_cast<int>(eight_digit_value(v));
 }
 
 }  // namespace
@@ -76,12 +126,16 @@ void IgeslibIO::read_record() {
     if (terminator_seen)
       while (p < end && (*p == '\n' || *p == '\r')) ++p;  // leading line ends vanish
     stream->_IO_read_ptr = p;
-    if (end - p > kCardLength && plain_bytes(p, kCardLength) &&
+    if (end - p > kCardLength && copy_plain_card(line, p) &&
         (terminator_seen == 0 || p[kCardLength] == '\n' || p[kCardLength] == '\r')) {
-      std::memcpy(line, p, kCardLength);
-      length = kCardLength;
       stream->_IO_read_ptr = p + kCardLength + (terminator_seen ? 1 : 0);
-      goto record_read;
+      line_length = kCardLength;
+      line_terminator_seen = terminator_seen;
+      // As below: the end of the record, and blanks beyond it.
+      line[kCardLength] = '\0';
+      std::memset(line + kCardLength + 1, ' ', sizeof line - 2 - kCardLength);
+      column = 0;
+      goto card_image;
     }
   }
 #endif
@@ -107,9 +161,6 @@ void IgeslibIO::read_record() {
     line[length++] = static_cast<char>(c);
     if ((terminator_seen == 0 && length >= kCardLength) || length >= kHardStop) break;
   }
-#if defined(__GLIBC__)
-record_read:
-#endif
   line_length = length;
   line_terminator_seen = terminator_seen;
   // Blanks beyond the record, so that a data field reaching past a short record reads blanks
@@ -133,15 +184,18 @@ record_read:
   // 74-80 and, on a P record, a blank in 65 and the DE pointer right-justified in 66-72. The
   // scan below finds the same and nothing to report.
   if (line_length == kCardLength) {
+#if defined(__GLIBC__)
+  card_image:
+#endif
     char letter = line[72];
-    int sequence = stamp_value(line, 73, 79);
+    int sequence = stamp_value(line + 73);
     if (sequence >= 0 && (letter == 'D' || letter == 'G' || letter == 'S' || letter == 'T')) {
       f_rec_section = letter;
       sequence_number = sequence;
       end_column = 71;
       return;
     }
-    int pointer = letter == 'P' && line[64] == ' ' ? stamp_value(line, 65, 71) : -1;
+    int pointer = letter == 'P' && line[64] == ' ' ? stamp_value(line + 65) : -1;
     if (sequence >= 0 && pointer >= 0) {
       f_rec_section = letter;
       sequence_number = sequence;
