@@ -86,6 +86,9 @@ struct IgeslibIO {
   // P records) DE pointer from the right. Ends the run through abort_read when the record
   // can't be understood or the file ends.
   void read_record();
+  // Its parts: a record read a character at a time, then its fields found from the right.
+  void read_record_general();
+  void find_stamps();
   // The filer's one error output: the message, the record and a caret under column (the
   // member column when negative).
   void report_error(const char* message, int column);

@@ -104,41 +104,77 @@ int stamp_value(const char* field) {
   return static_cast<int>(eight_digit_value(v));
 }
 
+// The common record, a card image of 80 plain characters (and its line end, once line ends
+// are in use), taken whole from the stream's buffer into the line, as the long way would
+// take it. False when the record is not one, with nothing taken but leading line ends.
+inline bool take_card_image(IgeslibIO& io) {
+#if defined(__GLIBC__)
+  FILE* stream = io.fp;
+  int terminator_seen = io.line_terminator_seen;
+  char* p = stream->_IO_read_ptr;
+  char* end = stream->_IO_read_end;
+  if (terminator_seen)
+    while (p < end && (*p == '\n' || *p == '\r')) ++p;  // leading line ends vanish
+  stream->_IO_read_ptr = p;
+  if (end - p > kCardLength && copy_plain_card(io.line, p) &&
+      (terminator_seen == 0 || p[kCardLength] == '\n' || p[kCardLength] == '\r')) {
+    stream->_IO_read_ptr = p + kCardLength + (terminator_seen ? 1 : 0);
+    io.line_length = kCardLength;
+    // As the long way: the end of the record, and blanks beyond it.
+    io.line[kCardLength] = '\0';
+    std::memset(io.line + kCardLength + 1, ' ', sizeof io.line - 2 - kCardLength);
+    io.column = 0;
+    return true;
+  }
+#else
+  (void)io;
+#endif
+  return false;
+}
+
+// A well-formed card image: its letter in column 73, its sequence number right-justified in
+// 74-80 and, on a P record, a blank in 65 and the DE pointer right-justified in 66-72. The
+// scan from the right finds the same and nothing to report. False, with nothing set, for
+// any other record.
+inline bool card_stamps(IgeslibIO& io) {
+  const char* line = io.line;
+  char letter = line[72];
+  int sequence = stamp_value(line + 73);
+  if (sequence < 0) return false;
+  if (letter == 'D' || letter == 'G' || letter == 'S' || letter == 'T') {
+    io.f_rec_section = letter;
+    io.sequence_number = sequence;
+    io.end_column = 71;
+    return true;
+  }
+  int pointer = letter == 'P' && line[64] == ' ' ? stamp_value(line + 65) : -1;
+  if (pointer < 0) return false;
+  io.f_rec_section = letter;
+  io.sequence_number = sequence;
+  io.back_pointer = pointer;
+  io.end_column = 63;
+  return true;
+}
+
 }  // namespace
 
 void IgeslibIO::read_record() {
   if (line_number != 0 && line_number % 1000 == 0) LUMO.message("Reading line %d", line_number);
   ++line_number;
+  if (take_card_image(*this)) {
+    if (!card_stamps(*this)) find_stamps();
+    return;
+  }
+  read_record_general();
+}
 
+[[gnu::noinline]] void IgeslibIO::read_record_general() {
   // The loop keeps the length and the terminator flag in locals: stores into line would
   // otherwise make the compiler reload them for every character.
   FILE* stream = fp;
   int length = 0;
   int terminator_seen = line_terminator_seen;
   bool at_end = false;
-#if defined(__GLIBC__)
-  // The common record, a card image of 80 plain characters (and its line end, once line ends
-  // are in use), taken whole from the stream's buffer; anything else goes the long way below,
-  // which gives the same record.
-  {
-    char* p = stream->_IO_read_ptr;
-    char* end = stream->_IO_read_end;
-    if (terminator_seen)
-      while (p < end && (*p == '\n' || *p == '\r')) ++p;  // leading line ends vanish
-    stream->_IO_read_ptr = p;
-    if (end - p > kCardLength && copy_plain_card(line, p) &&
-        (terminator_seen == 0 || p[kCardLength] == '\n' || p[kCardLength] == '\r')) {
-      stream->_IO_read_ptr = p + kCardLength + (terminator_seen ? 1 : 0);
-      line_length = kCardLength;
-      line_terminator_seen = terminator_seen;
-      // As below: the end of the record, and blanks beyond it.
-      line[kCardLength] = '\0';
-      std::memset(line + kCardLength + 1, ' ', sizeof line - 2 - kCardLength);
-      column = 0;
-      goto card_image;
-    }
-  }
-#endif
   for (;;) {
     int c = next_char(stream);
     if (c == EOF) {
@@ -180,31 +216,11 @@ void IgeslibIO::read_record() {
     abort_read();
   }
 
-  // A well-formed card image: its letter in column 73, its sequence number right-justified in
-  // 74-80 and, on a P record, a blank in 65 and the DE pointer right-justified in 66-72. The
-  // scan below finds the same and nothing to report.
-  if (line_length == kCardLength) {
-#if defined(__GLIBC__)
-  card_image:
-#endif
-    char letter = line[72];
-    int sequence = stamp_value(line + 73);
-    if (sequence >= 0 && (letter == 'D' || letter == 'G' || letter == 'S' || letter == 'T')) {
-      f_rec_section = letter;
-      sequence_number = sequence;
-      end_column = 71;
-      return;
-    }
-    int pointer = letter == 'P' && line[64] == ' ' ? stamp_value(line + 65) : -1;
-    if (sequence >= 0 && pointer >= 0) {
-      f_rec_section = letter;
-      sequence_number = sequence;
-      back_pointer = pointer;
-      end_column = 63;
-      return;
-    }
-  }
+  if (line_length == kCardLength && card_stamps(*this)) return;
+  find_stamps();
+}
 
+[[gnu::noinline]] void IgeslibIO::find_stamps() {
   // From the right: blanks, sequence digits, blanks, section letter, and on P records
   // blanks and the DE pointer digits.
   enum class Scan { trailing, sequence, flag, pointer, pointer_digits, done };

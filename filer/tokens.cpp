@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include "igeslib_io.h"
 
@@ -198,7 +199,45 @@ static void number_delimiter(IgeslibIO& io, const char* missing) {
   io.token_error(missing);
 }
 
+// The same for the character at column, which is within the field: a delimiter right behind
+// the number is taken at once.
+inline void number_end(IgeslibIO& io, const char* missing) {
+  char c = io.line[io.column];
+  if (c != ' ') {
+    if (c == io.record_delimiter) return;
+    if (c == io.param_delimiter) {
+      ++io.column;
+      return;
+    }
+  }
+  number_delimiter(io, missing);
+}
+
 int IgeslibIO::scan_int() {
+  // The common integer at once: blanks, a sign, as many digits as a long surely holds, and
+  // behind them, within the field, anything that doesn't carry a number on. Anything else
+  // takes the general way below from the same column.
+  {
+    int i = column;
+    while (i <= end_column && line[i] == ' ') ++i;
+    bool negative = false;
+    if (i <= end_column && (line[i] == '+' || line[i] == '-')) negative = line[i++] == '-';
+    const int first = i;
+    long magnitude = 0;
+    for (; i <= end_column && i - first < std::numeric_limits<long>::digits10; ++i) {
+      unsigned d = static_cast<unsigned>(line[i]) - '0';
+      if (d > 9) break;
+      magnitude = magnitude * 10 + static_cast<long>(d);
+    }
+    if (i > first && i <= end_column && !is_digit(line[i]) && line[i] != '+' && line[i] != '-') {
+      column = i;
+      param_state = PARAM_VALUE;
+      int value = static_cast<int>(negative ? -magnitude : magnitude);
+      number_end(*this, "Missing delimiter after integer value");
+      return value;
+    }
+  }
+
   int stored = 0;  // sign and digits
   int phase = 0;   // 0 nothing yet, 1 sign seen, 2 digits seen
   bool negative = false;
@@ -284,7 +323,7 @@ double IgeslibIO::scan_real() {
     if ((start != 0 || line_length == 80) && quick_real(line, start, end_column, &value, &stop)) {
       column = stop;
       param_state = PARAM_VALUE;
-      number_delimiter(*this, "Missing delimiter after floating point value");
+      number_end(*this, "Missing delimiter after floating point value");
       return value;
     }
   }
