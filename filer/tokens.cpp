@@ -220,6 +220,7 @@ int IgeslibIO::scan_int() {
   {
     int i = column;
     while (i <= end_column && line[i] == ' ') ++i;
+    const int column_after_blanks = i;
     bool negative = false;
     if (i <= end_column && (line[i] == '+' || line[i] == '-')) negative = line[i++] == '-';
     const int first = i;
@@ -235,6 +236,19 @@ int IgeslibIO::scan_int() {
       int value = static_cast<int>(negative ? -magnitude : magnitude);
       number_end(*this, "Missing delimiter after integer value");
       return value;
+    }
+    // No sign and no digit: a delimiter at once is an empty parameter or the record's end.
+    if (i == first && i == column_after_blanks && i <= end_column) {
+      if (line[i] == param_delimiter) {
+        column = i + 1;
+        param_state = PARAM_DEFAULTED;
+        return 0;
+      }
+      if (line[i] == record_delimiter) {
+        column = i;
+        param_state = PARAM_END_OF_RECORD;
+        return 0;
+      }
     }
   }
 
