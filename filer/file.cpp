@@ -2,6 +2,8 @@
 // make this file's design current and its root this object, so that every entity's parameter
 // code finds the record, and run the sections in the order of the file.
 #include <cstdio>
+#include <memory>
+#include <new>
 
 #include "igeslib.h"
 #include "igeslib_io.h"
@@ -81,6 +83,11 @@ igs_iges_file* igs_iges_file::read(const char* path, char strict) {
     lumo_io_ec()->report(2034, path);
     return nullptr;
   }
+  // A buffer of many records: a record that straddles the buffer's end is read a character
+  // at a time. The stream is closed before the buffer goes.
+  constexpr std::size_t kBufferBytes = 1 << 16;
+  std::unique_ptr<char[]> buffer(new (std::nothrow) char[kBufferBytes]);
+  if (buffer) std::setvbuf(stream, buffer.get(), _IOFBF, kBufferBytes);
   igs_iges_file* result = read(stream, strict);
   std::fclose(stream);
   return result;

@@ -64,6 +64,9 @@ struct IgeslibIO {
   char record_delimiter = ';';
   char record_failed = 0;    // a token error has poisoned the current entity
   char zero_as_default = 1;  // writing: zero values go out as empty parameters
+  // Reals of the common shape are converted at once; off, every one takes the general way
+  // (the same values: the tests compare the two).
+  bool quick_numbers = true;
   int start_count = 0;
   int global_count = 0;
   int directory_count = 0;
@@ -83,6 +86,9 @@ struct IgeslibIO {
   // P records) DE pointer from the right. Ends the run through abort_read when the record
   // can't be understood or the file ends.
   void read_record();
+  // Its parts: a record read a character at a time, then its fields found from the right.
+  void read_record_general();
+  void find_stamps();
   // The filer's one error output: the message, the record and a caret under column (the
   // member column when negative).
   void report_error(const char* message, int column);
@@ -124,6 +130,7 @@ struct IgeslibIO {
   // Scanners: one token and the parameter delimiter behind it; the outcome in param_state.
   int scan_int();
   double scan_real();
+  double scan_real_general();  // scan_real past the common shapes
   char scan_logical();
   const char* scan_string(bool delimiter_follows_itself);
 

@@ -3,11 +3,16 @@
 // scanning from the right, and reports what is wrong with the record. Also the filer's error
 // report, the Start section and the Terminate record.
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "igeslib_io.h"
 
@@ -28,32 +33,138 @@ constexpr int kCardLength = 80;
 // Past this many characters a record is cut, whatever its line end.
 constexpr int kHardStop = 83;
 
-// True when none of the n bytes (a multiple of 8) is a CR, an LF or a NUL: eight at a time,
-// by the rule that (v - 0x01..01) & ~v & 0x80..80 is non-zero when some byte of v is zero.
-bool plain_bytes(const char* p, int n) {
+// Copies a card image of 80 bytes into line; true when none of them is a CR, an LF or a NUL.
+// line is left holding them either way.
+bool copy_plain_card(char* line, const char* p) {
+#if defined(__SSE2__)
+  // First the one test of bytes below 14 as signed, which takes the three and also other
+  // control characters and bytes above 127; only when there is such a byte the three alone.
+  const __m128i below = _mm_set1_epi8(14);
+  __m128i low = _mm_setzero_si128();
+  for (int i = 0; i < kCardLength; i += 16) {
+    __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(line + i), v);
+    low = _mm_or_si128(low, _mm_cmplt_epi8(v, below));
+  }
+  if (_mm_movemask_epi8(low) == 0) return true;
+  const __m128i cr = _mm_set1_epi8('\r'), lf = _mm_set1_epi8('\n'), nul = _mm_setzero_si128();
+  __m128i any = nul;
+  for (int i = 0; i < kCardLength; i += 16) {
+    __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    any = _mm_or_si128(any,
+                       _mm_or_si128(_mm_cmpeq_epi8(v, cr),
+                                    _mm_or_si128(_mm_cmpeq_epi8(v, lf), _mm_cmpeq_epi8(v, nul))));
+  }
+  return _mm_movemask_epi8(any) == 0;
+#else
+  // Eight at a time, by the rule that (v - 0x01..01) & ~v & 0x80..80 is non-zero when some
+  // byte of v is zero.
   constexpr std::uint64_t ones = 0x0101010101010101ULL, highs = 0x8080808080808080ULL;
   std::uint64_t any = 0;
-  for (int i = 0; i < n; i += 8) {
+  for (int i = 0; i < kCardLength; i += 8) {
     std::uint64_t v;
     std::memcpy(&v, p + i, 8);
+    std::memcpy(line + i, &v, 8);
     std::uint64_t cr = v ^ (ones * '\r'), lf = v ^ (ones * '\n');
     any |= ((v - ones) & ~v) | ((cr - ones) & ~cr) | ((lf - ones) & ~lf);
   }
   return (any & highs) == 0;
+#endif
 }
 
-// The value of right-justified digits filling columns first..last (0-based): blanks, then
-// digits to the end; -1 when the field has any other shape.
-int stamp_value(const char* line, int first, int last) {
-  int i = first;
-  while (i <= last && line[i] == ' ') ++i;
-  if (i > last) return -1;
-  int value = 0;
-  for (; i <= last; ++i) {
-    if (!is_digit(line[i])) return -1;
-    value = value * 10 + (line[i] - '0');
+// Eight characters of a record as one 64-bit word, the first in the lowest byte.
+inline std::uint64_t load_word(const char* p) {
+  std::uint64_t v;
+  std::memcpy(&v, p, sizeof v);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+  v = __builtin_bswap64(v);
+#endif
+  return v;
+}
+
+constexpr std::uint64_t kRepeat = 0x0101010101010101ULL;
+
+// True when every byte of a word is '0' to '9': its high nibble is 3, and adding 6 leaves it 3.
+inline bool all_digits(std::uint64_t v) {
+  constexpr std::uint64_t highs = kRepeat * 0xF0;
+  return ((v & highs) | (((v + kRepeat * 0x06) & highs) >> 4)) == kRepeat * 0x33;
+}
+
+// The value of a word of eight digits, the first the most significant: pairs, then fours, then all.
+inline std::uint32_t eight_digit_value(std::uint64_t v) {
+  v -= kRepeat * '0';
+  v = v * 10 + (v >> 8);
+  v = (((v & 0x000000FF000000FFULL) * (100 + (1000000ULL << 32))) +
+       (((v >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
+      32;
+  return static_cast<std::uint32_t>(v);
+}
+
+// The value of right-justified digits filling the seven columns from field: blanks, then
+// digits to the end; -1 when the field has any other shape. The byte before the field is
+// read too, and must be in the buffer.
+int stamp_value(const char* field) {
+  // The byte before the field becomes a leading '0' of eight digits.
+  std::uint64_t v = (load_word(field - 1) & ~std::uint64_t{0xFF}) | '0';
+  // Leading blanks (bytes equal to 0x20) turn into zeros; all blank has no value.
+  std::uint64_t not_blank = (v ^ (kRepeat * ' ')) >> 8;
+  if (not_blank == 0) return -1;
+  int blanks = std::countr_zero(not_blank) >> 3;
+  v += ((kRepeat & ((std::uint64_t{1} << (8 * blanks)) - 1)) << 8) * ('0' - ' ');
+  if (!all_digits(v)) return -1;
+  return static_cast<int>(eight_digit_value(v));
+}
+
+// The common record, a card image of 80 plain characters (and its line end, once line ends
+// are in use), taken whole from the stream's buffer into the line, as the long way would
+// take it. False when the record is not one, with nothing taken but leading line ends.
+inline bool take_card_image(IgeslibIO& io) {
+#if defined(__GLIBC__)
+  FILE* stream = io.fp;
+  int terminator_seen = io.line_terminator_seen;
+  char* p = stream->_IO_read_ptr;
+  char* end = stream->_IO_read_end;
+  if (terminator_seen)
+    while (p < end && (*p == '\n' || *p == '\r')) ++p;  // leading line ends vanish
+  stream->_IO_read_ptr = p;
+  if (end - p > kCardLength && copy_plain_card(io.line, p) &&
+      (terminator_seen == 0 || p[kCardLength] == '\n' || p[kCardLength] == '\r')) {
+    stream->_IO_read_ptr = p + kCardLength + (terminator_seen ? 1 : 0);
+    io.line_length = kCardLength;
+    // As the long way: the end of the record, and blanks beyond it.
+    io.line[kCardLength] = '\0';
+    std::memset(io.line + kCardLength + 1, ' ', sizeof io.line - 2 - kCardLength);
+    io.column = 0;
+    return true;
   }
-  return value;
+#else
+  (void)io;
+#endif
+  return false;
+}
+
+// A well-formed card image: its letter in column 73, its sequence number right-justified in
+// 74-80 and, on a P record, a blank in 65 and the DE pointer right-justified in 66-72. The
+// scan from the right finds the same and nothing to report. False, with nothing set, for
+// any other record.
+inline bool card_stamps(IgeslibIO& io) {
+  const char* line = io.line;
+  char letter = line[72];
+  int sequence = stamp_value(line + 73);
+  if (sequence < 0) return false;
+  if (letter == 'D' || letter == 'G' || letter == 'S' || letter == 'T') {
+    io.f_rec_section = letter;
+    io.sequence_number = sequence;
+    io.end_column = 71;
+    return true;
+  }
+  int pointer = letter == 'P' && line[64] == ' ' ? stamp_value(line + 65) : -1;
+  if (pointer < 0) return false;
+  io.f_rec_section = letter;
+  io.sequence_number = sequence;
+  io.back_pointer = pointer;
+  io.end_column = 63;
+  return true;
 }
 
 }  // namespace
@@ -61,32 +172,20 @@ int stamp_value(const char* line, int first, int last) {
 void IgeslibIO::read_record() {
   if (line_number != 0 && line_number % 1000 == 0) LUMO.message("Reading line %d", line_number);
   ++line_number;
+  if (take_card_image(*this)) {
+    if (!card_stamps(*this)) find_stamps();
+    return;
+  }
+  read_record_general();
+}
 
+[[gnu::noinline]] void IgeslibIO::read_record_general() {
   // The loop keeps the length and the terminator flag in locals: stores into line would
   // otherwise make the compiler reload them for every character.
   FILE* stream = fp;
   int length = 0;
   int terminator_seen = line_terminator_seen;
   bool at_end = false;
-#if defined(__GLIBC__)
-  // The common record, a card image of 80 plain characters (and its line end, once line ends
-  // are in use), taken whole from the stream's buffer; anything else goes the long way below,
-  // which gives the same record.
-  {
-    char* p = stream->_IO_read_ptr;
-    char* end = stream->_IO_read_end;
-    if (terminator_seen)
-      while (p < end && (*p == '\n' || *p == '\r')) ++p;  // leading line ends vanish
-    stream->_IO_read_ptr = p;
-    if (end - p > kCardLength && plain_bytes(p, kCardLength) &&
-        (terminator_seen == 0 || p[kCardLength] == '\n' || p[kCardLength] == '\r')) {
-      std::memcpy(line, p, kCardLength);
-      length = kCardLength;
-      stream->_IO_read_ptr = p + kCardLength + (terminator_seen ? 1 : 0);
-      goto record_read;
-    }
-  }
-#endif
   for (;;) {
     int c = next_char(stream);
     if (c == EOF) {
@@ -109,9 +208,6 @@ void IgeslibIO::read_record() {
     line[length++] = static_cast<char>(c);
     if ((terminator_seen == 0 && length >= kCardLength) || length >= kHardStop) break;
   }
-#if defined(__GLIBC__)
-record_read:
-#endif
   line_length = length;
   line_terminator_seen = terminator_seen;
   // Blanks beyond the record, so that a data field reaching past a short record reads blanks
@@ -131,28 +227,11 @@ record_read:
     abort_read();
   }
 
-  // A well-formed card image: its letter in column 73, its sequence number right-justified in
-  // 74-80 and, on a P record, a blank in 65 and the DE pointer right-justified in 66-72. The
-  // scan below finds the same and nothing to report.
-  if (line_length == kCardLength) {
-    char letter = line[72];
-    int sequence = stamp_value(line, 73, 79);
-    if (sequence >= 0 && (letter == 'D' || letter == 'G' || letter == 'S' || letter == 'T')) {
-      f_rec_section = letter;
-      sequence_number = sequence;
-      end_column = 71;
-      return;
-    }
-    int pointer = letter == 'P' && line[64] == ' ' ? stamp_value(line, 65, 71) : -1;
-    if (sequence >= 0 && pointer >= 0) {
-      f_rec_section = letter;
-      sequence_number = sequence;
-      back_pointer = pointer;
-      end_column = 63;
-      return;
-    }
-  }
+  if (line_length == kCardLength && card_stamps(*this)) return;
+  find_stamps();
+}
 
+[[gnu::noinline]] void IgeslibIO::find_stamps() {
   // From the right: blanks, sequence digits, blanks, section letter, and on P records
   // blanks and the DE pointer digits.
   enum class Scan { trailing, sequence, flag, pointer, pointer_digits, done };

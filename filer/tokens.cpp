@@ -2,11 +2,14 @@
 // data of the Global and Parameter Data sections. A scanner consumes one token and the
 // parameter delimiter behind it and leaves the outcome in param_state; the guards make a
 // finished or poisoned entity read as a run of zeros, so entity code is a straight run of reads.
+#include <cfloat>
 #include <charconv>
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include "igeslib_io.h"
 
@@ -39,6 +42,88 @@ double real_value(const char* text, int length) {
   }
   (void)stop;
   return negative ? -value : value;
+}
+
+// Exact powers of ten: every one up to 1e22 is a double.
+constexpr double kExactPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                   1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+// True for the characters that go on with a number: digits, '.', signs, D, E, d and e.
+inline bool carries_number(char c) {
+  constexpr auto bit = [](char member) { return std::uint64_t{1} << (member - '+'); };
+  constexpr std::uint64_t members = bit('+') | bit('-') | bit('.') | (bit('9') * 2 - bit('0')) |
+                                    bit('D') | bit('E') | bit('d') | bit('e');
+  unsigned offset = static_cast<unsigned>(static_cast<unsigned char>(c)) - '+';
+  return offset < 64 && ((members >> offset) & 1) != 0;
+}
+
+// The common real at once: optional sign, digits, optional '.' and digits, optional D/E/d/e
+// with optional sign and digits, standing whole in the data field from column and followed
+// by a character that ends a number. When its significant digits make at most 2^53 and its
+// decimal exponent is within 22, both the mantissa and the power of ten are exact doubles and
+// one multiplication or division rounds to the same nearest double as the general conversion.
+// False, with nothing changed, for anything else: the caller reads it the general way.
+bool quick_real(const char* line, int column, int end_column, double* value, int* stop) {
+#if FLT_EVAL_METHOD == 0
+  int i = column;
+  // A token of more than 41 columns goes the general way, which reports one too long.
+  const int last = end_column < column + 40 ? end_column : column + 40;
+  bool negative = false;
+  if (i <= last && (line[i] == '+' || line[i] == '-')) negative = line[i++] == '-';
+  // Leading zeros are passed over, so that the significant digits are those accumulated.
+  // Past 19 of them the mantissa wraps; it is then not used.
+  std::uint64_t mantissa = 0;
+  auto accumulate = [&] {
+    for (; i <= last; ++i) {
+      unsigned d = static_cast<unsigned>(line[i]) - '0';
+      if (d > 9) break;
+      mantissa = mantissa * 10 + d;
+    }
+  };
+  const int first = i;
+  while (i <= last && line[i] == '0') ++i;
+  int from = i;
+  accumulate();
+  int significant = i - from;
+  int digits = i - first;
+  int scale = 0;  // the decimal exponent of the mantissa's last digit
+  if (i <= last && line[i] == '.') {
+    const int fraction = ++i;
+    if (significant == 0)
+      while (i <= last && line[i] == '0') ++i;
+    from = i;
+    accumulate();
+    significant += i - from;
+    digits += i - fraction;
+    scale = fraction - i;
+  }
+  if (digits == 0 || significant > 19) return false;
+  if (i <= last && ((line[i] | 0x20) == 'd' || (line[i] | 0x20) == 'e')) {
+    ++i;
+    bool exponent_negative = false;
+    if (i <= last && (line[i] == '+' || line[i] == '-')) exponent_negative = line[i++] == '-';
+    int exponent = 0;
+    int start = i;
+    for (; i <= last && is_digit(line[i]) && i - start < 4; ++i)
+      exponent = exponent * 10 + (line[i] - '0');
+    if (i == start) return false;
+    scale += exponent_negative ? -exponent : exponent;
+  }
+  // Whatever would carry the token on, or its end at the end of the field, is the general
+  // way's to report.
+  if (i > last) return false;
+  if (carries_number(line[i])) return false;
+  if (mantissa > (std::uint64_t{1} << 53) || scale < -22 || scale > 22) return false;
+  double v = static_cast<double>(mantissa);
+  v = scale < 0 ? v / kExactPowers[-scale] : v * kExactPowers[scale];
+  *value = negative ? -v : v;
+  *stop = i;
+  return true;
+#else
+  (void)line, (void)column, (void)end_column, (void)value, (void)stop;
+  return false;
+#endif
 }
 
 }  // namespace
@@ -114,10 +199,66 @@ static void number_delimiter(IgeslibIO& io, const char* missing) {
   io.token_error(missing);
 }
 
+// The same for the character at column, which is within the field: a delimiter right behind
+// the number is taken at once.
+inline void number_end(IgeslibIO& io, const char* missing) {
+  char c = io.line[io.column];
+  if (c != ' ') {
+    if (c == io.record_delimiter) return;
+    if (c == io.param_delimiter) {
+      ++io.column;
+      return;
+    }
+  }
+  number_delimiter(io, missing);
+}
+
 int IgeslibIO::scan_int() {
-  char text[kNumberLength + 1];
-  int stored = 0;
-  int phase = 0;  // 0 nothing yet, 1 sign seen, 2 digits seen
+  // The common integer at once: blanks, a sign, as many digits as a long surely holds, and
+  // behind them, within the field, anything that doesn't carry a number on. Anything else
+  // takes the general way below from the same column.
+  {
+    int i = column;
+    while (i <= end_column && line[i] == ' ') ++i;
+    const int column_after_blanks = i;
+    bool negative = false;
+    if (i <= end_column && (line[i] == '+' || line[i] == '-')) negative = line[i++] == '-';
+    const int first = i;
+    long magnitude = 0;
+    for (; i <= end_column && i - first < std::numeric_limits<long>::digits10; ++i) {
+      unsigned d = static_cast<unsigned>(line[i]) - '0';
+      if (d > 9) break;
+      magnitude = magnitude * 10 + static_cast<long>(d);
+    }
+    if (i > first && i <= end_column && !is_digit(line[i]) && line[i] != '+' && line[i] != '-') {
+      column = i;
+      param_state = PARAM_VALUE;
+      int value = static_cast<int>(negative ? -magnitude : magnitude);
+      number_end(*this, "Missing delimiter after integer value");
+      return value;
+    }
+    // No sign and no digit: a delimiter at once is an empty parameter or the record's end.
+    if (i == first && i == column_after_blanks && i <= end_column) {
+      if (line[i] == param_delimiter) {
+        column = i + 1;
+        param_state = PARAM_DEFAULTED;
+        return 0;
+      }
+      if (line[i] == record_delimiter) {
+        column = i;
+        param_state = PARAM_END_OF_RECORD;
+        return 0;
+      }
+    }
+  }
+
+  int stored = 0;  // sign and digits
+  int phase = 0;   // 0 nothing yet, 1 sign seen, 2 digits seen
+  bool negative = false;
+  // The magnitude, and whether it passed what a long holds: the value is then the long's
+  // limit, as atol gives it, before it is cut to an int.
+  std::uint64_t magnitude = 0;
+  bool overflow = false;
   for (;;) {
     if (column > end_column) {
       if (phase == 0) {
@@ -140,11 +281,14 @@ int IgeslibIO::scan_int() {
         token_error("Unexpected sign in number");
         return 0;
       }
-      text[stored++] = c;
+      negative = c == '-';
+      ++stored;
       phase = 1;
       ++column;
     } else if (is_digit(c)) {
-      text[stored++] = c;
+      if (magnitude > (UINT64_MAX - 9) / 10) overflow = true;
+      if (!overflow) magnitude = magnitude * 10 + static_cast<unsigned>(c - '0');
+      ++stored;
       phase = 2;
       ++column;
     } else if (phase != 0) {
@@ -165,14 +309,43 @@ int IgeslibIO::scan_int() {
     token_error("Invalid integer value");
     return 0;
   }
-  text[stored] = '\0';
-  int value = static_cast<int>(std::atol(text));
+  const std::uint64_t limit =
+      negative ? 0 - static_cast<std::uint64_t>(LONG_MIN) : static_cast<std::uint64_t>(LONG_MAX);
+  long wide;
+  if (overflow || magnitude > limit)
+    wide = negative ? LONG_MIN : LONG_MAX;
+  else
+    wide = negative ? static_cast<long>(0 - magnitude) : static_cast<long>(magnitude);
+  int value = static_cast<int>(wide);
   param_state = PARAM_VALUE;
   number_delimiter(*this, "Missing delimiter after integer value");
   return value;
 }
 
 double IgeslibIO::scan_real() {
+  if (quick_numbers) {
+    // Blanks first, as below; a real that may have lost its leading dot is left to the
+    // general way, which repairs it.
+    int start = column;
+    while (start <= end_column && line[start] == ' ') ++start;
+    double value;
+    int stop;
+    if (start > end_column) {
+      next_data();
+      start = column;
+    }
+    if ((start != 0 || line_length == 80) && quick_real(line, start, end_column, &value, &stop)) {
+      column = stop;
+      param_state = PARAM_VALUE;
+      number_end(*this, "Missing delimiter after floating point value");
+      return value;
+    }
+  }
+  return scan_real_general();
+}
+
+// Any real, one character at a time, with every repair and report.
+[[gnu::noinline]] double IgeslibIO::scan_real_general() {
   // text[0] is a blank, or the '.' that a mailer stripped from the front of the line.
   char text[1 + kNumberLength];
   int stored = 0;  // characters after text[0]

@@ -1,5 +1,8 @@
 // The record reader: line ends, lengths, the fields found from the right, fatal records, the
 // error report, the Start section and the Terminate record.
+#include <random>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "filer_fixture.h"
@@ -193,6 +196,75 @@ TEST(RecordReader, ParameterFieldsOfPRecords) {
     EXPECT_EQ(f.io.back_pointer, 1234567);
     EXPECT_EQ(f.io.sequence_number, 12);
     EXPECT_EQ(f.io.end_column, 63);
+  }
+}
+
+// The fields of card images in their odd shapes: leading zeros, left-justified digits, a tab,
+// a blank among the digits, a byte above 127. Each is read as the scan from the right reads it.
+TEST(RecordReader, StampFieldsOfCardImages) {
+  struct Case {
+    std::string pointer;   // columns 66-72 of a P record
+    std::string sequence;  // columns 74-80
+    bool completed;
+    int back_pointer;
+    int sequence_number;
+    Errors expected;
+  };
+  const Case cases[] = {
+      {"      7", "      1", true, 7, 1, {}},
+      {"0000007", "0000042", true, 7, 42, {}},
+      {"      0", "0000000", true, 0, 0, {}},
+      {"9999999", "9999999", true, 9999999, 9999999, {}},
+      {"      7", "1      ", true, 7, 1, {}},
+      {"7      ", "     12", true, 7, 12, {}},
+      {"      7", "\t     5", true, 7, 5, {}},
+      {"\t     7", "     12", true, 7, 12, {}},
+      {"      7", "  12 34", false, 0, 0, {"1:77 Missing or unrecognized section flag"}},
+      {"  12 34", "      3", true, 34, 3, {"1:69 Parameter data extends beyond column 64"}},
+      {"      7", "     1x", false, 0, 0, {"1:80 Invalid sequence number"}},
+      {"      7", "      \xb5", false, 0, 0, {"1:80 Invalid sequence number"}},
+      {"      7", "       ", false, 0, 0, {"1:73 Invalid sequence number"}},
+      {"       ", "      2", false, 0, 0, {"1:6 Invalid DE pointer"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.pointer + "|" + c.sequence);
+    std::string card = std::string("1,2,3;").append(58, ' ') + " " + c.pointer + "P" + c.sequence;
+    ASSERT_EQ(card.size(), 80u);
+    FilerOver f(card + "\n");
+    EXPECT_EQ(f.next(), c.completed);
+    if (c.completed) {
+      EXPECT_EQ(f.io.f_rec_section, 'P');
+      EXPECT_EQ(f.io.back_pointer, c.back_pointer);
+      EXPECT_EQ(f.io.sequence_number, c.sequence_number);
+    }
+    EXPECT_EQ(f.errors(), c.expected);
+  }
+}
+
+// Right-justified numbers of every width, in both fields and behind every section letter.
+TEST(RecordReader, RightJustifiedStampsReadTheirValues) {
+  std::mt19937 random(7);
+  for (int k = 0; k < 20000; ++k) {
+    char letter = "DGSTP"[k % 5];
+    int width = 1 + static_cast<int>(random() % 7),
+        pointer_width = 1 + static_cast<int>(random() % 7);
+    std::string digits, pointer_digits;
+    for (int i = 0; i < width; ++i) digits += static_cast<char>('0' + random() % 10);
+    for (int i = 0; i < pointer_width; ++i)
+      pointer_digits += static_cast<char>('0' + random() % 10);
+    std::string card = std::string("1;").append(70, ' ');
+    if (letter == 'P') card.replace(72 - pointer_width, pointer_width, pointer_digits);
+    card += letter + std::string(7 - width, ' ') + digits;
+    SCOPED_TRACE(card);
+    FilerOver f(card + "\n");
+    ASSERT_TRUE(f.next());
+    EXPECT_EQ(f.io.f_rec_section, letter);
+    EXPECT_EQ(f.io.sequence_number, std::stoi(digits));
+    if (letter == 'P') {
+      EXPECT_EQ(f.io.back_pointer, std::stoi(pointer_digits));
+    }
+    EXPECT_EQ(f.io.end_column, letter == 'P' ? 63 : 71);
+    ASSERT_EQ(f.errors(), Errors{});
   }
 }
 

@@ -2,7 +2,10 @@
 // crossed, the two mailer repairs, Hollerith strings and the locale.
 #include <clocale>
 #include <cmath>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -147,6 +150,163 @@ TEST(Tokens, Reals) {
     EXPECT_EQ(t.io.param_state, c.state);
     EXPECT_EQ(t.messages(), c.messages);
   }
+}
+
+// Long digit strings read as atol reads them, cut to an int: past what a long holds the
+// long's limit, LONG_MAX (an int of -1) or LONG_MIN (0).
+TEST(Tokens, LongIntegersReadAsAtolCutToAnInt) {
+  const struct {
+    const char* data;
+    int value;
+  } cases[] = {
+      {"2147483647", 2147483647},
+      {"2147483648", -2147483647 - 1},
+      {"-2147483649", 2147483647},
+      {"4294967297", 1},
+      {"0000000000000000000000000000042", 42},
+      {"999999999999999999", -1486618625},
+      {"-999999999999999999", 1486618625},
+      {"1000000000000000000", -1486618624},
+      {"9223372036854775807", -1},
+      {"9223372036854775808", -1},
+      {"-9223372036854775807", 1},
+      {"-9223372036854775808", 0},
+      {"-9223372036854775809", 0},
+      {"18446744073709551617", -1},
+      {"-18446744073709551617", 0},
+      {"99999999999999999999999999999999", -1},
+      {"-99999999999999999999999999999999", 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.data);
+    Tokens t({std::string(c.data) + ";"});
+    EXPECT_EQ(t.io.read_int(), c.value);
+    EXPECT_EQ(t.io.read_int(), 0);
+    EXPECT_EQ(c.value, static_cast<int>(std::atol(c.data)));
+    EXPECT_EQ(t.errors(), Errors{});
+  }
+}
+
+namespace {
+
+// One real scanned from column at of a P record's data field holding data, the quick way or
+// the general way: everything that can be seen of it.
+struct RealScan {
+  std::uint64_t bits;
+  int column;
+  int state;
+  int failed;
+  std::string reports;
+  bool operator==(const RealScan& o) const {
+    return bits == o.bits && column == o.column && state == o.state && failed == o.failed &&
+           reports == o.reports;
+  }
+};
+
+std::ostream& operator<<(std::ostream& out, const RealScan& r) {
+  double v;
+  std::memcpy(&v, &r.bits, sizeof v);
+  return out << "{" << v << " (" << std::hex << r.bits << std::dec << "), column " << r.column
+             << ", state " << r.state << ", failed " << r.failed << ", \"" << r.reports << "\"}";
+}
+
+RealScan scan_real_at(FilerOver& f, const std::string& data, int at, bool quick) {
+  std::memset(f.io.line, ' ', 80);
+  std::memcpy(f.io.line + at, data.data(), data.size());
+  f.io.line_length = 80;
+  f.io.end_column = 63;
+  f.io.column = at;
+  f.io.param_state = PARAM_VALUE;
+  f.io.record_failed = 0;
+  f.io.quick_numbers = quick;
+  f.reports.clear();
+  double v = f.io.scan_real();
+  RealScan r{0, f.io.column, f.io.param_state, f.io.record_failed, f.reports.text()};
+  std::memcpy(&r.bits, &v, sizeof v);
+  return r;
+}
+
+// The quick way and the general way give the same.
+void expect_same_real(FilerOver& f, const std::string& data, int at = 0) {
+  ASSERT_LE(at + data.size(), 64u);
+  SCOPED_TRACE(data + " at " + std::to_string(at));
+  EXPECT_EQ(scan_real_at(f, data, at, true), scan_real_at(f, data, at, false));
+}
+
+}  // namespace
+
+TEST(Tokens, QuickRealsEdges) {
+  Tokens t({"0;"});
+  const char* cases[] = {
+      // the bounds of the exact product: 2^53 and the powers of ten up to 22
+      "9007199254740992,", "9007199254740993,", "-9007199254740993.,", "9007199254740991E22,",
+      "9007199254740991E23,", "1E-22,", "1E-23,", "1.5D22,", "1.5d-21,", "4.9e-324,",
+      "2.4703282292062328e-324,", "1.7976931348623157e308,", "1.8e308,", "-1e400,", "1e-400,",
+      // significant digits: 19, 20, and 20 that wrap the 64-bit mantissa to zero
+      "1234567890123456789,", "12345678901234567890,", "18446744073709551616,",
+      "18446744073709551616.0,", "0.00000000000000000000000000001,",
+      "000000000000000000000000000000000000000001.5,", "10000000000000000000000000,",
+      // zeros and signs
+      "0,", "-0,", "-0.0,", "+0.,", "-.0,", "0E0,", "0e400,", "-0.0D-999,",
+      // exponents: letters, signs, leading zeros, length
+      "1.5E0004,", "1.5E00004,", "1.5e+07,", "25.e-2,", "1D,", "1D+,", "1E-,", ".E5,", "E5,",
+      // what ends the token
+      "1.5;", "1.5 ,", "1.5  ;", "1.5x,", "1.5f,", "1.5\t,", "1.5|,", "1.5", "1.5E3",
+      // what carries it on, or breaks it
+      "1..5,", "1.5.,", "1.5+3,", "1.5E3E,", "1.5E3.,", "1.5E+-3,", ".,", "-,", "+.,", "--1,",
+      "1.2.3,"};
+  for (const char* c : cases) expect_same_real(t, c);
+  // Ending right at the end of the field, or one column short of it.
+  for (const char* c : {"1.5", "-1.5D3", "7", "12345678901234567890"}) {
+    std::string data = c;
+    expect_same_real(t, data, 64 - static_cast<int>(data.size()));
+    expect_same_real(t, data + ",", 63 - static_cast<int>(data.size()));
+  }
+  // Longer than the 41 columns the quick way looks at.
+  expect_same_real(t, std::string(45, '0') + "1.25,");
+  expect_same_real(t, "  " + std::string(40, '0') + ".5,", 2);
+}
+
+// A few hundred thousand reals of the shapes files hold, random digits in each part, read the
+// quick way and the general way to the same bits, column, outcome and reports.
+TEST(Tokens, QuickRealsMatchTheGeneralWay) {
+  Tokens t({"0;"});
+  std::mt19937_64 random(20261123);
+  auto pick = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+  auto digits = [&](int n) {
+    std::string d;
+    for (int i = 0; i < n; ++i) d += static_cast<char>('0' + pick(10));
+    return d;
+  };
+  const char* ends[] = {",", ";", " ,", "", "x", "."};
+  int quick = 0;
+  for (int k = 0; k < 300000; ++k) {
+    std::string s;
+    if (pick(3) == 0) s += pick(2) ? '-' : '+';
+    int whole = pick(4) == 0 ? pick(26) : pick(18);
+    int fraction = pick(4) == 0 ? pick(26) : pick(18);
+    if (pick(8) == 0) s += std::string(pick(6), '0');
+    s += digits(whole);
+    if (pick(8) != 0) s += '.';
+    s += digits(fraction);
+    if (pick(2)) {
+      s += "DEde"[pick(4)];
+      if (pick(2)) s += pick(2) ? '-' : '+';
+      s += pick(10) == 0 ? digits(pick(6)) : std::to_string(pick(4) ? pick(30) : pick(400));
+    }
+    s += ends[pick(30) == 0 ? pick(6) : pick(3)];
+    if (s.size() > 60) continue;
+    int at = pick(64 - static_cast<int>(s.size()));
+    RealScan fast = scan_real_at(t, s, at, true);
+    RealScan general = scan_real_at(t, s, at, false);
+    if (!(fast == general)) {
+      ADD_FAILURE() << s << " at " << at << ": quick " << fast << ", general " << general;
+      break;
+    }
+    if (fast.reports.empty()) ++quick;
+  }
+  // Most of them were values, so the comparison was mostly of conversions.
+  EXPECT_GT(quick, 150000);
 }
 
 TEST(Tokens, NumbersCannotCrossRecords) {
@@ -342,6 +502,37 @@ TEST(Tokens, MailerRepairs) {
     Errors messages;
     for (const std::string& e : f.errors()) messages.push_back(e.substr(e.find(' ') + 1));
     EXPECT_EQ(messages, c.messages);
+  }
+}
+
+// A real that begins on the next record is read there the quick way, unless that record is
+// one column short and may have lost the real's leading dot.
+TEST(Tokens, QuickRealsOnTheNextRecord) {
+  std::string shorter = igeslib_test::p_record(1, 2, "5,-2.5;");
+  shorter.erase(63, 1);
+  const std::string records[] = {igeslib_test::p_record(1, 2, "  -2.5;"), shorter};
+  const Errors expected[] = {
+      {}, {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}};
+  for (int k = 0; k < 2; ++k) {
+    for (bool quick : {true, false}) {
+      SCOPED_TRACE(records[k] + (quick ? " quick" : " general"));
+      FilerOver f(igeslib_test::p_record(1, 1, ending_in("1.5,")) + "\n" + records[k] + "\n");
+      f.io.line_terminator_seen = 1;
+      f.io.quick_numbers = quick;
+      ASSERT_TRUE(f.next());
+      double values[2] = {};
+      ASSERT_TRUE(igeslib_catch_abort([&] {
+        values[0] = f.io.read_real();
+        values[1] = f.io.read_real();
+      }));
+      EXPECT_EQ(values[0], 1.5);
+      EXPECT_EQ(values[1], k == 0 ? -2.5 : 0.5);
+      EXPECT_EQ(f.io.line_number, 2);
+      EXPECT_EQ(f.io.column, k == 0 ? 6 : 2);
+      Errors messages;
+      for (const std::string& e : f.errors()) messages.push_back(e.substr(e.find(' ') + 1));
+      EXPECT_EQ(messages, expected[k]);
+    }
   }
 }
 
