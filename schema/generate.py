@@ -1052,8 +1052,13 @@ def define_setters(model, w, e, a):
         w("  %s_ = value;", a.name)
         w("}")
     if type_kind(model, a.type, False) == "enum":
-        w("char %s::%s(int code) { return igeslib_put_code(this, \"%s\", code, 0); }",
-          c, coded_name(a.spelling), a.name)
+        # The typed setter once the code is known to name an enumerator: what a store through
+        # the dictionary does for this field, without finding the field again.
+        w("char %s::%s(int code) {", c, coded_name(a.spelling))
+        w("  if (!igeslib_code_in_range(this, \"%s\", code)) return 0;", a.name)
+        w("  %s(static_cast<%s>(code));", a.spelling, cxx_type(model, a.type))
+        w("  return 1;")
+        w("}")
 
 
 def define_class(model, w, e):
