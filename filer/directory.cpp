@@ -72,7 +72,15 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   static constexpr int kOneColumns[12][2] = {{9, 16},  {17, 24}, {25, 32}, {33, 40},
                                              {41, 48}, {49, 56}, {57, 64}, {65, 66},
                                              {67, 68}, {69, 70}, {71, 72}, {74, 80}};
-  for (int k = 0; k < 12; ++k) fields[k + 1] = field(line, kOneColumns[k][0], kOneColumns[k][1]);
+  for (int k = 0; k < 7; ++k) fields[k + 1] = field(line, kOneColumns[k][0], kOneColumns[k][1]);
+  // The four two-column status fields are nearly always all digits.
+  const char* status = line + 64;
+  bool all_digits = true;
+  for (int i = 0; i < 8; ++i) all_digits &= static_cast<unsigned char>(status[i] - '0') < 10;
+  for (int k = 7; k < 11; ++k)
+    fields[k + 1] = all_digits ? (status[2 * (k - 7)] - '0') * 10 + (status[2 * (k - 7) + 1] - '0')
+                               : field(line, kOneColumns[k][0], kOneColumns[k][1]);
+  fields[12] = field(line, kOneColumns[11][0], kOneColumns[11][1]);
   // The pair is the one its sequence number names, wherever it stands.
   igs_directory_entry* entity = igeslib_entity_at(list, fields[12]);
   if (entity) entity->de_read_record_one(fields);

@@ -62,34 +62,6 @@ IgeslibIO* igeslib_filer() {
   return file ? file->igesFiler() : nullptr;
 }
 
-int igeslib_scan_eight_columns(const char* field) {
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-  // One word for the field: its first column is the lowest byte. Leading blanks become zeros;
-  // when every byte is then a digit, the eight digits are combined pairwise in the word.
-  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
-  std::uint64_t word;
-  std::memcpy(&word, field, 8);
-  std::uint64_t not_blank = word ^ (kOnes * ' ');
-  if (not_blank == 0) return 0;
-  int leading = __builtin_ctzll(not_blank) / 8;
-  std::uint64_t lead_mask = leading ? ~std::uint64_t(0) >> (64 - 8 * leading) : 0;
-  std::uint64_t digits = (word & ~lead_mask) | ((kOnes * '0') & lead_mask);
-  std::uint64_t high = digits & (kOnes * 0xF0);
-  std::uint64_t carried = (digits + kOnes * 6) & (kOnes * 0xF0);
-  if ((high | (carried >> 4)) == kOnes * 0x33) {
-    digits -= kOnes * '0';
-    digits = digits * 10 + (digits >> 8);
-    digits = (((digits & 0x000000FF000000FFULL) * (100 + (1000000ULL << 32))) +
-              (((digits >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
-             32;
-    return static_cast<int>(static_cast<std::uint32_t>(digits));
-  }
-#endif
-  int value = 0;
-  igeslib_scan_int(field, 8, &value);
-  return value;
-}
-
 bool igeslib_scan_int(const char* text, int width, int* value) {
   // Blanks, then digits to the end of the field: nearly every fixed field has this shape, and
   // nine digits at most cannot leave the range of int.

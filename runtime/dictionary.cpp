@@ -58,6 +58,12 @@ LumoAttribute* LumoDomain::findTypeAttribute(const char* attribute_name) {
   return found;
 }
 
+LumoAttribute* LumoDomain::findTypeAttributeByFixedName(const char* fixed_name) {
+  for (const Found& place : found_inherited_)
+    if (fixed_name && place.name == fixed_name) return place.attribute;
+  return findTypeAttribute(fixed_name);
+}
+
 static void collect(LumoDomain* domain, lumo_vector& out, unsigned depth) {
   if (!domain || depth > 64) return;
   ListOfLumoDomain* supers = domain->listOfSuper;

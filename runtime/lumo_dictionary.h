@@ -52,6 +52,9 @@ class LumoDomain : public LumoStructure {
   LumoObject* pnewInstance();
   // The attribute of that name, inherited ones included.
   LumoAttribute* findTypeAttribute(const char* attribute_name);
+  // The same for a name whose text never changes, such as a literal of compiled code: a name
+  // asked for before is then known by its address alone.
+  LumoAttribute* findTypeAttributeByFixedName(const char* fixed_name);
   // The domain's own attributes in schema order; for an enumeration, its
   // enumerators, first enumerator first. Never null.
   ListOfLumoAttribute* typeImmediateAttributes();

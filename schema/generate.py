@@ -1493,10 +1493,11 @@ LumoObject* igeslib_create(LumoDesignSection* section, LumoDomain* domain, unsig
 // Stores the enumerator whose position in the dictionary is code into the
 // attribute called name; false, with nothing stored, if there is no such
 // enumerator. A negative code is out of range as well. igeslib_code_in_range
-// only checks: the attribute when the code names one of its enumerators.
+// only checks: the attribute when the code names one of its enumerators. The
+// name is a literal of the generated code.
 inline LumoAttribute* igeslib_code_in_range(LumoObject* object, const char* name, int code) {
   LumoDomain* domain = object->domain();
-  LumoAttribute* attribute = domain ? domain->findTypeAttribute(name) : nullptr;
+  LumoAttribute* attribute = domain ? domain->findTypeAttributeByFixedName(name) : nullptr;
   if (!attribute || !attribute->slotDomain()) return nullptr;
   ListOfLumoAttribute* enumerators = attribute->slotDomain()->typeImmediateAttributes();
   if (code < 0 || !(*enumerators)[static_cast<unsigned>(code)]) return nullptr;

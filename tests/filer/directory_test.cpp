@@ -304,3 +304,32 @@ TEST(FixedFields, EightColumnsAtOnceAgreeWithTheScan) {
 }
 
 }  // namespace
+
+namespace {
+
+// The four two-column status fields (blank, subordinate, use, hierarchy) in every shape a
+// file gives them: digits, blanks, one digit per field, a stray character.
+TEST(DirectorySection, StatusFieldsOfEveryShape) {
+  struct Case {
+    const char* status;  // columns 65-72
+    int blank, subordinate, used;
+  } const cases[] = {
+      {"00000000", 0, 0, 0}, {"01020300", 1, 2, 3}, {"00010200", 0, 1, 2},
+      {"        ", 0, 0, 0}, {" 1 2 3 0", 1, 2, 3}, {"0001 2  ", 0, 1, 2},
+      {"01x20300", 1, 0, 3}, {"1 0 1 0 ", 1, 0, 1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.status);
+    IgesText text = head();
+    text.D(fields({"116", "1", "0", "0", "0", "0", "0", "0", c.status}))
+        .D(fields({"116", "0", "0", "1", "0"}));
+    FileRead read(with_directory(text));
+    auto* point = read.entity<igs_point_entity>(0);
+    ASSERT_NE(point, nullptr);
+    EXPECT_EQ(static_cast<int>(point->blank()), c.blank);
+    EXPECT_EQ(static_cast<int>(point->subordinate()), c.subordinate);
+    EXPECT_EQ(static_cast<int>(point->used()), c.used);
+  }
+}
+
+}  // namespace
