@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <typeinfo>
+#include <cstring>
 
 #include "lumo_aggregate.h"
 #include "lumo_base.h"
@@ -32,13 +32,14 @@ void lumo_delete(void* p);
 // The address of object as an instance of the class that type describes, or
 // null if it is no such instance (or null).
 void* lumo_cast(LumoObject* object, LumoTypePtr& type);
-// The cast is a dynamic_cast whose outcome is remembered for each most-derived class: with
-// virtual bases it walks the class hierarchy, while for one most-derived class the way from
-// its LumoObject part to its X part is always the same distance (or none). The runtime is
-// single-threaded, as its current design is.
+// The cast is a dynamic_cast whose outcome is remembered for each table pointer of a
+// LumoObject part: with virtual bases the cast walks the class hierarchy, while the table
+// pointer names the most-derived class and the place of that part in it (an object still being
+// built has a table of its own), so the way from there to the X part is always the same
+// distance, or none. The runtime is single-threaded, as its current design is.
 namespace lumo_detail {
 struct CastMemo {
-  const std::type_info* from = nullptr;
+  const void* from = nullptr;
   std::ptrdiff_t offset = 0;
   bool found = false;
 };
@@ -48,8 +49,9 @@ template <class X>
 X* lumo_cast(LumoObject* object) {
   if (!object) return nullptr;
   static lumo_detail::CastMemo memo[8];
-  const std::type_info* from = &typeid(*object);
-  lumo_detail::CastMemo& slot = memo[(reinterpret_cast<std::uintptr_t>(from) >> 4) & 7];
+  const void* from;
+  std::memcpy(&from, static_cast<const void*>(object), sizeof from);  // the table pointer
+  lumo_detail::CastMemo& slot = memo[(reinterpret_cast<std::uintptr_t>(from) >> 3) & 7];
   if (slot.from == from)
     return slot.found ? reinterpret_cast<X*>(reinterpret_cast<char*>(object) + slot.offset)
                       : nullptr;
