@@ -44,6 +44,14 @@ long long stream_size(FILE* stream) {
   return size;
 }
 
+// A full buffer of bytes for a stream just opened, or none when memory is short (the stream
+// keeps its own). The stream must be closed before the buffer goes.
+std::unique_ptr<char[]> give_buffer(FILE* stream, std::size_t bytes) {
+  std::unique_ptr<char[]> buffer(new (std::nothrow) char[bytes]);
+  if (buffer) std::setvbuf(stream, buffer.get(), _IOFBF, bytes);
+  return buffer;
+}
+
 }  // namespace
 
 igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
@@ -84,10 +92,8 @@ igs_iges_file* igs_iges_file::read(const char* path, char strict) {
     return nullptr;
   }
   // A buffer of many records: a record that straddles the buffer's end is read a character
-  // at a time. The stream is closed before the buffer goes.
-  constexpr std::size_t kBufferBytes = 1 << 16;
-  std::unique_ptr<char[]> buffer(new (std::nothrow) char[kBufferBytes]);
-  if (buffer) std::setvbuf(stream, buffer.get(), _IOFBF, kBufferBytes);
+  // at a time.
+  auto buffer = give_buffer(stream, 1 << 16);
   igs_iges_file* result = read(stream, strict);
   std::fclose(stream);
   return result;
@@ -124,10 +130,8 @@ igs_iges_file* igs_iges_file::write(const char* path, char zero_as_default) {
     return nullptr;
   }
   // Many records to a system call: the stream's own buffer of a few kilobytes made a quarter
-  // of a million calls for a 1 GB model. The stream is closed before the buffer goes.
-  constexpr std::size_t kBufferBytes = 1 << 20;
-  std::unique_ptr<char[]> buffer(new (std::nothrow) char[kBufferBytes]);
-  if (buffer) std::setvbuf(stream, buffer.get(), _IOFBF, kBufferBytes);
+  // of a million calls for a 1 GB model.
+  auto buffer = give_buffer(stream, 1 << 20);
   igs_iges_file* result = write(stream, zero_as_default);
   std::fclose(stream);
   return result;

@@ -4,6 +4,7 @@
 // run; entity code reaches it through the root object of the current design.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -206,33 +207,48 @@ struct IgeslibIO {
 // of records are read with it, thousands of times faster than a formatted scan.
 bool igeslib_scan_int(const char* text, int width, int* value);
 
+// The value of eight characters held in one word, the first in the lowest byte, when they are
+// blanks and then digits to the end (a right-justified field); -1 when they are all blank or
+// of any other shape. Leading blanks become zeros, and the eight digits are combined pairwise
+// in the word.
+inline int igeslib_right_justified_word(std::uint64_t word) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+  std::uint64_t not_blank = word ^ (kOnes * ' ');
+  if (not_blank == 0) return -1;
+  int leading = std::countr_zero(not_blank) / 8;
+  std::uint64_t lead_mask = leading ? ~std::uint64_t(0) >> (64 - 8 * leading) : 0;
+  std::uint64_t digits = (word & ~lead_mask) | ((kOnes * '0') & lead_mask);
+  // Every byte a digit: its high nibble is 3, and adding 6 leaves it 3.
+  std::uint64_t high = digits & (kOnes * 0xF0);
+  std::uint64_t carried = (digits + kOnes * 6) & (kOnes * 0xF0);
+  if ((high | (carried >> 4)) != kOnes * 0x33) return -1;
+  digits -= kOnes * '0';
+  digits = digits * 10 + (digits >> 8);
+  digits = (((digits & 0x000000FF000000FFULL) * (100 + (1000000ULL << 32))) +
+            (((digits >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
+           32;
+  return static_cast<int>(static_cast<std::uint32_t>(digits));
+}
+
+// Eight characters of a record as one word, the first in the lowest byte.
+inline std::uint64_t igeslib_load_word(const char* p) {
+  std::uint64_t word;
+  std::memcpy(&word, p, sizeof word);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+  word = __builtin_bswap64(word);
+#endif
+  return word;
+}
+
 // The integer that igeslib_scan_int reads from the eight columns at field, 0 when there is
 // none. All eight bytes are read at once, NULs included: field must lie in a buffer that holds
 // them, such as the filer's record.
 inline int igeslib_scan_eight_columns(const char* field) {
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-  // One word for the field: its first column is the lowest byte. Leading blanks become zeros;
-  // when every byte is then a digit, the eight digits are combined pairwise in the word.
-  constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
-  std::uint64_t word;
-  std::memcpy(&word, field, 8);
-  std::uint64_t not_blank = word ^ (kOnes * ' ');
-  if (not_blank == 0) return 0;
-  int leading = __builtin_ctzll(not_blank) / 8;
-  std::uint64_t lead_mask = leading ? ~std::uint64_t(0) >> (64 - 8 * leading) : 0;
-  std::uint64_t digits = (word & ~lead_mask) | ((kOnes * '0') & lead_mask);
-  std::uint64_t high = digits & (kOnes * 0xF0);
-  std::uint64_t carried = (digits + kOnes * 6) & (kOnes * 0xF0);
-  if ((high | (carried >> 4)) == kOnes * 0x33) {
-    digits -= kOnes * '0';
-    digits = digits * 10 + (digits >> 8);
-    digits = (((digits & 0x000000FF000000FFULL) * (100 + (1000000ULL << 32))) +
-              (((digits >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
-             32;
-    return static_cast<int>(static_cast<std::uint32_t>(digits));
-  }
-#endif
-  int value = 0;
+  std::uint64_t word = igeslib_load_word(field);
+  int value = igeslib_right_justified_word(word);
+  if (value >= 0) return value;
+  if (word == 0x2020202020202020ULL) return 0;  // eight blanks: no value
+  value = 0;
   igeslib_scan_int(field, 8, &value);
   return value;
 }

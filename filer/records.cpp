@@ -3,7 +3,6 @@
 // scanning from the right, and reports what is wrong with the record. Also the filer's error
 // report, the Start section and the Terminate record.
 #include <algorithm>
-#include <bit>
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
@@ -72,47 +71,11 @@ bool copy_plain_card(char* line, const char* p) {
 #endif
 }
 
-// Eight characters of a record as one 64-bit word, the first in the lowest byte.
-inline std::uint64_t load_word(const char* p) {
-  std::uint64_t v;
-  std::memcpy(&v, p, sizeof v);
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-  v = __builtin_bswap64(v);
-#endif
-  return v;
-}
-
-constexpr std::uint64_t kRepeat = 0x0101010101010101ULL;
-
-// True when every byte of a word is '0' to '9': its high nibble is 3, and adding 6 leaves it 3.
-inline bool all_digits(std::uint64_t v) {
-  constexpr std::uint64_t highs = kRepeat * 0xF0;
-  return ((v & highs) | (((v + kRepeat * 0x06) & highs) >> 4)) == kRepeat * 0x33;
-}
-
-// The value of a word of eight digits, the first the most significant: pairs, then fours, then all.
-inline std::uint32_t eight_digit_value(std::uint64_t v) {
-  v -= kRepeat * '0';
-  v = v * 10 + (v >> 8);
-  v = (((v & 0x000000FF000000FFULL) * (100 + (1000000ULL << 32))) +
-       (((v >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
-      32;
-  return static_cast<std::uint32_t>(v);
-}
-
 // The value of right-justified digits filling the seven columns from field: blanks, then
 // digits to the end; -1 when the field has any other shape. The byte before the field is
-// read too, and must be in the buffer.
+// read too, as a blank, and must be in the buffer.
 int stamp_value(const char* field) {
-  // The byte before the field becomes a leading '0' of eight digits.
-  std::uint64_t v = (load_word(field - 1) & ~std::uint64_t{0xFF}) | '0';
-  // Leading blanks (bytes equal to 0x20) turn into zeros; all blank has no value.
-  std::uint64_t not_blank = (v ^ (kRepeat * ' ')) >> 8;
-  if (not_blank == 0) return -1;
-  int blanks = std::countr_zero(not_blank) >> 3;
-  v += ((kRepeat & ((std::uint64_t{1} << (8 * blanks)) - 1)) << 8) * ('0' - ' ');
-  if (!all_digits(v)) return -1;
-  return static_cast<int>(eight_digit_value(v));
+  return igeslib_right_justified_word((igeslib_load_word(field - 1) & ~std::uint64_t{0xFF}) | ' ');
 }
 
 // The common record, a card image of 80 plain characters (and its line end, once line ends
