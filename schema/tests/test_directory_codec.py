@@ -1,6 +1,6 @@
 """The emitter of the directory-record members and of the registry rows, over a tiny source.
 
-Run from the project root: python3 -m unittest tests/schema/test_directory_codec.py
+Run from the project root: python3 -m unittest schema/tests/test_directory_codec.py
 """
 
 import os
@@ -11,7 +11,7 @@ import unittest
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.join(ROOT, "schema"))
 
-import generate  # noqa: E402
+import igesgen as generate  # noqa: E402
 
 TINY = """
 schema tiny_schema

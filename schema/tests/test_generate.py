@@ -1,6 +1,6 @@
 """Tests of the data-model source reader, its checker and its figures.
 
-Run from the project root: python3 -m unittest tests/schema/test_generate.py
+Run from the project root: python3 -m unittest schema/tests/test_generate.py
 """
 
 import contextlib
@@ -13,7 +13,8 @@ import unittest
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.join(ROOT, "schema"))
 
-import generate  # noqa: E402
+import generate as cli  # noqa: E402
+import igesgen as generate  # noqa: E402
 
 TINY = """
 schema tiny_internal internal
@@ -234,7 +235,7 @@ class DataModelTest(unittest.TestCase):
     def test_the_source_gives_every_stated_figure(self):
         err = io.StringIO()
         with contextlib.redirect_stderr(err):
-            status = generate.main(["--check"])
+            status = cli.main(["--check"])
         self.assertEqual(status, 0, err.getvalue())
 
 

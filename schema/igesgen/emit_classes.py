@@ -1,0 +1,877 @@
+"""The C++ classes of the data model: declarations, members, binders, descriptors and
+the load lists."""
+
+from .model import (Entry, MASK_ATTRIBUTES, MASK_LETTERS, STATUS_ATTRIBUTES, aggregate_parts,
+    dictionary_name)
+from .check import all_attributes, chain, type_kind
+from .counts import compiled, load_lists
+
+# The attributes whose getter is one of the virtual operations of the entity root.
+VIRTUAL_GETTERS = ("form",) + STATUS_ATTRIBUTES
+STATUS_TYPES = {"blank": "igs_blank_status", "subordinate": "igs_subordinate_switch",
+                "used": "igs_use_flag", "hierarchy": "igs_hierarchy_flag"}
+CXX_KEYWORDS = {"void", "int", "float", "bool", "union", "double", "char", "class", "default",
+                "delete", "new", "this", "operator", "template", "typename", "register"}
+PLAIN_CXX = {"int": "int", "double": "double", "string": "char*", "bool": "char"}
+PLAIN_DESCRIPTORS = {"int": "lumotype_int", "double": "lumotype_double",
+                     "string": "lumotype_LumoSTR", "bool": "lumotype_LumoBoolean"}
+SLOT_MEMBERS = {"int": "i", "double": "d", "string": "s", "bool": "c"}
+# Compiled schemas in load order; the structure schema is compiled in three parts.
+LOAD_ORDER = ("iges_curve_and_surface_geometry_schema", "iges_annotation_schema",
+              "iges_boundary_representation_schema", "iges_constructive_solid_geometry_schema",
+              "iges_structure_schema", "iges_types_schema")
+SOURCE_PARTS = {"iges_structure_schema": 3}
+COMMON_HEADER = "igeslib_schema_common.h"
+SUPPORT_HEADER = "igeslib_binding_internal.h"
+
+
+def cxx_type(model, type_):
+    """The C++ type of a field or value of a source type."""
+    if type_ in PLAIN_CXX:
+        return PLAIN_CXX[type_]
+    if model.entries.get(type_) is not None and model.entries[type_].kind == "enum":
+        return type_
+    return type_ + "*"
+
+
+def value_type(model, type_):
+    """The type in which a setter takes a value: text as const char*."""
+    return "const char*" if type_ == "string" else cxx_type(model, type_)
+
+
+def descriptor(model, type_):
+    return PLAIN_DESCRIPTORS.get(type_, "lumotype_" + type_)
+
+
+def param(name):
+    return name + "_" if name in CXX_KEYWORDS else name
+
+
+def is_reference(model, type_):
+    return type_ not in PLAIN_CXX and model.entries.get(type_, Entry("", "", None, "")).kind != "enum"
+
+
+def is_aggregate(model, type_):
+    return type_kind(model, type_, False) in ("aggregate", "runtime_aggregate")
+
+
+def entity_bases(model, e):
+    return [b for b in e.bases if model.entries[b].kind == "entity"]
+
+
+def own_answer(model, e, op):
+    """What class e itself says that a virtual getter answers: ('field', name),
+    ('const', value) or None when it leaves the answer to its bases."""
+    d = e.directory or {}
+    own = [a.name for a in e.attributes]
+    if op == "entity_type":
+        return ("const", d["type"]) if "type" in d else None
+    if op == "form":
+        if "form" in own:
+            return ("field", "form")
+        return ("const", d["form"]) if isinstance(d.get("form"), int) else None
+    place = d.get("status", "....")[STATUS_ATTRIBUTES.index(op)]
+    if place.isdigit():
+        return ("const", int(place))
+    if op in own:
+        return ("field", op)
+    if place == "-" and op in d.get("skip", []):
+        return ("const", -1)
+    return None
+
+
+def answer(model, e, op):
+    mine = own_answer(model, e, op)
+    if mine is not None:
+        return mine
+    for b in entity_bases(model, e):
+        found = answer(model, model.entries[b], op)
+        if found is not None:
+            return found
+    return None
+
+
+def overridden(model, e):
+    """Virtual getters that class e defines: its own answers, and all answers of
+    a class with two entity bases, which must settle the final overrider."""
+    if e.kind != "entity" or e.name == "igs_directory_entry":
+        return []
+    ops = ("entity_type",) + VIRTUAL_GETTERS
+    several = len(entity_bases(model, e)) > 1
+    return [(op, answer(model, e, op)) for op in ops
+            if own_answer(model, e, op) is not None or (several and answer(model, e, op))]
+
+
+def coded_name(name):
+    return name + "_asi" if name in STATUS_ATTRIBUTES else name
+
+
+class Writer:
+    def __init__(self):
+        self.lines = []
+
+    def __call__(self, text="", *args):
+        self.lines.append(text % args if args else text)
+
+    def text(self):
+        return "\n".join(self.lines) + "\n"
+
+
+# --- declarations
+
+
+def declare_allocation(w, name):
+    w("  static void* operator new(std::size_t size);")
+    w("  static void* operator new(std::size_t size, LumoDesign* design);")
+    w("  static void* operator new(std::size_t size, LumoDesignSection* section);")
+    w("  static void* operator new(std::size_t size, LumoDesignSection* section, "
+      "LumoDomain* domain);")
+    w("  static void operator delete(void* p) { lumo_delete(p); }")
+    w("  void* _address() override;")
+    w("  LumoTypePtr& classType() override;")
+
+
+def declare_accessors(model, w, a, getter=True):
+    t = cxx_type(model, a.type)
+    setter_type = "const char*" if a.type == "string" else t
+    if getter:
+        w("  %s %s();", t, a.spelling)
+    w("  void %s(%s value);", a.spelling, setter_type)
+    if type_kind(model, a.type, False) == "enum":
+        w("  char %s(int code);", coded_name(a.spelling))
+
+
+def declare_class(model, w, e):
+    chain_attributes = all_attributes(model, e)
+    bases = ", ".join("public virtual " + b for b in e.bases) or "public virtual LumoStructure"
+    w("// %s%s %s of %s", "abstract " if e.abstract else "", e.kind, e.dictionary_name,
+      e.schema.name)
+    w("class %s : %s {", e.name, bases)
+    w(" public:")
+    w("  %s() = default;", e.name)
+    if chain_attributes:
+        w("  %s(%s);", e.name, ", ".join("%s %s" % (value_type(model, a.type), param(a.name))
+                                           for a in chain_attributes))
+    w("  %s(const %s& other) = default;", e.name, e.name)
+    w("  %s& operator=(const %s& other) = default;", e.name, e.name)
+    declare_allocation(w, e.name)
+    if e.name == "igs_directory_entry":
+        w("")
+        w("  virtual int entity_type();")
+        w("  virtual int form();")
+        for op in STATUS_ATTRIBUTES:
+            w("  virtual %s %s();", STATUS_TYPES[op], op)
+        w("  virtual void de_read_record_one(int* const fields);")
+        w("  virtual void de_read_record_two(int* const fields, char* label);")
+        w("  virtual void de_write_record_one(char* out);")
+        w("  virtual void de_write_record_two(char* out);")
+        w("  virtual void pdread();")
+        w("  virtual void pdwrite();")
+    held = {a.name: a for a in chain_attributes}
+    own = [a.name for a in e.attributes]
+    for op, _ in overridden(model, e):
+        w("  %s %s() override;", STATUS_TYPES.get(op, "int"), op)
+        if op in held and op not in own:
+            declare_accessors(model, w, held[op], getter=False)
+    for a in e.attributes:
+        declare_accessors(model, w, a, getter=a.name not in VIRTUAL_GETTERS
+                          or e.kind != "entity")
+    for name, form, argument, _ in e.derived:
+        t = cxx_type(model, held[argument].type) if form == "alias" else "int"
+        w("  %s %s();", t, name)
+    if has_codec(e):
+        w("  void de_read_record_one(int* const fields) override;")
+        w("  void de_read_record_two(int* const fields, char* label) override;")
+        w("  void de_write_record_one(char* out) override;")
+        w("  void de_write_record_two(char* out) override;")
+    if e.parameter_code:
+        w("  void pdread() override;")
+        w("  void pdwrite() override;")
+    for line in HAND_MEMBERS.get(e.name, ()):
+        w(line)
+    w("")
+    # Widest first, dictionary order within a width: no padding falls between fields, which
+    # matters in a model of millions of entities. The dictionary binds each attribute to its
+    # field by offset, so the order here is free.
+    w("  // Fields, eight-byte ones first; change them through the accessors above.")
+    fields = [(cxx_type(model, a.type), a) for a in e.attributes]
+    for wide in (True, False):
+        for ctype, a in fields:
+            if field_is_wide(ctype) == wide and ctype != "char":
+                w("  %s %s_ = %s;", ctype, a.name, field_default(model, a))
+        if not wide and e.name == "igs_directory_entry":
+            w("  // File bookkeeping, not part of the dictionary: DE number of the entity,")
+            w("  // first line and line count of its parameter data.")
+            w("  int de_number = 0;")
+            w("  int pd_pointer = 0;")
+            w("  int pd_line_count = 0;")
+    for ctype, a in fields:
+        if ctype == "char":
+            w("  %s %s_ = %s;", ctype, a.name, field_default(model, a))
+    w("};")
+    w("")
+
+
+def field_is_wide(ctype):
+    """True for a field of eight bytes: a pointer or a double."""
+    return ctype.endswith("*") or ctype == "double"
+
+# Run-time members of file-level classes, declared here and defined by hand
+# under model/: they are no part of the dictionary.
+HAND_MEMBERS = {
+    "igs_iges_file": (
+        "",
+        "  // The entities of the file in directory order. Outside a run (directory_populated",
+        "  // zero) the list is gathered afresh from the current design on every call.",
+        "  ListOfigs_directory_entry* directory_entries();",
+        "  // The working record of the read or write under way; null after a read, and stale",
+        "  // after a write: ask for it only during a run.",
+        "  IgeslibIO* igesFiler();",
+        "  // Reads a whole IGES file into this design; null after a fatal error, or when a",
+        "  // Start or Global section fails with strict set. The stream is left open.",
+        "  igs_iges_file* read(FILE* stream, char strict);",
+        "  igs_iges_file* read(const char* path, char strict);",
+        "  // Writes every entity of the current design; zero_as_default leaves zeros out.",
+        "  igs_iges_file* write(FILE* stream, char zero_as_default);",
+        "  igs_iges_file* write(const char* path, char zero_as_default);",
+        "  IgeslibIO* filer_ = nullptr;",
+        "  int directory_populated = 0;",
+        "  ListOfigs_directory_entry directory_list_;",
+    ),
+}
+HAND_FORWARDS = ("struct IgeslibIO;",)
+
+
+def has_codec(e):
+    """A concrete entity with a directory line has the four record members."""
+    return e.kind == "entity" and not e.abstract and e.directory is not None
+
+
+def field_default(model, a):
+    if a.default is not None:
+        return "const_cast<char*>(%s)" % a.default if a.type == "string" else a.default
+    if type_kind(model, a.type, False) == "enum":
+        return "%s_unset" % a.type
+    return "0" if a.type in ("int", "double", "bool") else "nullptr"
+
+
+def declare_select(model, w, e):
+    w("// select %s of %s", e.dictionary_name, e.schema.name)
+    w("class %s : public LumoUnion {", e.name)
+    w(" public:")
+    w("  %s() = default;", e.name)
+    w("  %s(const %s& other) = default;", e.name, e.name)
+    w("  %s& operator=(const %s& other) = default;", e.name, e.name)
+    declare_allocation(w, e.name)
+    for choice, type_ in e.choices:
+        t = cxx_type(model, type_)
+        w("  char is%s();", choice)
+        w("  %s %s();", t, choice)
+        w("  void %s(%s value);", choice, "const char*" if type_ == "string" else t)
+        if type_kind(model, type_, False) == "enum":
+            w("  char %s(int code);", choice)
+    w("};")
+    w("")
+
+
+def aggregate_template(model, e):
+    kind, element = aggregate_parts(e.name)
+    shape = "LumoAggKind::array" if kind == "ArrayOf" else "LumoAggKind::list"
+    return "LumoObjectAggregate<%s, %s, lumotype_%s, %s>" % (
+        element, shape, e.name, descriptor(model, element))
+
+
+def declare_aggregate(model, w, e):
+    kind, element = aggregate_parts(e.name)
+    w("// %s of %s", "array" if kind == "ArrayOf" else "list", element)
+    if type_kind(model, element, False) == "enum":
+        declare_enum_array(w, e, element)
+        return
+    w("class %s : public %s {", e.name, aggregate_template(model, e))
+    w(" public:")
+    w("  explicit %s(unsigned capacity = 0) : LumoObjectAggregate(capacity) {}", e.name)
+    declare_allocation(w, e.name)
+    w("};")
+    w("")
+
+
+def declare_enum_array(w, e, element):
+    w("class %s : public LumoEnumArray {", e.name)
+    w(" public:")
+    w("  explicit %s(unsigned capacity = 0) : LumoEnumArray(capacity) {}", e.name)
+    declare_allocation(w, e.name)
+    w("  LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return lumotype_%s; }",
+      element)
+    w("  %s& put(%s value, unsigned i) {", e.name, element)
+    w("    _put(value, i);")
+    w("    return *this;")
+    w("  }")
+    w("  unsigned find(%s value) { return _find(static_cast<int>(value)); }", element)
+    w("  char contains(%s value) { return find(value) != ~0u; }", element)
+    w("  void removeValue(%s value) { _remove(static_cast<int>(value)); }", element)
+    w("  %s* _data() { return static_cast<%s*>(data().v); }", element, element)
+    w("  %s _element(unsigned i) { return _data()[i]; }", element)
+    w("  // Past the end answers the null value, -1.")
+    w("  %s operator[](unsigned i) { return i < size() ? _element(i) : %s_unset; }",
+      element, element)
+    w("  %s get(unsigned i) { return (*this)[i]; }", element)
+    w("  %s first() { return (*this)[0]; }", element)
+    w("  %s last() { return size() ? _element(size() - 1) : %s_unset; }", element, element)
+    w("  char %s_asInt(int code, int index);", dictionary_name(element))
+    w("};")
+    w("")
+
+
+def declare_enum(w, e):
+    w("enum %s : int {", e.name)
+    w("  %s_unset = -1,", e.name)
+    for n in e.enumerators:
+        w("  %s_%s,", e.name, n)
+    w("};")
+    w("")
+
+
+# --- definitions
+
+
+def define_allocation(w, name):
+    w("void* %s::operator new(std::size_t size) { return ::operator new(size); }", name)
+    w("void* %s::operator new(std::size_t size, LumoDesign* design) {", name)
+    w("  return lumo_new_in_default_section(size, design, nullptr, lumotype_%s);", name)
+    w("}")
+    w("void* %s::operator new(std::size_t size, LumoDesignSection* section) {", name)
+    w("  return lumo_new(size, section, nullptr, lumotype_%s);", name)
+    w("}")
+    w("void* %s::operator new(std::size_t size, LumoDesignSection* section, "
+      "LumoDomain* domain) {", name)
+    w("  return lumo_new(size, section, domain, lumotype_%s);", name)
+    w("}")
+    w("void* %s::_address() { return this; }", name)
+    w("LumoTypePtr& %s::classType() { return lumotype_%s; }", name, name)
+
+
+def define_getter(model, w, e, a, name=None):
+    c, t = e.name, cxx_type(model, a.type)
+    w("%s %s::%s() {", t, c, name or a.spelling)
+    if is_reference(model, a.type):
+        w("  if (lumo_is_delayed(%s_) && !lumo_access_object(this, &%s_)) return nullptr;",
+          a.name, a.name)
+    if is_aggregate(model, a.type):
+        w("  if (!%s_) {", a.name)
+        w("    void* place = lumo_new(sizeof(%s), design_section(), nullptr, lumotype_%s);",
+          a.type, a.type)
+        w("    modified();")
+        w("    %s_ = place ? ::new (place) %s(0) : nullptr;", a.name, a.type)
+        w("  }")
+    w("  return %s_;", a.name)
+    w("}")
+
+
+def define_setters(model, w, e, a):
+    c = e.name
+    if a.type == "string":
+        w("void %s::%s(const char* value) { lumo_update_prim(this, &%s_, value); }",
+          c, a.spelling, a.name)
+    else:
+        w("void %s::%s(%s value) {", c, a.spelling, cxx_type(model, a.type))
+        w("  modified();")
+        w("  %s_ = value;", a.name)
+        w("}")
+    if type_kind(model, a.type, False) == "enum":
+        # The typed setter once the code is known to name an enumerator: what a store through
+        # the dictionary does for this field, without finding the field again.
+        w("char %s::%s(int code) {", c, coded_name(a.spelling))
+        w("  if (!igeslib_code_in_range(this, \"%s\", code)) return 0;", a.name)
+        w("  %s(static_cast<%s>(code));", a.spelling, cxx_type(model, a.type))
+        w("  return 1;")
+        w("}")
+
+
+def define_class(model, w, e):
+    c = e.name
+    w("// --- %s", c)
+    chain_attributes = all_attributes(model, e)
+    held = {a.name: a for a in chain_attributes}
+    if chain_attributes:
+        w("%s::%s(%s) {", c, c, ", ".join("%s %s" % (value_type(model, a.type), param(a.name))
+                                          for a in chain_attributes))
+        for a in chain_attributes:
+            w("  this->%s(%s);", a.spelling, param(a.name))
+        w("}")
+    define_allocation(w, c)
+    if c == "igs_directory_entry":
+        w("int %s::entity_type() { return -1; }", c)
+        w("int %s::form() { return 0; }", c)
+        for op in STATUS_ATTRIBUTES:
+            w("%s %s::%s() { return %s_unset; }", STATUS_TYPES[op], c, op, STATUS_TYPES[op])
+        w("void %s::de_read_record_one(int* const) {}", c)
+        w("void %s::de_read_record_two(int* const, char*) {}", c)
+        w("void %s::de_write_record_one(char*) {}", c)
+        w("void %s::de_write_record_two(char*) {}", c)
+        w("void %s::pdread() {}", c)
+        w("void %s::pdwrite() {", c)
+        w("  std::printf(\"Directory entry and parameter data sections of file for entity "
+          "type %s are incorrect\\nbecause the executable does not contain class code.\\n\",")
+        w("              domain()->name());")
+        w("}")
+    own = [a.name for a in e.attributes]
+    for op, (how, value) in overridden(model, e):
+        t = STATUS_TYPES.get(op, "int")
+        if how == "field":
+            w("%s %s::%s() { return %s_; }", t, c, op, value)
+        else:
+            w("%s %s::%s() { return %s; }", t, c, op,
+              value if t == "int" else "static_cast<%s>(%d)" % (t, value))
+        if op in held and op not in own:
+            define_setters(model, w, e, held[op])
+    for a in e.attributes:
+        if a.name not in VIRTUAL_GETTERS or e.kind != "entity":
+            define_getter(model, w, e, a)
+        define_setters(model, w, e, a)
+    for name, form, argument, _ in e.derived:
+        define_derived(model, w, e, held, name, form, argument)
+    if has_codec(e) and not e.directory["raw"]:
+        define_codec(model, w, e, held)
+    w("")
+
+
+# Columns of the fields of record one that the mask governs, from column 17 on.
+MASK_COLUMNS = dict(zip(MASK_ATTRIBUTES, (16, 24, 32, 40, 48, 56)))
+
+
+def define_codec(model, w, e, held):
+    """The four directory-record members of a class, from its mask, status and form."""
+    c, d = e.name, e.directory
+
+    def f(text, *args):
+        w.lines.append(text % args)  # always formatted: the C formats are written %%
+    mask = dict(zip(MASK_ATTRIBUTES, d["fields"]))
+    stored = {a for a, place in mask.items() if place in MASK_LETTERS}
+    f("void %s::de_read_record_one(int* const fields) {", c)
+    f("  pd_pointer = fields[1];")
+    if "structure" in stored:
+        f("  if (fields[2] < 0)")
+        f("    structure(lumo_cast<%s>(igeslib_resolve_de(fields[2])));", held["structure"].type)
+    if "line_font" in stored:
+        f("  line_font(igeslib_de_read_line_font(fields[3]));")
+    if "level" in stored:
+        f("  level(igeslib_de_read_level(fields[4]));")
+    if "view" in stored:
+        f("  if (fields[5] > 0) view(igeslib_de_read_view(fields[5]));")
+    for attribute, k in (("transformation", 6), ("label_display", 7)):
+        if attribute in stored:
+            f("  if (fields[%d] > 0)", k)
+            f("    %s(lumo_cast<%s>(igeslib_resolve_de(fields[%d])));", attribute,
+              held[attribute].type, k)
+    for k, (attribute, place) in enumerate(zip(STATUS_ATTRIBUTES, d["status"])):
+        if place == "a":
+            f("  %s_asi(fields[%d]);", attribute, 8 + k)
+    f("  de_number = fields[12];")
+    f("}")
+    f("void %s::de_read_record_two(int* const fields, char* label) {", c)
+    if "line_weight" in stored:
+        f("  line_weight(fields[1]);")
+    if "color" in stored:
+        f("  color(igeslib_de_read_color(fields[2]));")
+    f("  pd_line_count = fields[3];")
+    if d["form"] == "a":
+        f("  form(fields[4]);")
+    f("  this->label(label);")
+    f("  subscript(fields[8]);")
+    f("}")
+    f("void %s::de_write_record_one(char* out) {", c)
+    f("  igeslib_de_write_int(out, entity_type());")
+    f("  igeslib_de_write_int(out + 8, pd_pointer);")
+    for attribute, column in MASK_COLUMNS.items():
+        place = mask[attribute]
+        if attribute == "structure" and place == "S":
+            # A definition that is missing or can't be loaded leaves the columns blank.
+            f("  igeslib_de_write_definition(out + %d, structure());", column)
+        elif place == "1":
+            f("  igeslib_de_write_int(out + %d, 1);", column)
+        elif place == ".":
+            f("  igeslib_de_write_blank(out + %d);", column)
+        elif attribute in ("line_font", "level", "view"):
+            f("  igeslib_de_write_%s(out + %d, %s());", attribute, column, attribute)
+        else:
+            f("  igeslib_de_write_pointer(out + %d, %s());", column, attribute)
+    for k, (attribute, place) in enumerate(zip(STATUS_ATTRIBUTES, d["status"])):
+        column = 64 + 2 * k
+        if place == "a":
+            f("  igeslib_de_write_status(out + %d, %s());", column, attribute)
+        elif place == "u" or place.isdigit():
+            f("  igeslib_de_write_digit(out + %d, static_cast<int>(%s()));", column, attribute)
+        else:
+            f("  igeslib_de_write_digit(out + %d, 0);", column)
+    f("}")
+    f("void %s::de_write_record_two(char* out) {", c)
+    f("  igeslib_de_write_int(out, entity_type());")
+    if "line_weight" in stored:
+        f("  igeslib_de_write_int(out + 8, line_weight());")
+    else:
+        f("  igeslib_de_write_blank(out + 8);")
+    if "color" in stored:
+        f("  igeslib_de_write_color(out + 16, color());")
+    else:
+        f("  igeslib_de_write_blank(out + 16);")
+    f("  igeslib_de_write_int(out + 24, pd_line_count);")
+    f("  igeslib_de_write_int(out + 32, form());")
+    f("  igeslib_de_write_blank(out + 40);")
+    f("  igeslib_de_write_blank(out + 48);")
+    f("  igeslib_de_write_label(out + 56, this->label());")
+    f("  igeslib_de_write_int(out + 64, subscript());")
+    f("}")
+
+
+def define_derived(model, w, e, held, name, form, argument):
+    c = e.name
+    if form == "hand":
+        return
+    getter = held[argument].spelling if argument in held else argument
+    if form == "constant":
+        w("int %s::%s() { return %s; }", c, name, argument)
+    elif form == "alias":
+        w("%s %s::%s() { return %s(); }", cxx_type(model, held[argument].type), c, name, getter)
+    elif form == "length":
+        w("int %s::%s() {", c, name)
+        w("  const char* chars = %s();", getter)
+        w("  return chars ? static_cast<int>(std::strlen(chars)) : 0;")
+        w("}")
+    elif form == "subscript":
+        w("int %s::%s() {", c, name)
+        w("  %s* target = %s();", held[argument].type, getter)
+        w("  return target ? target->subscript() : 0;")
+        w("}")
+    else:
+        less = " - 1" if form != "size" else ""
+        w("int %s::%s() {", c, name)
+        w("  LumoObject* list = %s();", getter)
+        if form == "first_size_less_one":
+            w("  list = list ? list->getObject(0) : nullptr;")
+        w("  return list ? static_cast<int>(list->size())%s : %s;", less, "-1" if less else "0")
+        w("}")
+
+
+def define_select(model, w, e):
+    c = e.name
+    w("// --- %s", c)
+    define_allocation(w, c)
+    for choice, type_ in e.choices:
+        t = cxx_type(model, type_)
+        w("char %s::is%s() { return getAttribute(\"%s\") == getAttribute(nullptr); }",
+          c, choice, choice)
+        if is_reference(model, type_):
+            w("%s %s::%s() {", t, c, choice)
+            w("  if (lumo_is_delayed(value_.p) && !lumo_access_object(this, &value_.p)) "
+              "return nullptr;")
+            w("  return static_cast<%s>(value_.p);", t)
+            w("}")
+            w("void %s::%s(%s value) {", c, choice, t)
+            w("  if (!putAttribute(\"%s\")) return;", choice)
+            w("  modified();")
+            w("  value_.p = value;")
+            w("}")
+            continue
+        member = SLOT_MEMBERS.get(type_, "i")
+        if type_ in PLAIN_CXX:
+            w("%s %s::%s() { return value_.%s; }", t, c, choice, member)
+        else:
+            w("%s %s::%s() { return static_cast<%s>(value_.i); }", t, c, choice, t)
+        w("void %s::%s(%s value) {", c, choice, "const char*" if type_ == "string" else t)
+        w("  if (putAttribute(\"%s\")) lumo_update_prim(this, &value_.%s, %s);", choice, member,
+          "value" if type_ in PLAIN_CXX else "static_cast<int>(value)")
+        w("}")
+        if type_ not in PLAIN_CXX:
+            # Once the code is known to name an enumerator, the choice is taken by its
+            # attribute and the code stored: what a store through the dictionary does, without
+            # its checks of the slot's kind.
+            w("char %s::%s(int code) {", c, choice)
+            w("  LumoAttribute* choice = igeslib_code_in_range(this, \"%s\", code);", choice)
+            w("  if (!choice || !putAttribute(choice)) return 0;")
+            w("  lumo_update_prim(this, &value_.i, code);")
+            w("  return 1;")
+            w("}")
+    w("")
+
+
+def define_aggregate(model, w, e):
+    define_allocation(w, e.name)
+    kind, element = aggregate_parts(e.name)
+    if type_kind(model, element, False) == "enum":
+        w("char %s::%s_asInt(int code, int index) {", e.name, dictionary_name(element))
+        w("  return igeslib_put_code(this, \"%s\", code, static_cast<unsigned>(index));",
+          dictionary_name(element))
+        w("}")
+    w("")
+
+
+def define_binding(model, w, e):
+    """Prototype, binder, descriptor of a class or enumeration, in that order."""
+    c = e.name
+    schema = "nullptr" if e.kind == "aggregate" else '"%s"' % e.schema.name
+    if e.kind == "enum":
+        w("static void bind_%s(LumoTypePtr& self) {", c)
+        w("  self->superOffset(self, lumotype_LumoEnum, 0)")
+        w("      ->super(lumotype_LumoEnum)")
+        w("      ->schema(%s)", schema)
+        for k, n in enumerate(e.enumerators):
+            w("      ->enumerator(\"%s\", %d)%s", n, k, ";" if k == len(e.enumerators) - 1 else "")
+        w("}")
+        w("LumoTypePtr lumotype_%s(\"%s\", sizeof(int), bind_%s, nullptr);", c,
+          e.dictionary_name, c)
+        w("")
+        return
+    capacity = "(0)" if e.kind == "aggregate" else ""
+    w("static %s prototype_%s%s;", c, c, capacity)
+    w("static void bind_%s(LumoTypePtr& self) {", c)
+    if e.kind in ("entity", "structure"):
+        w("  auto* p = self->prototype ? dynamic_cast<%s*>(self->prototype) : nullptr;", c)
+        w("  self->superOffset(self, lumotype_LumoObject, igeslib_offset<%s, LumoObject>(p))", c)
+        w("      ->superOffset(self, lumotype_LumoStructure, "
+          "igeslib_offset<%s, LumoStructure>(p))", c)
+        for b in chain(model, e)[:-1]:
+            w("      ->superOffset(self, lumotype_%s, igeslib_offset<%s, %s>(p))", b.name, c,
+              b.name)
+        w("      ->superOffset(self, self, 0)")
+        w("      ->schema(%s)", schema)
+        for b in e.bases or ["LumoStructure"]:
+            w("      ->virtual_super(lumotype_%s)", b)
+        for a in e.attributes:
+            w("      ->variable(%s, \"%s\", p ? static_cast<void*>(&p->%s_) : nullptr)",
+              descriptor(model, a.type), a.name, a.name)
+    elif e.kind == "select":
+        w("  self->superOffset(self, lumotype_LumoObject, 0)")
+        w("      ->superOffset(self, lumotype_LumoUnion, 0)")
+        w("      ->superOffset(self, self, 0)")
+        w("      ->schema(%s)", schema)
+        w("      ->super(lumotype_LumoUnion)")
+        for choice, type_ in e.choices:
+            w("      ->variable(%s, \"%s\", nullptr)", descriptor(model, type_), choice)
+    else:
+        kind, element = aggregate_parts(e.name)
+        enum = type_kind(model, element, False) == "enum"
+        bases = (["LumoAggregate", "LumoArray", "LumoEnumArray"] if enum else
+                 ["LumoAggregate", "LumoArray", "LumoPtrArray"] if kind == "ArrayOf" else
+                 ["LumoAggregate", "LumoList", "LumoPtrList"])
+        w("  self->schema(nullptr)")
+        w("      ->superOffset(self, lumotype_LumoObject, 0)")
+        for b in bases:
+            w("      ->superOffset(self, lumotype_%s, 0)", b)
+        w("      ->superOffset(self, self, 0)")
+        w("      ->super(lumotype_%s)", bases[-1])
+        w("      ->variable(%s, %s->name, self->prototype)", descriptor(model, element),
+          descriptor(model, element))
+    w("      ;")
+    w("}")
+    name = '"%s"' % e.dictionary_name
+    if e.kind == "aggregate":
+        name = 'lumo_build_aggname("%s", "%s")' % (e.dictionary_name, c)
+    w("LumoTypePtr lumotype_%s(%s, sizeof(%s), &prototype_%s,", c, name, c, c)
+    w("                        igeslib_create<%s, lumotype_%s>, bind_%s, igeslib_cast<%s>);",
+      c, c, c, c)
+    w("")
+
+
+# --- files
+
+
+def class_order(model, entries):
+    """Entries with every base before the classes that derive from it."""
+    done, order = set(), []
+
+    def visit(e):
+        if e.name in done:
+            return
+        done.add(e.name)
+        for b in e.bases:
+            if model.entries[b] in entries:
+                visit(model.entries[b])
+        order.append(e)
+    for e in entries:
+        visit(e)
+    return order
+
+
+def compiled_entries(model, schema):
+    """A schema's entries; the first compiled schema also takes the compiled
+    aggregates of the internal schemas."""
+    first = [s for s in model.schemas if not s.internal][0]
+    return schema.entries + (compiled(model) if schema is first else [])
+
+
+def emit_common(model):
+    w = Writer()
+    w("// Generated from the data-model source by schema/generate.py. Do not edit.")
+    w("// Names of every class, enumeration and descriptor of the data model.")
+    w("#pragma once")
+    w("")
+    w("#include <cstdio>")
+    w("")
+    w("#include \"lumo.h\"")
+    w("")
+    entries = [e for s in model.schemas if not s.internal for e in s.entries] + compiled(model)
+    for e in entries:
+        if e.kind != "enum":
+            w("class %s;", e.name)
+    for line in HAND_FORWARDS:
+        w(line)
+    w("")
+    for e in entries:
+        if e.kind == "enum":
+            declare_enum(w, e)
+    for e in entries:
+        w("extern LumoTypePtr lumotype_%s;", e.name)
+    w("")
+    w("// Binds every class of the library and makes its domain, in schema order.")
+    w("void igeslib_force_load();")
+    w("// Builds the eight schema designs of the dictionary from the tables compiled in.")
+    w("void igeslib_create_builtin_schemas();")
+    w("")
+    for e in compiled(model):
+        declare_aggregate(model, w, e)
+    return w.text()
+
+
+def emit_header(model, schema):
+    w = Writer()
+    w("// Generated from the data-model source by schema/generate.py. Do not edit.")
+    w("// The classes of %s.", schema.name)
+    w("#pragma once")
+    w("")
+    w("#include \"%s\"", COMMON_HEADER)
+    needed = []
+    for e in schema.entries:
+        for b in e.bases:
+            home = model.entries[b].schema.name
+            if home != schema.name and home not in needed:
+                needed.append(home)
+    for n in needed:
+        w("#include \"%s.h\"", n)
+    w("")
+    for e in class_order(model, schema.entries):
+        if e.kind in ("entity", "structure"):
+            declare_class(model, w, e)
+        elif e.kind == "select":
+            declare_select(model, w, e)
+        elif e.kind == "aggregate":
+            declare_aggregate(model, w, e)
+    return w.text(), needed
+
+
+def emit_source(model, entries, part_name):
+    w = Writer()
+    w("// Generated from the data-model source by schema/generate.py. Do not edit.")
+    w("// Members, prototypes, binders and descriptors of %s.", part_name)
+    w("#include <cstdio>")
+    w("#include <cstring>")
+    w("")
+    for s in model.schemas:
+        if not s.internal:
+            w("#include \"%s.h\"", s.name)
+    w("#include \"%s\"", SUPPORT_HEADER)
+    w("")
+    for e in entries:
+        if e.kind in ("entity", "structure"):
+            define_class(model, w, e)
+        elif e.kind == "select":
+            define_select(model, w, e)
+        elif e.kind == "aggregate":
+            define_aggregate(model, w, e)
+    for e in entries:
+        define_binding(model, w, e)
+    return w.text()
+
+
+SUPPORT = """// Generated by schema/generate.py. Do not edit.
+// Templates shared by the generated binders, creators and int-coded accessors.
+#pragma once
+
+#include <new>
+
+#include "igeslib_directory.h"
+#include "igeslib_schema_common.h"
+#include "lumo.h"
+
+// Where the part B lies inside an instance of C, measured on the prototype.
+template <class C, class B>
+unsigned igeslib_offset(C* prototype) {
+  if (!prototype) return 0;
+  return static_cast<unsigned>(reinterpret_cast<char*>(static_cast<B*>(prototype)) -
+                               reinterpret_cast<char*>(prototype));
+}
+
+template <class C>
+LumoObject* igeslib_cast(void* start) {
+  return static_cast<C*>(start);
+}
+
+// An instance in section, made by the default constructor (an aggregate with
+// the capacity asked for).
+template <class C, LumoTypePtr& T>
+LumoObject* igeslib_create(LumoDesignSection* section, LumoDomain* domain, unsigned capacity) {
+  void* place = lumo_new(sizeof(C), section, domain, T);
+  if (!place) return nullptr;
+  if constexpr (std::is_base_of_v<LumoAggregate, C>)
+    return ::new (place) C(capacity);
+  else
+    return ::new (place) C();
+}
+
+// Stores the enumerator whose position in the dictionary is code into the
+// attribute called name; false, with nothing stored, if there is no such
+// enumerator. A negative code is out of range as well. igeslib_code_in_range
+// only checks: the attribute when the code names one of its enumerators. The
+// name is a literal of the generated code.
+inline LumoAttribute* igeslib_code_in_range(LumoObject* object, const char* name, int code) {
+  LumoDomain* domain = object->domain();
+  LumoAttribute* attribute = domain ? domain->findTypeAttributeByFixedName(name) : nullptr;
+  if (!attribute || !attribute->slotDomain()) return nullptr;
+  ListOfLumoAttribute* enumerators = attribute->slotDomain()->typeImmediateAttributes();
+  if (code < 0 || !(*enumerators)[static_cast<unsigned>(code)]) return nullptr;
+  return attribute;
+}
+inline char igeslib_put_code(LumoObject* object, const char* name, int code, unsigned index) {
+  LumoAttribute* attribute = igeslib_code_in_range(object, name, code);
+  if (!attribute) return 0;
+  // The enumerator's position is the code itself.
+  int position = code;
+  return object->putData(attribute, index, &position, lumotype_int);
+}
+
+// The directory-record codec's shared steps (model/directory_codec.cpp).
+// Fresh selects for one record, made in the current design.
+igs_lineFont* igeslib_de_read_line_font(int field);
+igs_entity_level* igeslib_de_read_level(int field);
+igs_entity_view* igeslib_de_read_view(int field);
+igs_entity_color* igeslib_de_read_color(int field);
+// Eight columns each: blanks when the value is missing.
+void igeslib_de_write_pointer(char* out, igs_directory_entry* entity);
+void igeslib_de_write_definition(char* out, igs_directory_entry* entity);  // negated
+void igeslib_de_write_line_font(char* out, igs_lineFont* font);
+void igeslib_de_write_level(char* out, igs_entity_level* level);
+void igeslib_de_write_view(char* out, igs_entity_view* view);
+void igeslib_de_write_color(char* out, igs_entity_color* color);
+// Two columns: 00 for an unset status.
+void igeslib_de_write_status(char* out, int value);
+"""
+
+
+def emit_load(model):
+    w = Writer()
+    w("// Generated from the data-model source by schema/generate.py. Do not edit.")
+    w("// The load lists: every descriptor of each compiled schema, in schema order.")
+    w("#include \"%s\"", COMMON_HEADER)
+    w("")
+    lists = dict(load_lists(model))
+    order = [n for n in LOAD_ORDER if n in lists] + [n for n in lists if n not in LOAD_ORDER]
+    for name in order:
+        w("static LumoTypePtr* const load_%s[] = {", name)
+        for e in lists[name]:
+            w("    &lumotype_%s,", e.name)
+        w("};")
+    w("")
+    w("void igeslib_force_load() {")
+    for name in order:
+        w("  for (LumoTypePtr* type : load_%s) (*type)->force_load();", name)
+    w("}")
+    return w.text()
