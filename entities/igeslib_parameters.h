@@ -2,7 +2,7 @@
 // read from and written to the filer of the run under way.
 #pragma once
 
-#include <cstddef>
+#include <climits>
 
 #include "igeslib.h"
 #include "igeslib_io.h"
@@ -30,21 +30,70 @@ X* igeslib_read_list_pointer(IgeslibIO* io) {
   return lumo_cast<X>(igeslib_file_entity(io->read_int()));
 }
 
+// A select of S read from a pointer parameter: it takes the first of its choices whose class
+// the entity named is of, and no choice when there is none. A guarded pointer of 0 gives no
+// select at all; a bare one names the first entity of the file.
+template <class S>
+S* igeslib_read_select(IgeslibIO* io, bool guarded) {
+  int n = io->read_int();
+  if (guarded && n == 0) return nullptr;
+  auto* select = new (LUMO.design()) S;
+  select->choose_entity(igeslib_file_entity(n));
+  return select;
+}
+
+// The entity that a select holds, null for none.
+template <class S>
+igs_directory_entry* igeslib_select_entity(S* select) {
+  return select ? select->entity() : nullptr;
+}
+
+// Room to reserve up front for a counted list of n items: all of them, up to a bound past which
+// the list grows as its items come. A count that the file doesn't back can thus claim little
+// memory before the entity is given up.
+inline unsigned igeslib_reserve(int n) {
+  constexpr int kBound = 4096;
+  return n <= 0 ? 0u : static_cast<unsigned>(n < kBound ? n : kBound);
+}
+
+// A count that the reader computes from counts of the file (a sum, a product): as
+// IgeslibIO::count, and one past what an int holds skips the entity as one past the file does.
+inline int igeslib_count(IgeslibIO* io, long long n) {
+  return io->count(n > INT_MAX ? INT_MAX : n < 0 ? 0 : static_cast<int>(n));
+}
+
+// The list for count items of a counted list: none when the count is 0, so that an entity
+// without items costs no list; its getter makes an empty one when it is asked for.
+template <class L>
+L* igeslib_new_list(int count) {
+  return count > 0 ? new (LUMO.design()) L(igeslib_reserve(count)) : nullptr;
+}
+
+// A new array of the next n reals of the record, n checked by a count.
+inline ArrayOfDouble* igeslib_read_real_array(IgeslibIO* io, int n) {
+  auto* values = new (LUMO.design()) ArrayOfDouble(igeslib_reserve(n));
+  for (int i = 0; i < n; ++i) {
+    auto at = static_cast<unsigned>(i);
+    if (at == values->capacity()) values->capacity(2 * at);
+    values->put(io->read_real(), at);
+  }
+  return values;
+}
+
+// Reals of an array as written: at place i the element, 0 where the array has none.
+inline double igeslib_real_at(ArrayOfDouble* values, long long i) {
+  return values && i >= 0 && i < values->size() ? values->_element(static_cast<unsigned>(i)) : 0.0;
+}
+
+// The items of list that present() holds for: what the writer counts and writes.
+template <class L, class F>
+int igeslib_count_items(L* list, F present) {
+  int n = 0;
+  for (unsigned i = 0, size = list ? list->size() : 0; i < size; ++i) n += present((*list)[i]);
+  return n;
+}
+
 // The DE number that the write has given the target, or 0 for none.
 inline void igeslib_write_pointer(IgeslibIO* io, igs_directory_entry* target) {
   io->write_int(target ? target->de_number : 0);
-}
-
-// A run of reals in file order, stated once for both directions as the entity's fields.
-template <class E, std::size_t N>
-using igeslib_real_run = double E::*const (&)[N];
-
-template <class E, std::size_t N>
-void igeslib_read_reals(IgeslibIO* io, E* entity, igeslib_real_run<E, N> fields) {
-  for (double E::*field : fields) lumo_update_prim(entity, &(entity->*field), io->read_real());
-}
-
-template <class E, std::size_t N>
-void igeslib_write_reals(IgeslibIO* io, E* entity, igeslib_real_run<E, N> fields) {
-  for (double E::*field : fields) io->write_real(entity->*field);
 }

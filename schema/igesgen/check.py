@@ -106,6 +106,11 @@ def check_class(model, e):
     for name, form, argument, where in e.derived:
         check_derived(model, e, names, name, form, argument, where)
     check_directory(model, e, names)
+    if e.parameters is not None:
+        if e.parameter_code:
+            raise ModelError("%s: %s has both a layout and hand-written parameter code"
+                             % (e.where, e.name))
+        check_layout(model, e, names)
 
 
 def check_derived(model, e, names, name, form, argument, where):
@@ -179,3 +184,129 @@ def check_directory(model, e, names):
 
 CHECKS = {"enum": check_enum, "select": check_select, "aggregate": check_aggregate,
           "entity": check_class, "structure": check_class}
+
+
+# ---------------------------------------------------------------- parameter layouts
+
+# The attribute types that each one-parameter step takes.
+STEP_TYPES = {"I": ("int", "enum"), "R": ("double",), "S": ("string",), "L": ("bool",),
+              "X": ("int",), "P?": ("reference",), "P!": ("reference",)}
+RUNTIME_ELEMENTS = {"Integer": "int", "Double": "double", "String": "string",
+                    "Boolean": "bool"}
+
+
+def step_type(model, type_):
+    """What a step sees in a type: a plain name, 'enum', 'reference' (an entity class, or a
+    select with an entity among its choices), 'aggregate', or None."""
+    if type_ in ("int", "double", "string", "bool"):
+        return type_
+    e = model.entries.get(type_)
+    if type_ in RUNTIME_AGGREGATES or (e is not None and e.kind == "aggregate"):
+        return "aggregate"
+    if e is None:
+        return None
+    if e.kind == "entity":
+        return "reference"
+    if e.kind == "select" and any(
+            type_kind(model, t, False) == "entity" for _, t in e.choices):
+        return "reference"
+    return e.kind
+
+
+def element_type(type_):
+    """The element of an aggregate type, with the runtime's plain elements as plain names."""
+    _, element = aggregate_parts(type_)
+    return RUNTIME_ELEMENTS.get(element, element)
+
+
+def parameter_attributes(model, e):
+    """The attributes of an entity that its parameter data holds: all but those of the
+    directory entry root and the directory record's fields."""
+    root = [a.name for a in model.entries["igs_directory_entry"].attributes]
+    directory = set(root) | set(MASK_ATTRIBUTES) | set(STATUS_ATTRIBUTES) | {"form"}
+    return [a for a in all_attributes(model, e) if a.name not in directory]
+
+
+def check_layout(model, e, names):
+    """A layout may only name what the class holds, with shapes that fit the types, and
+    must name (or leave to a hand step) every parameter attribute of the class."""
+    derived = {name for name, _, _, _ in e.derived}
+    named = check_steps(model, e.name, e.parameters, names, derived, None, True)
+    for a in parameter_attributes(model, e):
+        if a.name not in named:
+            raise ModelError("%s: the layout of %s leaves out %s; name it or give it a hand "
+                             "step" % (e.parameters[0].where, e.name, a.name))
+
+
+def check_steps(model, owner, steps, names, derived, element, top):
+    """Checks steps of a layout over the attributes names (of the entity, or of a list's
+    structure item); element is the item type of a list whose items are no structure.
+    Answers the attribute names that the steps cover."""
+    named, counted = set(), []
+    for s in steps:
+        where = s.where
+        if s.kind in STEP_TYPES:
+            if s.name is None:
+                if element is None:
+                    raise ModelError("%s: the step %s of %s names no attribute"
+                                     % (where, s.kind, owner))
+                have = element
+            else:
+                if element is not None:
+                    raise ModelError("%s: the items of a list of %s are one nameless step"
+                                     % (where, element))
+                if s.name not in names:
+                    raise ModelError("%s: the layout of %s names %s, which it lacks"
+                                     % (where, owner, s.name))
+                have = names[s.name].type
+                named.add(s.name)
+            if step_type(model, have) not in STEP_TYPES[s.kind]:
+                raise ModelError("%s: the step %s of %s needs %s, not %s"
+                                 % (where, " ".join([s.kind] + ([s.name] if s.name else [])), owner,
+                                    " or ".join(STEP_TYPES[s.kind]), have))
+        elif s.kind == "C":
+            if s.name not in derived:
+                raise ModelError("%s: C %s of %s is no derived member"
+                                 % (where, s.name, owner))
+        elif s.kind in ("N", "items"):
+            a = names.get(s.name)
+            if a is None or step_type(model, a.type) != "aggregate":
+                raise ModelError("%s: %s(%s) of %s needs a list attribute"
+                                 % (where, s.kind, s.name, owner))
+            if s.kind == "N":
+                if s.name in counted:
+                    raise ModelError("%s: %s is counted twice" % (where, s.name))
+                counted.append(s.name)
+                continue
+            if s.name not in counted:
+                raise ModelError("%s: the items of %s stand before its count N(%s)"
+                                 % (where, s.name, s.name))
+            counted.remove(s.name)
+            named.add(s.name)
+            check_items(model, owner, s, element_type(a.type))
+        elif s.kind == "form":
+            if not top:
+                raise ModelError("%s: a form condition stands only in an entity's own steps"
+                                 % where)
+            named |= check_steps(model, owner, s.steps, names, derived, element, top)
+        elif s.kind == "hand":
+            if not top:
+                raise ModelError("%s: a hand step stands only in an entity's own steps" % where)
+            named.add(s.name)
+    if counted:
+        raise ModelError("%s: the count N(%s) of %s has no items"
+                         % (steps[-1].where, counted[0], owner))
+    return named
+
+
+def check_items(model, owner, s, element):
+    e = model.entries.get(element)
+    if e is not None and e.kind == "structure":
+        attributes = {a.name: a for a in all_attributes(model, e)}
+        derived = {name for name, _, _, _ in e.derived}
+        check_steps(model, element, s.steps, attributes, derived, None, False)
+        return
+    if len(s.steps) != 1:
+        raise ModelError("%s: the items of %s of %s are one nameless step"
+                         % (s.where, s.name, owner))
+    check_steps(model, owner, s.steps, {}, set(), element, False)

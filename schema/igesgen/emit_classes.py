@@ -184,9 +184,13 @@ def declare_class(model, w, e):
         w("  void de_read_record_two(int* const fields, char* label) override;")
         w("  void de_write_record_one(char* out) override;")
         w("  void de_write_record_two(char* out) override;")
-    if e.parameter_code:
+    if e.parameter_code or e.parameters is not None:
         w("  void pdread() override;")
         w("  void pdwrite() override;")
+    for name in hand_steps(e.parameters or []):
+        w("  // A step of the parameter data written by hand.")
+        w("  void pdread_%s(IgeslibIO* io);", name)
+        w("  void pdwrite_%s(IgeslibIO* io);", name)
     for line in HAND_MEMBERS.get(e.name, ()):
         w(line)
     w("")
@@ -242,6 +246,15 @@ HAND_MEMBERS = {
 HAND_FORWARDS = ("struct IgeslibIO;",)
 
 
+def hand_steps(steps):
+    """The names of the hand steps of a layout, form conditions included."""
+    for s in steps:
+        if s.kind == "hand":
+            yield s.name
+        elif s.kind == "form":
+            yield from hand_steps(s.steps)
+
+
 def has_codec(e):
     """A concrete entity with a directory line has the four record members."""
     return e.kind == "entity" and not e.abstract and e.directory is not None
@@ -270,6 +283,12 @@ def declare_select(model, w, e):
         w("  void %s(%s value);", choice, "const char*" if type_ == "string" else t)
         if type_kind(model, type_, False) == "enum":
             w("  char %s(int code);", choice)
+    if entity_choices(model, e):
+        w("  // The entity of the choice now set; null for none, or for a choice of a value.")
+        w("  igs_directory_entry* entity();")
+        w("  // Sets the first choice whose class entity is of; false, with nothing set, for")
+        w("  // an entity of none of them or for null.")
+        w("  char choose_entity(igs_directory_entry* entity);")
     w("};")
     w("")
 
@@ -591,7 +610,38 @@ def define_select(model, w, e):
             w("  lumo_update_prim(this, &value_.i, code);")
             w("  return 1;")
             w("}")
+    define_select_entity(model, w, e)
     w("")
+
+
+def entity_choices(model, e):
+    """(place, choice, class) of the choices of a select that hold an entity."""
+    return [(k, choice, type_) for k, (choice, type_) in enumerate(e.choices)
+            if type_kind(model, type_, False) == "entity"]
+
+
+def define_select_entity(model, w, e):
+    choices = entity_choices(model, e)
+    if not choices:
+        return
+    c = e.name
+    w("igs_directory_entry* %s::entity() {", c)
+    w("  switch (flags_ >> kChoiceShift) {  // the place of the choice, from 1")
+    for k, choice, _ in choices:
+        w("    case %d:", k + 1)
+        w("      return %s();", choice)
+    w("    default:")
+    w("      return nullptr;")
+    w("  }")
+    w("}")
+    w("char %s::choose_entity(igs_directory_entry* entity) {", c)
+    for _, choice, type_ in choices:
+        w("  if (auto* chosen = lumo_cast<%s>(entity)) {", type_)
+        w("    %s(chosen);", choice)
+        w("    return 1;")
+        w("  }")
+    w("  return 0;")
+    w("}")
 
 
 def define_aggregate(model, w, e):

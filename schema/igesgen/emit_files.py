@@ -7,6 +7,7 @@ from .emit_classes import (COMMON_HEADER, SOURCE_PARTS, SUPPORT, SUPPORT_HEADER,
     compiled_entries, emit_common, emit_header, emit_load, emit_source)
 from .emit_rows import ROWS_HEADER, emit_rows_header, emit_rows_source, registry_rows
 from .emit_tables import emit_tables
+from .emit_parameters import PARAMETER_SOURCE, emit_parameter_code
 
 
 def emit(model, out):
@@ -18,6 +19,7 @@ def emit(model, out):
     rows = registry_rows(model)
     texts["include/" + ROWS_HEADER] = emit_rows_header(rows)
     texts["src/igeslib_entity_rows.cpp"] = emit_rows_source(rows)
+    texts["src/" + PARAMETER_SOURCE] = emit_parameter_code(model)
     graph = {}
     for s in model.schemas:
         if s.internal:
@@ -57,7 +59,8 @@ def output_files(model):
     """Paths, relative to the output folder, of everything the emitter writes."""
     headers = ["include/" + COMMON_HEADER, "include/" + ROWS_HEADER]
     sources = ["src/" + SUPPORT_HEADER, "src/igeslib_load.cpp",
-               "src/igeslib_builtin_schemas.cpp", "src/igeslib_entity_rows.cpp"]
+               "src/igeslib_builtin_schemas.cpp", "src/igeslib_entity_rows.cpp",
+               "src/" + PARAMETER_SOURCE]
     for s in model.schemas:
         if s.internal:
             continue

@@ -65,7 +65,7 @@ class Entry:
         self.enumerators = []
         self.directory = None
         self.derived = []         # (name, form, argument, where)
-        self.parameters = None
+        self.parameters = None    # the layout: a list of Step, or None
         self.parameter_code = False  # pdread and pdwrite written by hand
 
     @property
@@ -106,3 +106,20 @@ def aggregate_parts(name):
         if name.startswith(kind) and len(name) > len(kind):
             return kind, name[len(kind):]
     return None
+
+
+class Step:
+    """One step of a parameter layout (see FORMAT.md, "Parameter layouts").
+
+    kind: I, R, S, L, X, C, P? or P! for one parameter of attribute name (no name for
+    the item of a list that is not a structure); D for a dropped constant (value);
+    N for the count of list name; items for the items of list name (steps); form
+    for steps that stand only when form() is value; hand for a step written by hand.
+    """
+
+    def __init__(self, kind, name, where, value=None, steps=None):
+        self.kind = kind
+        self.name = name
+        self.where = where
+        self.value = value
+        self.steps = steps or []

@@ -3,7 +3,7 @@
 import os
 import re
 
-from .model import (Attribute, DERIVED_FORMS, Entry, HERE, IDENT, MASK_LETTERS, Model,
+from .model import (Attribute, DERIVED_FORMS, Entry, Step, HERE, IDENT, MASK_LETTERS, Model,
     ModelError, Schema, aggregate_parts)
 from .check import check
 
@@ -166,6 +166,66 @@ def parse_choices(entry, text, where):
             entry.choices.append((name, type_))
 
 
+def split_steps(text, where):
+    """The steps of a layout text: split at the commas outside braces."""
+    steps, depth, start = [], 0, 0
+    for i, c in enumerate(text):
+        if c == "{":
+            depth += 1
+        elif c == "}":
+            depth -= 1
+            if depth < 0:
+                raise ModelError("%s: a '}' closes nothing in the layout" % where)
+        elif c == "," and depth == 0:
+            steps.append(text[start:i].strip())
+            start = i + 1
+    if depth:
+        raise ModelError("%s: a '{' of the layout is not closed" % where)
+    steps.append(text[start:].strip())
+    if any(not s for s in steps):
+        raise ModelError("%s: the layout has an empty step" % where)
+    return steps
+
+
+LAYOUT_STEPS = [
+    (re.compile(r"(I|R|S|L|X|C|P\?|P!)(?:\s+(%s))?" % IDENT), "one"),
+    (re.compile(r"D\((-?\d+(?:\.\d*)?)\)"), "D"),
+    (re.compile(r"N\((%s)\)\s*(?:\{(.*)\})?" % IDENT), "N"),
+    (re.compile(r"form\s*=\s*(-?\d+)\s*\{(.*)\}"), "form"),
+    (re.compile(r"hand\s+(%s)" % IDENT), "hand"),
+    (re.compile(r"(%s)\s*\{(.*)\}" % IDENT), "items"),
+]
+
+
+def parse_layout(text, where):
+    """A parameter layout as a list of Step; N(x){...} is the count and the items."""
+    steps = []
+    for part in split_steps(text.strip(), where):
+        for pattern, kind in LAYOUT_STEPS:
+            m = pattern.fullmatch(part)
+            if m:
+                break
+        else:
+            raise ModelError("%s: cannot read the layout step '%s'" % (where, part))
+        if kind == "one":
+            steps.append(Step(m.group(1), m.group(2), where))
+        elif kind == "D":
+            steps.append(Step("D", None, where, value=m.group(1)))
+        elif kind == "N":
+            steps.append(Step("N", m.group(1), where))
+            if m.group(2) is not None:
+                steps.append(Step("items", m.group(1), where,
+                                  steps=parse_layout(m.group(2), where)))
+        elif kind == "form":
+            steps.append(Step("form", None, where, value=int(m.group(1)),
+                              steps=parse_layout(m.group(2), where)))
+        elif kind == "hand":
+            steps.append(Step("hand", m.group(1), where))
+        else:
+            steps.append(Step("items", m.group(1), where, steps=parse_layout(m.group(2), where)))
+    return steps
+
+
 def parse(text, filename, model=None):
     model = model or Model()
     schema = None
@@ -192,7 +252,9 @@ def parse(text, filename, model=None):
             elif word == "derived":
                 parse_derived(current, rest.strip(), where)
             elif line.startswith("parameters:"):
-                current.parameters = line[len("parameters:"):].strip()
+                if current.kind != "entity" or current.parameters is not None:
+                    raise ModelError("%s: a parameter layout belongs to an entity, once" % where)
+                current.parameters = parse_layout(line[len("parameters:"):], where)
             elif line == "parameters hand":
                 if current.kind != "entity":
                     raise ModelError("%s: only an entity has parameter code" % where)
