@@ -44,6 +44,12 @@ struct Maker {
   igs_circular_arc_entity* arc = nullptr;
   igs_line_entity* lines[3] = {};
   unsigned next_line = 0;
+  igs_rational_bspline_curve_entity* curves[3] = {};  // the last three, for a composite
+  unsigned next_curve = 0;
+  igs_composite_curve_entity* composites[2] = {};  // in model space, in parameter space
+  unsigned next_composite = 0;
+  igs_rational_bspline_surface_entity* surface = nullptr;
+  igs_curve_on_a_parametric_surface_entity* boundary = nullptr;
 
   // Directory fields as a CAD system sets them, each select its own object as a reader makes
   // them: a line font where the class has one, a level, a colour, a label on every third
@@ -148,8 +154,141 @@ void make_subfigure_definition(Maker& m) {
   m.figure = e;
 }
 
+// Knots of a clamped B-spline: degree + 1 zeros, the inner knots evenly spaced, degree + 1 ones.
+ArrayOfDouble* clamped_knots(LumoDesign* design, int k, int degree) {
+  int count = k + degree + 2;
+  auto* knots = new (design) ArrayOfDouble(static_cast<unsigned>(count));
+  int inner = k - degree;
+  for (int i = 0; i < count; ++i) {
+    double knot = i <= degree               ? 0.0
+                  : i >= count - degree - 1 ? 1.0
+                                            : double(i - degree) / (inner + 1);
+    knots->put(knot, static_cast<unsigned>(i));
+  }
+  return knots;
+}
+
+ArrayOfDouble* range(LumoDesign* design, double from, double to) {
+  auto* values = new (design) ArrayOfDouble(2);
+  values->put(from, 0).put(to, 1);
+  return values;
+}
+
+igs_coordinate* point(Maker& m, bool planar) {
+  auto* p = new (m.design) igs_coordinate;
+  p->x(m.value()), p->y(m.value()), p->z(planar ? 0.0 : m.value());
+  return p;
+}
+
+// Cubic, with 6 to 12 control points; every other one planar (a curve of a trimming loop in
+// parameter space), every fourth one rational.
+void make_bspline_curve(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_rational_bspline_curve_entity);
+  bool planar = m.next_curve % 2 == 1;
+  bool rational = m.next_curve % 4 == 3;
+  int k = 5 + static_cast<int>(m.made % 7);
+  e->form(0);
+  e->m(3);
+  e->prop1(planar ? igs_property1_planar : igs_property1_nonplanar);
+  e->prop2(igs_property2_open);
+  e->prop3(rational ? igs_property3_rational : igs_property3_polynomial);
+  e->prop4(igs_property4_nonperiodic);
+  e->t(clamped_knots(m.design, k, 3));
+  auto* weights = new (m.design) ArrayOfDouble(static_cast<unsigned>(k + 1));
+  auto* points = new (m.design) ListOfigs_coordinate(static_cast<unsigned>(k + 1));
+  for (int i = 0; i <= k; ++i) {
+    weights->put(rational && i % 2 ? 0.7071067811865476 : 1.0, static_cast<unsigned>(i));
+    points->add(point(m, planar));
+  }
+  e->w(weights);
+  e->control_points(points);
+  e->v(range(m.design, 0.0, 1.0));
+  if (planar) e->znorm(1.0);
+  m.curves[m.next_curve++ % 3] = e;
+}
+
+// Bicubic, 8 by 6 control points, polynomial.
+void make_bspline_surface(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_rational_bspline_surface_entity);
+  const int k1 = 7, k2 = 5;
+  e->form(0);
+  e->m1(3), e->m2(3);
+  e->prop1(igs_property2_open), e->prop2(igs_property2_open);
+  e->prop3(igs_property3_polynomial);
+  e->prop4(igs_property4_nonperiodic), e->prop5(igs_property4_nonperiodic);
+  e->s(clamped_knots(m.design, k1, 3));
+  e->t(clamped_knots(m.design, k2, 3));
+  auto* weights = new (m.design) ListOfArrayOfDouble(k1 + 1);
+  auto* points = new (m.design) ListOfListOfigs_coordinate(k1 + 1);
+  for (int i = 0; i <= k1; ++i) {
+    auto* row = new (m.design) ArrayOfDouble(k2 + 1);
+    auto* column = new (m.design) ListOfigs_coordinate(k2 + 1);
+    for (int j = 0; j <= k2; ++j) {
+      row->put(1.0, static_cast<unsigned>(j));
+      column->add(point(m, false));
+    }
+    weights->add(row);
+    points->add(column);
+  }
+  e->w(weights);
+  e->control_points(points);
+  e->u(range(m.design, 0.0, 1.0));
+  e->v(range(m.design, 0.0, 1.0));
+  m.surface = e;
+}
+
+// The last three B-spline curves, in model space and in parameter space in turn.
+void make_composite_curve(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_composite_curve_entity);
+  auto* members = new (m.design) ListOfigs_geometric_or_connect_point(3);
+  for (igs_rational_bspline_curve_entity* curve : m.curves) {
+    if (!curve) continue;
+    auto* member = new (m.design) igs_geometric_or_connect_point;
+    member->_geometric_entity(curve);
+    members->add(member);
+  }
+  e->de(members);
+  m.composites[m.next_composite++ % 2] = e;
+}
+
+// The outer boundary of the last surface, as a composite in parameter space and one in model
+// space.
+void make_curve_on_surface(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_curve_on_a_parametric_surface_entity);
+  e->subordinate(igs_subordinate_switch_physicallyDependent);
+  e->crtn(igs_creationMethod_projection);
+  e->sptr(m.surface);
+  e->bptr(m.composites[1]);
+  e->cptr(m.composites[0]);
+  e->pref(1);
+  m.boundary = e;
+}
+
+// The last surface bounded by the last curve on it; every other one with that curve as a hole
+// as well.
+void make_trimmed_surface(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_trimmed_parametric_surface_entity);
+  e->pts(m.surface);
+  e->n1(1);
+  e->pto(m.boundary);
+  if (m.made % 2 == 0 && m.boundary) {
+    auto* holes = new (m.design) ListOfigs_curve_on_a_parametric_surface_entity(1);
+    holes->add(m.boundary);
+    e->pti(holes);
+  }
+}
+
+// A polyline of twelve points in space.
+void make_copious_data(Maker& m) {
+  auto* e = m.styled(new (m.design) igs_coordinate_triples_entity);
+  auto* points = new (m.design) ListOfigs_coordinate(12);
+  for (int i = 0; i < 12; ++i) points->add(point(m, false));
+  e->coordinates(points);
+}
+
 // The kinds, with how many of each a group of entities holds. A new kind with parameter code
-// joins the model with one maker and one row here.
+// joins the model with one maker and one row here. The free-form geometry comes in the shares
+// of trimmed-surface files: curves, their composites, surfaces and their trimming.
 struct Kind {
   const char* name;
   unsigned per_group;
@@ -165,6 +304,12 @@ constexpr Kind kKinds[] = {
     {"plane", 1, make_plane},
     {"flash", 1, make_flash},
     {"subfigure definition", 1, make_subfigure_definition},
+    {"rational B-spline curve", 12, make_bspline_curve},
+    {"composite curve", 4, make_composite_curve},
+    {"rational B-spline surface", 2, make_bspline_surface},
+    {"curve on a parametric surface", 2, make_curve_on_surface},
+    {"trimmed surface", 2, make_trimmed_surface},
+    {"copious data", 1, make_copious_data},
 };
 
 }  // namespace

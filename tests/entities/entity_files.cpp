@@ -9,14 +9,32 @@
 
 namespace igeslib_test {
 
+// A parameter record cut after delimiters into pieces of at most 64 columns.
+static std::vector<std::string> p_lines(const std::string& parameters) {
+  std::vector<std::string> lines;
+  std::size_t start = 0;
+  while (parameters.size() - start > 64) {
+    std::size_t cut = parameters.find_last_of(",;", start + 63);
+    cut = cut == std::string::npos || cut < start ? start + 63 : cut;
+    lines.push_back(parameters.substr(start, cut + 1 - start));
+    start = cut + 1;
+  }
+  lines.push_back(parameters.substr(start));
+  return lines;
+}
+
 std::string iges_file(const std::vector<Entry>& entries) {
   IgesText text;
   text.S("entities").G("1H,,1H;,,,,,,,,,,,,,,,,,,,,,11;");
   int line = 1;
-  for (const Entry& entry : entries) text.DE(entry.type, entry.form, line++, 1);
+  for (const Entry& entry : entries) {
+    int lines = static_cast<int>(p_lines(entry.parameters).size());
+    text.DE(entry.type, entry.form, line, lines);
+    line += lines;
+  }
   int de = 1;
   for (const Entry& entry : entries) {
-    text.P(de, entry.parameters);
+    for (const std::string& piece : p_lines(entry.parameters)) text.P(de, piece);
     de += 2;
   }
   return text.T().str();

@@ -11,7 +11,8 @@
 
 namespace igeslib_test {
 
-// One entity of a file: its type and form, and its parameter record of one line.
+// One entity of a file: its type and form, and its parameter record (cut into P records of 64
+// columns after its delimiters).
 struct Entry {
   int type;
   int form;
