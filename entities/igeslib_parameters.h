@@ -72,10 +72,12 @@ L* igeslib_new_list(int count) {
 // A new array of the next n reals of the record, n checked by a count.
 inline ArrayOfDouble* igeslib_read_real_array(IgeslibIO* io, int n) {
   auto* values = new (LUMO.design()) ArrayOfDouble(igeslib_reserve(n));
-  for (int i = 0; i < n; ++i) {
-    auto at = static_cast<unsigned>(i);
-    if (at == values->capacity()) values->capacity(2 * at);
-    values->put(io->read_real(), at);
+  for (unsigned done = 0, all = n > 0 ? static_cast<unsigned>(n) : 0; done < all;) {
+    unsigned room = values->capacity();
+    unsigned next = room > done ? (room < all ? room : all) : (2 * done < all ? 2 * done : all);
+    if (!values->size(next, 0)) break;
+    double* slots = values->_data();
+    for (; done < next; ++done) slots[done] = io->read_real();
   }
   return values;
 }

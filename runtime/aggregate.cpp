@@ -34,21 +34,6 @@ LumoAggregate::~LumoAggregate() = default;
 void* LumoAggregate::_address() { return this; }
 LumoTypePtr& LumoAggregate::classType() { return lumotype_LumoAggregate; }
 
-unsigned LumoAggregate::width() const {
-  switch (kind_) {
-    case Elements::pointer:
-    case Elements::text:
-    case Elements::real:
-      return 8;
-    case Elements::integer:
-    case Elements::single:
-      return 4;
-    case Elements::boolean:
-      return 1;
-  }
-  return 8;
-}
-
 unsigned LumoAggregate::recordSize() { return width(); }
 
 // Element storage lives in the section of the aggregate (or in the runtime's
@@ -72,10 +57,12 @@ char LumoAggregate::capacity(unsigned n) { return _allocateElements(n); }
 // hold fill where the elements are numbers.
 char LumoAggregate::size(unsigned n, int fill) {
   if (n > capacity_ && !_allocateElements(n)) return 0;
-  if (fill < 0 && dynamic_cast<LumoEnumArray*>(this)) fill = -1;
+  // Asked once: a cast is dear, and arrays of reals grow here one element at a time.
+  const bool enumerators = kind_ == Elements::integer && dynamic_cast<LumoEnumArray*>(this);
+  if (fill < 0 && enumerators) fill = -1;
   for (unsigned i = size_; i < n; ++i) {
     std::memset(at(i), 0, width());
-    if (fill == -1 && kind_ == Elements::integer && dynamic_cast<LumoEnumArray*>(this)) {
+    if (fill == -1 && enumerators) {
       *reinterpret_cast<int*>(at(i)) = -1;
       continue;
     }
@@ -252,8 +239,7 @@ LumoTypePtr& LumoAggregate::slotType(LumoAttribute*, unsigned) {
 
 void LumoAggregate::display(unsigned indent, char deep) {
   LumoDomain* d = domain();
-  std::printf("%*s%s[%u]\n", static_cast<int>(indent), "", d && d->name() ? d->name() : "?",
-              size_);
+  std::printf("%*s%s[%u]\n", static_cast<int>(indent), "", d && d->name() ? d->name() : "?", size_);
   for (unsigned i = 0; i < size_; ++i) {
     std::printf("%*s  [%u] ", static_cast<int>(indent), "", i);
     switch (kind_) {
@@ -312,8 +298,8 @@ char LumoAggregate::isEqual(LumoObject* other, unsigned depth, char deep) {
   return 1;
 }
 
-void LumoAggregate::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned depth,
-                                 char deep, char seen) {
+void LumoAggregate::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned depth, char deep,
+                                 char seen) {
   LumoObject::_findObjects(target, out, 0, 0, seen);
   if (kind_ != Elements::pointer) return;
   LumoType& t = *slotType(nullptr, 0);

@@ -56,7 +56,17 @@ class LumoAggregate : public LumoObject {
   virtual char _allocateElements(unsigned n);
   // Element i as the bytes of one value; for text a char*.
   char* at(unsigned i) { return static_cast<char*>(elements_) + i * width(); }
-  unsigned width() const;
+  unsigned width() const {
+    switch (kind_) {
+      case Elements::integer:
+      case Elements::single:
+        return 4;
+      case Elements::boolean:
+        return 1;
+      default:
+        return 8;  // pointers, text and reals
+    }
+  }
   bool equalAt(unsigned i, const void* value) const;
   void storeAt(unsigned i, const void* value);  // text values are copied
   char insertAt(unsigned i, const void* value);
@@ -137,15 +147,13 @@ template <class T>
 struct LumoElementTraits;
 
 template <class T, LumoAggKind K, LumoTypePtr& Self, LumoTypePtr& Elem>
-class LumoTypedAggregate
-    : public std::conditional_t<K == LumoAggKind::array, LumoArray, LumoList> {
+class LumoTypedAggregate : public std::conditional_t<K == LumoAggKind::array, LumoArray, LumoList> {
   using Base = std::conditional_t<K == LumoAggKind::array, LumoArray, LumoList>;
   // Text goes in as const char* and is copied into the design.
   using In = std::conditional_t<std::is_same_v<T, char*>, const char*, T>;
 
  public:
-  explicit LumoTypedAggregate(unsigned capacity = 0)
-      : Base(LumoElementTraits<T>::kind, capacity) {
+  explicit LumoTypedAggregate(unsigned capacity = 0) : Base(LumoElementTraits<T>::kind, capacity) {
     this->unique_ = (K == LumoAggKind::set);
   }
   void* _address() override { return this; }
@@ -153,15 +161,11 @@ class LumoTypedAggregate
   LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
 
   // Appends (for a set: unless present); chains. Not for arrays.
-  LumoTypedAggregate& add(In value)
-    requires(K != LumoAggKind::array)
-  {
+  LumoTypedAggregate& add(In value) requires(K != LumoAggKind::array) {
     if (!this->unique_ || find(value) == ~0u) this->insertAt(this->size_, &value);
     return *this;
   }
-  LumoTypedAggregate& addIfAbsent(In value)
-    requires(K != LumoAggKind::array)
-  {
+  LumoTypedAggregate& addIfAbsent(In value) requires(K != LumoAggKind::array) {
     if (find(value) == ~0u) this->insertAt(this->size_, &value);
     return *this;
   }
@@ -221,11 +225,11 @@ struct LumoElementTraits<char> {
 // Aggregates of runtime objects: the element is a LumoObject pointer and reads
 // follow the delayed-reference rule.
 template <class X, LumoAggKind K, LumoTypePtr& Self, LumoTypePtr& Elem>
-class LumoObjectAggregate : public std::conditional_t<
-                                K == LumoAggKind::array, LumoPtrArray,
-                                std::conditional_t<K == LumoAggKind::set, LumoPtrSet,
-                                                   std::conditional_t<K == LumoAggKind::bag,
-                                                                      LumoPtrBag, LumoPtrList>>> {
+class LumoObjectAggregate
+    : public std::conditional_t<
+          K == LumoAggKind::array, LumoPtrArray,
+          std::conditional_t<K == LumoAggKind::set, LumoPtrSet,
+                             std::conditional_t<K == LumoAggKind::bag, LumoPtrBag, LumoPtrList>>> {
   using Base = std::conditional_t<
       K == LumoAggKind::array, LumoPtrArray,
       std::conditional_t<K == LumoAggKind::set, LumoPtrSet,
@@ -238,15 +242,11 @@ class LumoObjectAggregate : public std::conditional_t<
   LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
 
   // An array has fixed places: it is stored into with put, never appended to.
-  LumoObjectAggregate& add(X* value)
-    requires(K != LumoAggKind::array)
-  {
+  LumoObjectAggregate& add(X* value) requires(K != LumoAggKind::array) {
     this->_add(value, Elem);
     return *this;
   }
-  LumoObjectAggregate& addIfAbsent(X* value)
-    requires(K != LumoAggKind::array)
-  {
+  LumoObjectAggregate& addIfAbsent(X* value) requires(K != LumoAggKind::array) {
     this->_addIfAbsent(value, Elem);
     return *this;
   }
@@ -259,9 +259,7 @@ class LumoObjectAggregate : public std::conditional_t<
     return *this;
   }
   // Inserts before i (at the end past it).
-  LumoObjectAggregate& insert(X* value, unsigned i)
-    requires(K != LumoAggKind::array)
-  {
+  LumoObjectAggregate& insert(X* value, unsigned i) requires(K != LumoAggKind::array) {
     this->insertAt(i, &value);
     return *this;
   }
@@ -282,17 +280,17 @@ class LumoObjectAggregate : public std::conditional_t<
 };
 
 // One named class per aggregate, so that applications can forward-declare it.
-#define LUMO_AGGREGATE_CLASS(Name, Template, T, KIND, Elem)          \
-  class Name : public Template<T, KIND, lumotype_##Name, Elem> {     \
-   public:                                                           \
-    using Template<T, KIND, lumotype_##Name, Elem>::Template;        \
+#define LUMO_AGGREGATE_CLASS(Name, Template, T, KIND, Elem)      \
+  class Name : public Template<T, KIND, lumotype_##Name, Elem> { \
+   public:                                                       \
+    using Template<T, KIND, lumotype_##Name, Elem>::Template;    \
   };
-#define LUMO_AGGREGATE_FAMILY(K, KIND)                                                          \
-  LUMO_AGGREGATE_CLASS(K##Integer, LumoTypedAggregate, int, KIND, lumotype_int)               \
-  LUMO_AGGREGATE_CLASS(K##Double, LumoTypedAggregate, double, KIND, lumotype_double)          \
-  LUMO_AGGREGATE_CLASS(K##Float, LumoTypedAggregate, float, KIND, lumotype_float)             \
-  LUMO_AGGREGATE_CLASS(K##String, LumoTypedAggregate, char*, KIND, lumotype_LumoSTR)          \
-  LUMO_AGGREGATE_CLASS(K##Boolean, LumoTypedAggregate, char, KIND, lumotype_LumoBoolean)      \
+#define LUMO_AGGREGATE_FAMILY(K, KIND)                                                   \
+  LUMO_AGGREGATE_CLASS(K##Integer, LumoTypedAggregate, int, KIND, lumotype_int)          \
+  LUMO_AGGREGATE_CLASS(K##Double, LumoTypedAggregate, double, KIND, lumotype_double)     \
+  LUMO_AGGREGATE_CLASS(K##Float, LumoTypedAggregate, float, KIND, lumotype_float)        \
+  LUMO_AGGREGATE_CLASS(K##String, LumoTypedAggregate, char*, KIND, lumotype_LumoSTR)     \
+  LUMO_AGGREGATE_CLASS(K##Boolean, LumoTypedAggregate, char, KIND, lumotype_LumoBoolean) \
   LUMO_AGGREGATE_CLASS(K##LumoObject, LumoObjectAggregate, LumoObject, KIND, lumotype_LumoObject)
 LUMO_AGGREGATE_FAMILY(ListOf, LumoAggKind::list)
 LUMO_AGGREGATE_FAMILY(ArrayOf, LumoAggKind::array)
