@@ -113,7 +113,7 @@ void LumoAggregate::storeAt(unsigned i, const void* value) {
 char LumoAggregate::insertAt(unsigned i, const void* value) {
   if (i > size_) i = size_;
   if (size_ == capacity_ && !_allocateElements(capacity_ < 4 ? 4 : capacity_ * 2)) return 0;
-  std::memmove(at(i + 1), at(i), static_cast<std::size_t>(size_ - i) * width());
+  if (i < size_) std::memmove(at(i + 1), at(i), static_cast<std::size_t>(size_ - i) * width());
   ++size_;
   storeAt(i, value);
   return 1;

@@ -243,7 +243,11 @@ class LumoObjectAggregate
 
   // An array has fixed places: it is stored into with put, never appended to.
   LumoObjectAggregate& add(X* value) requires(K != LumoAggKind::array) {
-    this->_add(value, Elem);
+    // An X* is of the element class already: only a set has more to do than append.
+    if constexpr (K == LumoAggKind::set)
+      this->_add(value, Elem);
+    else
+      this->insertAt(this->size_, &value);
     return *this;
   }
   LumoObjectAggregate& addIfAbsent(X* value) requires(K != LumoAggKind::array) {
