@@ -52,7 +52,12 @@ std::unique_ptr<char[]> give_buffer(FILE* stream, std::size_t bytes) {
   return buffer;
 }
 
+// What was wrong with the damaged last record that the latest read accepted.
+const char* last_damaged_end = nullptr;
+
 }  // namespace
+
+const char* igeslib_damaged_end() { return last_damaged_end; }
 
 igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
   if (!stream) return nullptr;
@@ -78,6 +83,7 @@ igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
     result = this;
   });
   if (!completed) result = nullptr;
+  last_damaged_end = filer.damaged_end;
 
   directory_populated = 0;
   filer_ = nullptr;

@@ -38,6 +38,11 @@ IgeslibLimits& igeslib_limits() {
   return limits;
 }
 
+IgeslibReadSettings& igeslib_read_settings() {
+  static IgeslibReadSettings settings;
+  return settings;
+}
+
 bool igeslib_catch_skip(void (*body)(void* context), void* context) {
   try {
     body(context);

@@ -43,6 +43,23 @@ struct IgeslibLimits {
 };
 IgeslibLimits& igeslib_limits();
 
+// Files whose last record is damaged: some writers leave the Terminate record's sequence field
+// blank, or end the file without the last record's line end, after every entity has been
+// written. By default such a record ends the read as a fatal error, like any other record that
+// can't be understood. With accept_damaged_end on, a fault of a record that is recognisably the
+// Terminate record (section letter T beyond the parameter data columns) is reported as usual
+// and the record is then taken as the Terminate record: the read completes, and counts on it
+// that can't be read are reported as mismatches. A fault of any other record, a file that ends
+// before its Terminate record among them, still ends the read. A read takes the setting as it
+// stands when it starts.
+struct IgeslibReadSettings {
+  bool accept_damaged_end = false;
+};
+IgeslibReadSettings& igeslib_read_settings();
+// What was wrong with the damaged last record that the latest read accepted (the first fault
+// if there were several); null when it accepted none.
+const char* igeslib_damaged_end();
+
 struct IgeslibIO {
   IgeslibIO();
   ~IgeslibIO();
@@ -83,6 +100,8 @@ struct IgeslibIO {
   unsigned long entity_items_past_end = 0;  // of the entity being read
   unsigned long read_items_past_end = 0;    // of the whole read
   bool in_entity = false;                   // an entity's parameters are being read
+  bool accept_damaged_end = igeslib_read_settings().accept_damaged_end;
+  const char* damaged_end = nullptr;  // the first fault of a damaged last record accepted
 
   // --- records ---
   // Brings the next record into line and finds its section letter, sequence number and (for
@@ -97,6 +116,10 @@ struct IgeslibIO {
   void report_error(const char* message, int column);
   // Ends the current read at once; the read driver's igeslib_catch_abort answers false.
   [[noreturn]] void abort_read();
+  // A record that can't be understood: reported, then the read ends, save when the record is
+  // a damaged Terminate record and those are accepted: then it returns with the record taken
+  // as the Terminate record, and what (or message) is noted as what was wrong with it.
+  void record_fault(const char* message, int column, const char* what = nullptr);
   // Adds the text of each S record (72 columns) to list. Null when there was no S record.
   IgeslibIO* read_start_section(ListOfString* list);
   // Compares the counts of the T record with the records read; reports only.

@@ -26,6 +26,7 @@ inline int next_char(FILE* fp) { return std::getc(fp); }
 // Plain ASCII classes; a byte above 127 is neither.
 inline bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+inline bool is_control(char c) { return (c >= 0 && c < ' ') || c == 127; }
 
 // A card image is 80 columns; until a line end has been met, that is what ends a record.
 constexpr int kCardLength = 80;
@@ -179,10 +180,10 @@ void IgeslibIO::read_record() {
   line[line_length] = '\0';
   column = 0;
 
-  if (at_end) {
-    report_error("Error while reading IGES file, or premature EOF", -1);
-    abort_read();
-  }
+  // A last record that is whole but for its line end goes on to its fields when accepted.
+  if (at_end)
+    record_fault("Error while reading IGES file, or premature EOF", -1,
+                 "the file ends inside it, without a line end");
   if (line_length < kCardLength) report_error("Short record length in IGES file", -1);
   if (line_length > kCardLength) report_error("Long record length in IGES file", -1);
   if (line_length == 0) {
@@ -201,9 +202,11 @@ void IgeslibIO::read_record() {
   Scan state = Scan::trailing;
   int seq_start = 0, seq_end = 0, de_start = 0, de_end = 0, flag_col = 0;
   char flag = '\0';  // the letter found on this record
-  auto fatal = [this](const char* message, int at) {
-    report_error(message, at);
-    abort_read();
+  bool faulted = false;
+  auto fatal = [&](const char* message, int at) {
+    record_fault(message, at);
+    faulted = true;
+    state = Scan::done;  // only when the record was accepted as a damaged Terminate record
   };
   for (int i = line_length - 1; i >= 0 && state != Scan::done;) {
     char c = line[i];
@@ -280,6 +283,8 @@ void IgeslibIO::read_record() {
     }
   }
 
+  if (faulted) return;
+
   if (line_length == kCardLength && (flag_col != 72 || seq_start < 73 || seq_end > 79 ||
                                      (flag == 'P' && (de_start < 65 || de_end > 71)))) {
     report_error("Sequence fields are misaligned", flag_col);
@@ -288,10 +293,14 @@ void IgeslibIO::read_record() {
   auto field_value = [&](int start, int end, int* value) {
     return igeslib_scan_int(line + start, std::min(end - start + 1, 15), value);
   };
-  if (!field_value(seq_start, seq_end, &sequence_number))
+  if (!field_value(seq_start, seq_end, &sequence_number)) {
     fatal("Invalid sequence number", seq_start);
-  if (flag == 'P' && !field_value(de_start, de_end, &back_pointer))
+    return;
+  }
+  if (flag == 'P' && !field_value(de_start, de_end, &back_pointer)) {
     fatal("Invalid DE pointer", de_start);
+    return;
+  }
   end_column = flag_col - 1;
   if (flag == 'P') {
     int last = de_start - 1;
@@ -302,6 +311,29 @@ void IgeslibIO::read_record() {
       report_error("Parameter data extends beyond column 64", last);
     }
   }
+}
+
+namespace {
+
+// The column of the section letter of a record that is recognisably the Terminate record
+// whatever its other fields: the last character that is not a blank, a digit or a control
+// character is a T, and stands beyond the parameter data columns (1-64). -1 for any other
+// record.
+int terminate_letter(const char* line, int length) {
+  int i = length - 1;
+  while (i >= 0 && (is_space(line[i]) || is_digit(line[i]) || is_control(line[i]))) --i;
+  return i >= 64 && line[i] == 'T' ? i : -1;
+}
+
+}  // namespace
+
+void IgeslibIO::record_fault(const char* message, int col, const char* what) {
+  report_error(message, col);
+  int letter = accept_damaged_end ? terminate_letter(line, line_length) : -1;
+  if (letter < 0) abort_read();
+  if (!damaged_end) damaged_end = what ? what : message;
+  f_rec_section = 'T';
+  end_column = letter - 1;
 }
 
 namespace {

@@ -14,12 +14,16 @@
 namespace {
 
 const char kUsageText[] =
-    "Usage: iges-info FILE\n"
+    "Usage: iges-info FILE [--strict-end]\n"
     "Reads an IGES file and prints the chief values of its Global section, its entities\n"
     "counted by type and form with the class of each, and the number of reports the read\n"
     "gave (the reports themselves go to standard error).\n"
+    "A damaged last record (a Terminate record whose fields can't be read, or one cut off\n"
+    "by the end of the file) is reported and the file read whole; with --strict-end it is a\n"
+    "fatal error.\n"
     "Exit status: 0 the file was read to its end, 1 the read stopped at a fatal error,\n"
-    "2 bad arguments or a file that can't be opened.\n";
+    "2 bad arguments or a file that can't be opened, 3 the file was read to its end but its\n"
+    "last record was damaged.\n";
 
 // "title: value", or "title:" alone when the value is absent or empty.
 void field(const char* title, const char* value) {
@@ -104,24 +108,38 @@ void print_entities(igs_iges_file* file) {
 
 int main(int argc, char** argv) {
   using namespace igeslib_tools;
-  if (argc == 2 && (std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0)) {
-    std::fputs(kUsageText, stdout);
-    return kCompleted;
+  const char* path = nullptr;
+  bool strict_end = false;
+  for (int i = 1; i < argc; ++i) {
+    const char* arg = argv[i];
+    if (argc == 2 && (std::strcmp(arg, "--help") == 0 || std::strcmp(arg, "-h") == 0)) {
+      std::fputs(kUsageText, stdout);
+      return kCompleted;
+    }
+    if (std::strcmp(arg, "--strict-end") == 0) {
+      strict_end = true;
+    } else if ((arg[0] == '-' && arg[1] != '\0') || path) {
+      std::fputs(kUsageText, stderr);
+      return kUsage;
+    } else {
+      path = arg;
+    }
   }
-  if (argc != 2 || (argv[1][0] == '-' && argv[1][1] != '\0')) {
+  if (!path) {
     std::fputs(kUsageText, stderr);
     return kUsage;
   }
-  const char* path = argv[1];
   Session session("iges-info");
-  int status = session.read(path);
+  int status = session.read(path, strict_end);
   if (status == kUsage) return status;
 
   igs_iges_file* file = session.file();
   std::printf("File: %s\n", path);
   if (igs_global* global = file->global_section()) print_global(global);
   print_entities(file);
-  std::printf("Read: %s\n", status == kCompleted ? "completed" : "stopped at a fatal error");
+  std::printf("Read: %s\n", status == kFatal        ? "stopped at a fatal error"
+                            : status == kDamagedEnd ? "completed, last record damaged"
+                                                    : "completed");
   std::printf("Reports: %lu\n", session.reports());
   return status;
 }

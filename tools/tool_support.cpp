@@ -7,6 +7,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "igeslib_io.h"
+
 namespace igeslib_tools {
 
 namespace {
@@ -65,7 +67,7 @@ void Session::complain(const char* text, const char* path) const {
   std::fprintf(stderr, "%s: %s: %s\n", program_, path, text);
 }
 
-int Session::read(const char* path) {
+int Session::read(const char* path, bool strict_end) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) {
     complain("is a directory", path);
@@ -76,10 +78,17 @@ int Session::read(const char* path) {
     complain(std::strerror(errno), path);
     return kUsage;
   }
+  igeslib_read_settings().accept_damaged_end = !strict_end;
   igs_iges_file* result = file_->read(in, 0);
   std::fclose(in);
   end_progress();
-  return result ? kCompleted : kFatal;
+  if (!result) return kFatal;
+  if (const char* fault = igeslib_damaged_end()) {
+    std::fprintf(stderr, "%s: %s: last record damaged (%s); the model was read whole\n", program_,
+                 path, fault);
+    return kDamagedEnd;
+  }
+  return kCompleted;
 }
 
 int Session::write(const char* path, bool zero_as_default) {

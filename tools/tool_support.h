@@ -8,9 +8,10 @@
 namespace igeslib_tools {
 
 // Exit statuses of the tools.
-constexpr int kCompleted = 0;  // the file was read to its end (reports or not)
-constexpr int kFatal = 1;      // the read stopped at a fatal error
-constexpr int kUsage = 2;      // bad arguments, or a file that can't be opened
+constexpr int kCompleted = 0;   // the file was read to its end (reports or not)
+constexpr int kFatal = 1;       // the read stopped at a fatal error
+constexpr int kUsage = 2;       // bad arguments, or a file that can't be opened
+constexpr int kDamagedEnd = 3;  // read to its end, but its last record was damaged
 
 class Session {
  public:
@@ -20,8 +21,10 @@ class Session {
   Session& operator=(const Session&) = delete;
 
   // Reads path, not strict, into the file object: kCompleted, kFatal, or kUsage (said on
-  // standard error) when the file can't be opened.
-  int read(const char* path);
+  // standard error) when the file can't be opened. A damaged last record is accepted, and
+  // said on standard error with kDamagedEnd, unless strict_end asks for the library's
+  // default, which stops the read there.
+  int read(const char* path, bool strict_end);
   // Writes the design to path: kCompleted, or kUsage (said) when it can't be written.
   int write(const char* path, bool zero_as_default);
 

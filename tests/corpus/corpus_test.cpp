@@ -183,6 +183,22 @@ TEST(Corpus, EveryFileReadsToTheEndWithTheRegistrysClasses) {
   }
 }
 
+TEST(Corpus, FatalFilesReadWholeWithTheirDamagedEndAccepted) {
+  std::vector<std::filesystem::path> files = corpus_files();
+  if (files.empty()) GTEST_SKIP() << "../shared/corpus is absent: corpus checks skipped";
+  for (const auto& path : files) {
+    if (!kFatalFiles.count(path.filename().string())) continue;
+    SCOPED_TRACE(path.filename().string());
+    std::string bytes = contents(path);
+    igeslib_read_settings().accept_damaged_end = true;
+    FileRead read(bytes, 0, false);
+    igeslib_read_settings() = IgeslibReadSettings{};
+    ASSERT_EQ(read.result, read.file);
+    EXPECT_NE(igeslib_damaged_end(), nullptr);
+    EXPECT_EQ(read.file->directory_entries()->size(), directory_pairs(bytes).size());
+  }
+}
+
 // Files whose second read can't be like the first, and why.
 const std::map<std::string, std::string> kNoFixpoint = {
     {"safeholes__test.igs", "the first read stops: the last record has no line end"},

@@ -92,6 +92,57 @@ TEST(ReadDriver, FatalErrorInParametersKeepsWhatWasMade) {
   EXPECT_NE(read.errors().back().find("premature EOF"), std::string::npos);
 }
 
+// A damaged last record ends the read by default. Accepted, it is reported the same and the
+// read completes, when the record is recognisably the Terminate record.
+TEST(ReadDriver, DamagedLastRecordIsFatalUnlessAccepted) {
+  struct Accept {
+    ~Accept() { igeslib_read_settings() = IgeslibReadSettings{}; }
+  } restore;
+  std::string body = IgesText().S("s").G(kGlobal).DE(116, 0).P(1, "116,1.,2.,3.;").str();
+  std::string t = igeslib_test::record('T', 1, igeslib_test::terminate_text(1, 1, 2, 1));
+  std::string blank = t.substr(0, 73) + std::string(7, ' ');
+  const char* eof = "6:1 Error while reading IGES file, or premature EOF";
+  struct Case {
+    const char* name;
+    std::string bytes;
+    Errors errors;        // with the setting on; off, the first of them ends the read
+    const char* damaged;  // null: fatal either way
+  } cases[] = {
+      {"blank sequence field",
+       body + blank + "\n",
+       {"6:73 Invalid sequence number"},
+       "Invalid sequence number"},
+      {"no line end", body + t, {eof}, "the file ends inside it, without a line end"},
+      {"no line end, blank sequence field and count",
+       body + "S" + std::string(7, ' ') + blank.substr(8),
+       {eof, "6:73 Invalid sequence number",
+        "6:1 parse_terminate: start section was not the correct length"},
+       "the file ends inside it, without a line end"},
+      {"cut inside the P section",
+       body.substr(0, body.size() - 20),
+       {"5:1 Error while reading IGES file, or premature EOF"},
+       nullptr},
+      {"no Terminate record", body, {eof}, nullptr},
+  };
+  for (const Case& c : cases) {
+    for (bool accept : {false, true}) {
+      SCOPED_TRACE(std::string(c.name) + (accept ? ", accepted" : ""));
+      igeslib_read_settings().accept_damaged_end = accept;
+      FileRead read(c.bytes);
+      bool completes = accept && c.damaged;
+      EXPECT_EQ(read.result, completes ? read.file : nullptr);
+      EXPECT_EQ(read.errors(), completes ? c.errors : Errors{c.errors[0]});
+      if (completes) {
+        EXPECT_STREQ(igeslib_damaged_end(), c.damaged);
+        ASSERT_NE(read.entity<igs_point_entity>(0), nullptr);
+        EXPECT_EQ(read.entity<igs_point_entity>(0)->z(), 3.0);
+      } else {
+        EXPECT_EQ(igeslib_damaged_end(), nullptr);
+      }
+    }
+  }
+}
+
 TEST(ReadDriver, UnloadableGlobalIsReplacedOnReadAndWrite) {
   ScratchDesign design("global");
   LUMO.useDesign(design);

@@ -136,6 +136,18 @@ def with_record(data, letter, number, change):
     return b"\n".join(lines)
 
 
+def damaged_ends(sample):
+    """(name, file, what iges-info says was wrong or None when the read must stop) for the
+    sample with a damaged end."""
+    blank_sequence = with_record(sample, b"T", 1, lambda r: r[:73] + b" " * 7)
+    no_line_end = "the file ends inside it, without a line end"
+    return [
+        ("blank sequence field", blank_sequence, "Invalid sequence number"),
+        ("last record without a line end", sample.rstrip(b"\n"), no_line_end),
+        ("cut inside the P section", sample[: sample.index(b"P      2\n") - 30], None),
+    ]
+
+
 def parameter_tokens(data):
     """The parameters of every P record's free-form columns, entity by entity."""
     text = b"".join(r[:64] for r in records(data) if r[72:73] == b"P").decode()
@@ -210,13 +222,29 @@ class IgesInfoTest(ToolTestCase):
         self.assertGreaterEqual(int(info.fields["Reports"]), 1)
         self.assertIn("IGES record:", result.stderr)
 
-    def test_fatal_read(self):
-        # The last record has no line end while the others have one: the file ends early.
-        info, result = self.info(self.file("cut.igs", self.sample.rstrip(b"\n")), status=1)
-        self.assertEqual(info.fields["Read"], "stopped at a fatal error")
-        self.assertGreaterEqual(int(info.fields["Reports"]), 1)
-        # What was read before the stop is still shown.
-        self.assertEqual(info.fields["System id"], "igeslib")
+    def test_damaged_ends(self):
+        for name, data, fault in damaged_ends(self.sample):
+            for strict in (False, True):
+                with self.subTest(name, strict=strict):
+                    path = self.file("damaged.igs", data)
+                    damaged = fault and not strict
+                    args = [path, "--strict-end"] if strict else [path]
+                    result = run(IGES_INFO, *args)
+                    self.assertEqual(result.returncode, 3 if damaged else 1, result.stderr)
+                    info = Info(result.stdout)
+                    self.assertEqual(int(info.fields["Reports"]), reports_in(result.stderr))
+                    # What was read before a stop is still shown.
+                    self.assertEqual(info.fields["System id"], "igeslib")
+                    if damaged:
+                        self.assertEqual(info.fields["Read"], "completed, last record damaged")
+                        self.assertEqual(info.rows, SAMPLE_ROWS)
+                        self.assertIn(
+                            f"iges-info: {path}: last record damaged ({fault}); "
+                            "the model was read whole\n",
+                            result.stderr,
+                        )
+                    else:
+                        self.assertEqual(info.fields["Read"], "stopped at a fatal error")
 
     def test_arguments(self):
         missing = self.dir / "no such file.igs"
@@ -263,12 +291,21 @@ class IgesCopyTest(ToolTestCase):
         self.assertEqual(run(IGES_COPY, zeros, back).returncode, 0)
         self.assertEqual(back.read_bytes(), self.sample)
 
-    def test_fatal_read_writes_nothing(self):
+    def test_damaged_ends(self):
+        # A damaged end is copied with a correct Terminate record; a fatal read writes nothing.
         out = self.dir / "out.igs"
-        result = run(IGES_COPY, self.file("cut.igs", self.sample.rstrip(b"\n")), out)
-        self.assertEqual(result.returncode, 1)
-        self.assertFalse(out.exists())
-        self.assertGreaterEqual(reports_in(result.stderr), 1)
+        for name, data, fault in damaged_ends(self.sample):
+            for strict in (False, True):
+                with self.subTest(name, strict=strict):
+                    damaged = fault and not strict
+                    args = [self.file("damaged.igs", data), out]
+                    result = run(IGES_COPY, *args, *(["--strict-end"] if strict else []))
+                    self.assertEqual(result.returncode, 3 if damaged else 1, result.stderr)
+                    self.assertGreaterEqual(reports_in(result.stderr), 1)
+                    if damaged:
+                        self.assertEqual(out.read_bytes(), self.sample)
+                        out.unlink()
+                    self.assertFalse(out.exists())
 
     def test_arguments_and_paths(self):
         out = self.dir / "out.igs"
@@ -317,22 +354,21 @@ class CorpusTest(ToolTestCase):
         for path in self.files:
             with self.subTest(path.name):
                 data = path.read_bytes()
-                # A last record without its line end, when the others have one, ends the read.
+                # A last record without its line end, when the others have one, is a damaged
+                # end: the read completes with its own status.
                 last = data.replace(b"\r", b"\n").rpartition(b"\n")[2]
-                fatal = b"\n" in data and len(last) >= 73
+                damaged = b"\n" in data and len(last) >= 73
                 status, stdout, reports = run_counting_reports(IGES_INFO, path)
-                self.assertEqual(status, 1 if fatal else 0)
+                self.assertEqual(status, 3 if damaged else 0)
                 info = Info(stdout)
                 self.assertEqual(int(info.fields["Reports"]), reports)
-                if fatal:
-                    continue
                 pairs = directory_pairs(data)
                 self.assertEqual(int(info.fields["Total entities"]), len(pairs))
                 self.assertEqual(info.by_type(), collections.Counter(t for t, _ in pairs))
 
                 out = self.dir / path.name
                 status, stdout = run_quietly(IGES_COPY, path, out)
-                self.assertEqual(status, 0)
+                self.assertEqual(status, 3 if damaged else 0)
                 self.assertRegex(stdout.splitlines()[-1], f" {len(pairs)} entities, ")
                 status, stdout = run_quietly(IGES_INFO, out)
                 self.assertEqual(Info(stdout).rows, info.rows)
