@@ -42,6 +42,28 @@ S* igeslib_read_select(IgeslibIO* io, bool guarded) {
   return select;
 }
 
+// A select of a value or a definition read with the rule of negative pointers: n below 0 names
+// the definition at place ~n / 2 of the file (no choice when it is of no class of the select);
+// any other n is the value, set by set_value.
+template <class S, class F>
+S* igeslib_read_negative_select(IgeslibIO* io, F set_value) {
+  int n = io->read_int();
+  auto* select = new (LUMO.design()) S;
+  if (n < 0)
+    select->choose_entity(igeslib_file_entity(2 * (~n / 2) + 1));
+  else
+    set_value(select, n);
+  return select;
+}
+
+// Its writer: a definition as the negative of its DE number, a value as it stands (value()),
+// no select as 0.
+template <class S, class F>
+void igeslib_write_negative_select(IgeslibIO* io, S* select, F value) {
+  igs_directory_entry* definition = select ? select->entity() : nullptr;
+  io->write_int(definition ? -definition->de_number : select ? value(select) : 0);
+}
+
 // The entity that a select holds, null for none.
 template <class S>
 igs_directory_entry* igeslib_select_entity(S* select) {

@@ -1,30 +1,37 @@
-// Parameter data of the definition entities.
+// The hand-written step of the text display templates: their font select defaults and drops
+// the sign of a definition, unlike the font selects of notes and fonts.
 #include "../igeslib_parameters.h"
 
-// 308: depth, name, then a counted list of pointers to the subfigure's members.
-void igs_subfigure_definition_entity::pdread() {
-  IgeslibIO* io = igeslib_filer();
-  if (!io) return;
-  depth(io->read_int());
-  name(io->read_string());
-  int n = io->count(io->read_int());
-  auto* members = new (LUMO.design()) ListOfigs_directory_entry(io->capacity_hint(n));
-  de(members);
-  for (int i = 0; i < n; ++i) members->add(igeslib_read_list_pointer<igs_directory_entry>(io));
+namespace {
+
+// 0 or an empty parameter is font 1; a negative number names a definition.
+igs_font_code* read_template_font(IgeslibIO* io) {
+  return igeslib_read_negative_select<igs_font_code>(
+      io, [](igs_font_code* font, int n) { font->_int_val(n == 0 ? 1 : n); });
 }
 
-// A member that names no entity is left out, from the count as well: written as 0 it would
-// come back as the first entity of the file.
-void igs_subfigure_definition_entity::pdwrite() {
-  IgeslibIO* io = igeslib_filer();
-  if (!io) return;
-  io->write_int(depth());
-  io->write_string(name());
-  ListOfigs_directory_entry* members = de();
-  unsigned size = members ? members->size() : 0;
-  int present = 0;
-  for (unsigned i = 0; i < size; ++i) present += (*members)[i] != nullptr;
-  io->write_int(present);
-  for (unsigned i = 0; i < size; ++i)
-    if (igs_directory_entry* member = (*members)[i]) igeslib_write_pointer(io, member);
+// A definition is written as its DE number with no sign (so it reads back as a font code);
+// font 0 as 1.
+void write_template_font(IgeslibIO* io, igs_font_code* font) {
+  igs_directory_entry* definition = font ? font->entity() : nullptr;
+  int code = font && font->is_int_val() ? font->_int_val() : 0;
+  io->write_int(definition ? definition->de_number : code == 0 ? 1 : code);
+}
+
+}  // namespace
+
+void igs_absolute_text_display_template_entity::pdread_fc(IgeslibIO* io) {
+  fc(read_template_font(io));
+}
+
+void igs_absolute_text_display_template_entity::pdwrite_fc(IgeslibIO* io) {
+  write_template_font(io, fc());
+}
+
+void igs_incremental_text_display_template_entity::pdread_fc(IgeslibIO* io) {
+  fc(read_template_font(io));
+}
+
+void igs_incremental_text_display_template_entity::pdwrite_fc(IgeslibIO* io) {
+  write_template_font(io, fc());
 }

@@ -213,6 +213,17 @@ def step_type(model, type_):
     return e.kind
 
 
+def value_choice(model, type_):
+    """The first choice of a select that holds an integer or an enumerator, or None."""
+    e = model.entries.get(type_)
+    if e is None or e.kind != "select":
+        return None
+    for choice, t in e.choices:
+        if t == "int" or type_kind(model, t, False) == "enum":
+            return choice
+    return None
+
+
 def element_type(type_):
     """The element of an aggregate type, with the runtime's plain elements as plain names."""
     _, element = aggregate_parts(type_)
@@ -264,6 +275,13 @@ def check_steps(model, owner, steps, names, derived, element, top):
                 raise ModelError("%s: the step %s of %s needs %s, not %s"
                                  % (where, " ".join([s.kind] + ([s.name] if s.name else [])), owner,
                                     " or ".join(STEP_TYPES[s.kind]), have))
+        elif s.kind == "F":
+            a = names.get(s.name)
+            if a is None or value_choice(model, a.type) is None or \
+                    step_type(model, a.type) != "reference":
+                raise ModelError("%s: F %s of %s needs a select of a value and an entity"
+                                 % (where, s.name, owner))
+            named.add(s.name)
         elif s.kind == "C":
             if s.name not in derived:
                 raise ModelError("%s: C %s of %s is no derived member"

@@ -2,7 +2,7 @@
 from the one list of steps, so that reader and writer cannot drift apart."""
 
 from .model import ModelError
-from .check import all_attributes, element_type, step_type
+from .check import all_attributes, element_type, step_type, value_choice
 from .emit_classes import Writer, cxx_type
 
 PARAMETER_SOURCE = "igeslib_parameter_code.cpp"
@@ -91,6 +91,12 @@ def read_steps(w, scope, steps, indent):
         if s.kind in READ_VALUE or s.kind in ("P?", "P!"):
             a = scope.attribute(s.name)
             w("%s%s%s(%s);", pad, t, a.spelling, read_value(model, s.kind, a.type))
+        elif s.kind == "F":
+            a = scope.attribute(s.name)
+            w("%s%s%s(igeslib_read_negative_select<%s>(io, [](%s* select, int n) {", pad, t,
+              a.spelling, a.type, a.type)
+            w("%s  select->%s(n);", pad, value_choice(model, a.type))
+            w("%s}));", pad)
         elif s.kind == "C":
             w("%sio->read_int();  // %s is computed", pad, s.name)
         elif s.kind == "D":
@@ -144,6 +150,14 @@ def write_steps(w, scope, steps, indent):
         if s.kind in WRITE_CALL or s.kind in ("P?", "P!"):
             a = scope.attribute(s.name)
             w("%s%s", pad, write_value(model, s.kind, a.type, "%s%s()" % (t, a.spelling)))
+        elif s.kind == "F":
+            a = scope.attribute(s.name)
+            choice = value_choice(model, a.type)
+            w("%sigeslib_write_negative_select(io, %s%s(), [](%s* select) {", pad, t, a.spelling,
+              a.type)
+            w("%s  return select->is%s() ? static_cast<int>(select->%s()) : 0;", pad, choice,
+              choice)
+            w("%s});", pad)
         elif s.kind == "C":
             w("%sio->write_int(%s%s());", pad, t, s.name)
         elif s.kind == "D":

@@ -188,7 +188,7 @@ def split_steps(text, where):
 
 
 LAYOUT_STEPS = [
-    (re.compile(r"(I|R|S|L|X|C|P\?|P!)(?:\s+(%s))?" % IDENT), "one"),
+    (re.compile(r"(I|R|S|L|X|C|F|P\?|P!)(?:\s+(%s))?" % IDENT), "one"),
     (re.compile(r"D\((-?\d+(?:\.\d*)?)\)"), "D"),
     (re.compile(r"N\((%s)\)\s*(?:\{(.*)\})?" % IDENT), "N"),
     (re.compile(r"form\s*=\s*(-?\d+)\s*\{(.*)\}"), "form"),

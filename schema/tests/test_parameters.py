@@ -23,6 +23,7 @@ abstract entity igs_directory_entry
 abstract entity igs_geometric_entity : igs_directory_entry
   line_font: int
 select igs_either: igs_geometric_entity, _n: int
+select igs_only: igs_geometric_entity
 structure igs_point
   x, y, z: double; next: igs_geometric_entity; names: ListOfString
   derived nc = length(label)
@@ -31,15 +32,16 @@ aggregate ListOfigs_point, ListOfigs_geometric_entity, ListOfigs_either
 entity igs_thing : igs_geometric_entity
   directory 999 form=a forms=0..1 fields=.F...... status=----
 """
-# Line 15 holds the layout; what follows it are the attributes of igs_thing.
+# Line 16 holds the layout; what follows it are the attributes of igs_thing.
 ATTRIBUTES = """
   form: int
   k: int; f: igs_flag; r: double; s: string; on: bool; at: igs_geometric_entity
-  pick: igs_either; points: ListOfigs_point; members: ListOfigs_geometric_entity
+  pick: igs_either; font: igs_either; only: igs_only
+  points: ListOfigs_point; members: ListOfigs_geometric_entity
   picks: ListOfigs_either; reals: ArrayOfDouble
   derived n = size(points)
 """
-PLAIN = ("I k, I f, R r, S s, L on, P? at, P! pick, N(points), X k, "
+PLAIN = ("I k, I f, R r, S s, L on, P? at, P! pick, F font, P? only, N(points), X k, "
          "points{R x, R y, N(names){S}}, N(members){P!}, N(picks){P!}, N(reals){R}, "
          "D(1), D(2.), C n")
 
@@ -64,11 +66,12 @@ class LayoutTest(unittest.TestCase):
         steps = model_with(PLAIN).entries["igs_thing"].parameters
         self.assertEqual([(s.kind, s.name) for s in steps],
                          [("I", "k"), ("I", "f"), ("R", "r"), ("S", "s"), ("L", "on"),
-                          ("P?", "at"), ("P!", "pick"), ("N", "points"), ("X", "k"),
+                          ("P?", "at"), ("P!", "pick"), ("F", "font"), ("P?", "only"),
+                          ("N", "points"), ("X", "k"),
                           ("items", "points"), ("N", "members"), ("items", "members"),
                           ("N", "picks"), ("items", "picks"), ("N", "reals"), ("items", "reals"),
                           ("D", None), ("D", None), ("C", "n")])
-        self.assertEqual([(s.kind, s.name) for s in steps[9].steps],
+        self.assertEqual([(s.kind, s.name) for s in steps[11].steps],
                          [("R", "x"), ("R", "y"), ("N", "names"), ("items", "names")])
 
     def test_malformed_layouts_are_refused_with_file_and_line(self):
@@ -86,6 +89,8 @@ class LayoutTest(unittest.TestCase):
             (PLAIN.replace("N(reals){R}", "N(reals){I}"), "the step I of igs_thing needs int or enum, not double"),
             (PLAIN.replace("P? at", "P? r"), "the step P? r of igs_thing needs reference, not double"),
             (PLAIN.replace("C n", "C k"), "C k of igs_thing is no derived member"),
+            (PLAIN.replace("F font", "F only"),
+             "F only of igs_thing needs a select of a value and an entity"),
             (PLAIN.replace("I k, ", "").replace("X k, ", ""),
              "the layout of igs_thing leaves out k; name it or give it a hand step"),
             (PLAIN.replace("R x", "form=1{R x}"),
@@ -94,7 +99,7 @@ class LayoutTest(unittest.TestCase):
         ]
         for layout, message in cases:
             with self.subTest(message=message):
-                self.assertEqual(error_of(layout), "tiny.model:15: " + message)
+                self.assertEqual(error_of(layout), "tiny.model:16: " + message)
 
     def test_a_layout_beside_hand_code_is_refused(self):
         text = HEAD + "  parameters hand\n  parameters: " + PLAIN + ATTRIBUTES
@@ -114,7 +119,7 @@ class EmitterTest(unittest.TestCase):
         for line in ["k(io->read_int());", "f(io->read_int());", "s(io->read_string());",
                      "at(igeslib_read_pointer<igs_geometric_entity>(io));",
                      "pick(igeslib_read_select<igs_either>(io, false));",
-                     "k(io->read_int() - 1);", "item0->x(io->read_real());",
+                     "k(io->read_int() - 1);", "item0->x(io->read_real());", "select->_n(n);",
                      "l_names->add(io->read_string());",
                      "l_reals->put(io->read_real(), static_cast<unsigned>(i0));",
                      "io->read_real();  // written as 2.", "io->read_int();  // n is computed"]:
@@ -123,7 +128,8 @@ class EmitterTest(unittest.TestCase):
                      "igeslib_write_pointer(io, igeslib_select_entity(pick()));",
                      "io->write_real(2.);", "io->write_int(n());",
                      "io->write_int(l_reals ? static_cast<int>(l_reals->size()) : 0);",
-                     "if (!(item && item->entity())) continue;"]:
+                     "if (!(item && item->entity())) continue;",
+                     "return select->is_n() ? static_cast<int>(select->_n()) : 0;"]:
             self.assertIn(line, writer)
 
     def test_form_conditions_and_hand_steps(self):
