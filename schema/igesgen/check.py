@@ -302,10 +302,7 @@ def check_steps(model, owner, steps, names, derived, element, top):
             counted.remove(s.name)
             named.add(s.name)
             check_items(model, owner, s, element_type(a.type))
-        elif s.kind == "form":
-            if not top:
-                raise ModelError("%s: a form condition stands only in an entity's own steps"
-                                 % where)
+        elif s.kind == "form":  # the entity's form, also in the items of its lists
             named |= check_steps(model, owner, s.steps, names, derived, element, top)
         elif s.kind == "hand":
             if not top:

@@ -93,8 +93,6 @@ class LayoutTest(unittest.TestCase):
              "F only of igs_thing needs a select of a value and an entity"),
             (PLAIN.replace("I k, ", "").replace("X k, ", ""),
              "the layout of igs_thing leaves out k; name it or give it a hand step"),
-            (PLAIN.replace("R x", "form=1{R x}"),
-             "a form condition stands only in an entity's own steps"),
             (PLAIN.replace("R x", "hand x"), "a hand step stands only in an entity's own steps"),
         ]
         for layout, message in cases:
