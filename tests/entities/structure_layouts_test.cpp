@@ -45,6 +45,10 @@ const struct {
     {"external reference of form 2", {416, 2, "416,4HA.IG,3HBOX;"}, ""},
     {"external reference file index", {402, 12, "402,1,3HBOX,3;"}, ""},
     {"node", {134, 0, "134,1.,2.,3.,0;"}, ""},
+    {"connect point of no owner", {132, 0, "132,1.,2.,3.,0,1,2,2HC1,0,,0,5,1,1,0;"}, ""},
+    {"network instance of no network definition",
+     {420, 0, "420,3,0.,0.,0.,1.,1.,1.,0,3HNET,0,0;"},
+     "420,0,0.,0.,0.,1.,1.,1.,0,3HNET,0,0;"},
     {"element of empty node slots", {136, 0, "136,1,2,0,0,4HBEAM;"}, ""},
     // The number of a result's node is the node's subscript; a result of no node writes 0.
     {"nodal results", {146, 0, "146,0,1,0.5,2,1,7,0,1.5,2.5;"}, "146,0,1,0.5,2,1,0,0,1.5,2.5;"},
