@@ -19,6 +19,7 @@ BUILD = Path(os.environ.get("IGESLIB_BUILD_DIR", ROOT / "build" / "default"))
 IGES_INFO = BUILD / "tools" / "iges-info"
 IGES_COPY = BUILD / "tools" / "iges-copy"
 MAKE_SAMPLE = BUILD / "examples" / "make_sample"
+MAKE_CSG = BUILD / "examples" / "make_csg"
 SAMPLE = ROOT / "examples" / "data" / "sample_part.igs"
 CORPUS = ROOT / ".." / "shared" / "corpus"
 
@@ -335,6 +336,13 @@ class SampleTest(ToolTestCase):
             self.sample,
             "examples/data/sample_part.igs is not what make_sample writes: run it again",
         )
+
+    def test_make_csg_gives_the_committed_file(self):
+        out = self.dir / "csg_part.igs"
+        result = run(MAKE_CSG, out)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(out.read_bytes(), (ROOT / "examples/data/csg_part.igs").read_bytes(),
+                         "examples/data/csg_part.igs is not what make_csg writes: run it again")
 
 
 def corpus_files():
