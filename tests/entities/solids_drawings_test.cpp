@@ -109,3 +109,28 @@ TEST(SolidsAndDrawings, ASmallDrawingReadsWholeAndWritesBack) {
 }
 
 }  // namespace
+
+namespace {
+
+// Selects chosen by the entity type of what they name: a 106 of another form sets the member
+// to null, a line sets no member.
+TEST(SolidsAndDrawings, SelectsChosenByEntityType) {
+  FileRead read(iges_file({{106, 1, "106,1,1,0.,1.,2.;"},
+                           {110, 0, "110,0.,0.,0.,1.,0.,0.;"},
+                           {220, 0, "220,0,0,1;"},
+                           {230, 0, "230,3,1,0.,0.,0.,1.,0.,1,1;"}}));
+  EXPECT_EQ(read.reports.count(), 0u) << read.reports.text();
+  igs_geometry_ptr* geometry = read.entity<igs_point_dimension_entity>(2)->degeom();
+  ASSERT_NE(geometry, nullptr);
+  EXPECT_TRUE(geometry->is_simple_closed_planar_curve_entity());
+  EXPECT_EQ(geometry->_simple_closed_planar_curve_entity(), nullptr);
+  auto* area = read.entity<igs_sectioned_area_entity>(3);
+  ASSERT_NE(area->bndp(), nullptr);
+  EXPECT_EQ(area->bndp()->entity(), nullptr);
+  EXPECT_TRUE((*area->islpt())[0]->is_simple_closed_planar_curve_entity());
+  std::string bytes = written(read, 0);
+  EXPECT_EQ(parameters_of(bytes, 5), "220,0,0,0;");
+  EXPECT_EQ(parameters_of(bytes, 7), "230,0,1,0.,0.,0.,1.,0.,0;");
+}
+
+}  // namespace
