@@ -20,6 +20,7 @@ IGES_INFO = BUILD / "tools" / "iges-info"
 IGES_COPY = BUILD / "tools" / "iges-copy"
 MAKE_SAMPLE = BUILD / "examples" / "make_sample"
 MAKE_CSG = BUILD / "examples" / "make_csg"
+MAKE_FEM = BUILD / "examples" / "make_fem"
 SAMPLE = ROOT / "examples" / "data" / "sample_part.igs"
 CORPUS = ROOT / ".." / "shared" / "corpus"
 
@@ -327,22 +328,16 @@ class IgesCopyTest(ToolTestCase):
 
 
 class SampleTest(ToolTestCase):
-    def test_make_sample_gives_the_committed_file(self):
-        out = self.dir / "sample_part.igs"
-        result = run(MAKE_SAMPLE, out)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        self.assertEqual(
-            out.read_bytes(),
-            self.sample,
-            "examples/data/sample_part.igs is not what make_sample writes: run it again",
-        )
-
-    def test_make_csg_gives_the_committed_file(self):
-        out = self.dir / "csg_part.igs"
-        result = run(MAKE_CSG, out)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        self.assertEqual(out.read_bytes(), (ROOT / "examples/data/csg_part.igs").read_bytes(),
-                         "examples/data/csg_part.igs is not what make_csg writes: run it again")
+    def test_the_examples_give_their_committed_files(self):
+        for program, name in ((MAKE_SAMPLE, "sample_part.igs"), (MAKE_CSG, "csg_part.igs"),
+                              (MAKE_FEM, "fem_part.igs")):
+            with self.subTest(program=program.name):
+                out = self.dir / name
+                result = run(program, out)
+                self.assertEqual(result.returncode, 0, result.stderr)
+                self.assertEqual(out.read_bytes(), (ROOT / "examples/data" / name).read_bytes(),
+                                 "examples/data/%s is not what %s writes: run it again"
+                                 % (name, program.name))
 
 
 def corpus_files():
