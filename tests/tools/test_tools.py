@@ -181,6 +181,17 @@ class ToolTestCase(unittest.TestCase):
 
 
 class IgesInfoTest(ToolTestCase):
+    def test_names_colours_and_levels_of_a_real_file(self):
+        path = CORPUS / "pyIGES__lbrackt.igs"
+        if not path.exists():
+            self.skipTest("../shared/corpus is absent")
+        info, _ = self.info(path)
+        self.assertEqual([info.fields.get("  name %d" % de) for de in (45, 57, 101, 137, 185)],
+                         ["ISO", "SIDE", "TOP", "FRONT", "LBRACKT"])
+        self.assertEqual(info.fields["  colour 173"], "60 0 40 MAGENTA")
+        self.assertEqual(info.fields["Levels"], "5")
+        self.assertEqual(info.fields["  levels of definition 129"], "1")
+
     def test_sample_global_values_and_entities(self):
         info, result = self.info(SAMPLE)
         expected = {
@@ -198,6 +209,10 @@ class IgesInfoTest(ToolTestCase):
             "Drafting standard": "1 (ISO)",
             "Date of generation": "20240101.120000",
             "Total entities": "15",
+            "Names": "0",
+            "Colours": "0",
+            "Levels": "1",
+            "  level 1": "14",
             "Read": "completed",
             "Reports": "0",
         }
