@@ -28,17 +28,22 @@ void igs_associativity_instance_entity::pdread() {
   ListOfigs_associativity_class* classes = definition->classes();
   unsigned k = classes->size();
   auto* counts = new (LUMO.design()) ArrayOfInteger(k);
+  for (unsigned i = 0; i < k; ++i) counts->put(io->read_int(), i);
+  // Every count is checked before the counts are kept: an entity given up on for a count past
+  // what the file holds is not written with it.
+  for (unsigned i = 0; i < k; ++i) {
+    ArrayOfInteger* types = item_types(classes, i);
+    long long items = types && types->size() ? types->size() : 1;
+    igeslib_count(io, items * io->count((*counts)[i]));
+  }
   auto* data = new (LUMO.design()) ListOfListOfListOfigs_datum(k);
   number_class_entries(counts);
   parameter_data(data);
-  for (unsigned i = 0; i < k; ++i) counts->put(io->read_int(), i);
   ListOfigs_directory_entry* entities = igeslib_file_entities();
   for (unsigned i = 0; i < k; ++i) {
     ArrayOfInteger* types = item_types(classes, i);
     int items = types ? static_cast<int>(types->size()) : 0;
     int entries = io->count((*counts)[i]);
-    // Entries of no items read nothing: their number is bounded as the values would be.
-    igeslib_count(io, static_cast<long long>(entries) * (items > 0 ? items : 1));
     auto* list = new (LUMO.design()) ListOfListOfigs_datum(igeslib_reserve(entries));
     data->add(list);
     for (int e = 0; e < entries; ++e) {

@@ -150,18 +150,21 @@ void igs_tabular_data_entity::pdread() {
   if (variables != 0) {
     auto* types = new (LUMO.design()) ArrayOfigs_variable_type(igeslib_reserve(variables));
     for (int i = 0; i < variables; ++i) types->_put(io->read_int(), static_cast<unsigned>(i));
-    typi(types);
     auto* counts = new (LUMO.design()) ArrayOfInteger(igeslib_reserve(variables));
     for (int i = 0; i < variables; ++i) counts->put(io->read_int(), static_cast<unsigned>(i));
+    // Every count is checked before the arrays are kept: an entity given up on for a count
+    // past what the file holds is not written with it.
+    for (int i = 0; i < variables; ++i) io->count((*counts)[static_cast<unsigned>(i)]);
+    typi(types);
     nvali(counts);
     auto* values = new (LUMO.design()) ListOfArrayOfDouble(igeslib_reserve(variables));
+    vali(values);
     others += 2LL * variables;
     for (int i = 0; i < variables; ++i) {
-      int n = io->count((*counts)[static_cast<unsigned>(i)]);
-      others += (*counts)[static_cast<unsigned>(i)];
+      int n = (*counts)[static_cast<unsigned>(i)];
+      others += n;
       values->add(igeslib_read_real_array(io, n));
     }
-    vali(values);
   }
   vald(igeslib_read_real_array(io, igeslib_count(io, np_ - others)));
 }
