@@ -69,7 +69,9 @@ TEST(Registry, EveryRowReadsIntoItsClassAndWritesBack) {
     EXPECT_EQ(entity->domain(), domain);
     EXPECT_EQ(entity->entity_type(), row.entity);
     // A class of a constant form writes its own form for each of the rows that name it.
-    if (entity->getAttribute("form")) EXPECT_EQ(entity->form(), form);
+    if (entity->getAttribute("form")) {
+      EXPECT_EQ(entity->form(), form);
+    }
     EXPECT_EQ(third, second);
   }
 }
