@@ -32,6 +32,8 @@ void print_value(LumoObject* object, LumoAttribute* attribute) {
       break;
     }
     case LumoKind::single:
+      std::printf(" = %g", static_cast<double>(*slot.f));
+      break;
     case LumoKind::object:  // a reference, a select or a list: an object of its own
       std::printf(*slot.p ? " = an object" : " = null");
       break;
