@@ -26,8 +26,8 @@ void walk_edge_use(igs_edge_use* use) {
   igs_coordinate* start = edge->svp() ? (*edge->svp()->vertices())[edge->sv()] : nullptr;
   igs_coordinate* end = edge->tvp() ? (*edge->tvp()->vertices())[edge->tv()] : nullptr;
   if (start && end)
-    std::printf(" from (%g, %g, %g) to (%g, %g, %g)", start->x(), start->y(), start->z(),
-                end->x(), end->y(), end->z());
+    std::printf(" from (%g, %g, %g) to (%g, %g, %g)", start->x(), start->y(), start->z(), end->x(),
+                end->y(), end->z());
   std::printf("\n");
 }
 

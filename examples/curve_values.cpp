@@ -13,11 +13,10 @@ void print_curve(igs_rational_bspline_curve_entity* curve) {
   int m = curve->m();
   std::printf("form %d, k %d, degree %d\n", curve->form(), k, m);
   auto yes = [](bool b) { return b ? "yes" : "no"; };
-  std::printf("planar %s, closed %s, rational %s, periodic %s\n",
-              yes(curve->prop1() == igs_property1_planar),
-              yes(curve->prop2() == igs_property2_closed),
-              yes(curve->prop3() == igs_property3_rational),
-              yes(curve->prop4() == igs_property4_periodic));
+  std::printf(
+      "planar %s, closed %s, rational %s, periodic %s\n",
+      yes(curve->prop1() == igs_property1_planar), yes(curve->prop2() == igs_property2_closed),
+      yes(curve->prop3() == igs_property3_rational), yes(curve->prop4() == igs_property4_periodic));
   ArrayOfDouble* knots = curve->t();
   std::printf("knots:");
   for (unsigned i = 0; i < knots->size(); ++i) std::printf(" %.17g", (*knots)[i]);

@@ -43,7 +43,8 @@ igs_edge_use* edge_use(igs_edge_list_entity* edges, int from, int to) {
   list->_edge_list_entity(edges);
   use->edge(list);
   for (int e = 0; e < 12; ++e) {
-    if ((kEdges[e][0] == from && kEdges[e][1] == to) || (kEdges[e][0] == to && kEdges[e][1] == from)) {
+    if ((kEdges[e][0] == from && kEdges[e][1] == to) ||
+        (kEdges[e][0] == to && kEdges[e][1] == from)) {
       use->ndx(e);
       use->orf(kEdges[e][0] == from);
     }
@@ -53,7 +54,8 @@ igs_edge_use* edge_use(igs_edge_list_entity* edges, int from, int to) {
 
 void build_box() {
   auto* vertices = new (design) igs_vertex_list_entity;
-  for (const auto& c : kCorners) vertices->vertices()->add(new (design) igs_coordinate(c[0], c[1], c[2]));
+  for (const auto& c : kCorners)
+    vertices->vertices()->add(new (design) igs_coordinate(c[0], c[1], c[2]));
 
   auto* edges = new (design) igs_edge_list_entity;
   for (const auto& e : kEdges) {

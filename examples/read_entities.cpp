@@ -9,7 +9,7 @@ int main(int argc, char** argv) {
     std::fputs("Usage: read_entities FILE\n", stderr);
     return 2;
   }
-  igeslib_force_load();                     // binds every class of the library, once
+  igeslib_force_load();  // binds every class of the library, once
   LumoDesign* design = LUMO.newDesign("part");
   LUMO.useDesign(design);                   // the file's objects go to the current design
   auto* file = new (design) igs_iges_file;  // the root object of the file
@@ -23,8 +23,8 @@ int main(int argc, char** argv) {
   for (unsigned i = 0; i < entities->size(); ++i) {
     igs_directory_entry* entity = (*entities)[i];
     int de_number = static_cast<int>(2 * i + 1);  // what pointers in the file call it
-    std::printf("%5d  type %3d form %2d  %s\n", de_number, entity->entity_type(),
-                entity->form(), entity->domain()->name());
+    std::printf("%5d  type %3d form %2d  %s\n", de_number, entity->entity_type(), entity->form(),
+                entity->domain()->name());
   }
   std::printf("%u entities\n", entities->size());
 

@@ -14,8 +14,19 @@ namespace {
 
 // A value as the dictionary describes it, ready to be written in either form.
 struct Node {
-  enum class Kind { null, integer, real, single, text, boolean, enumerator, reference, select,
-                    structure, list };
+  enum class Kind {
+    null,
+    integer,
+    real,
+    single,
+    text,
+    boolean,
+    enumerator,
+    reference,
+    select,
+    structure,
+    list
+  };
   Kind kind = Kind::null;
   long long integer = 0;  // integer, boolean (0 or 1), DE number of a reference (0: none)
   double real = 0;        // real, single
@@ -167,7 +178,8 @@ class Walker {
         void* held = *static_cast<void**>(slot);
         LumoType* type = type_of(domain);
         // An aggregate is made on first request: none yet is an empty one.
-        if (!held && type && type->derivesFrom(&*lumotype_LumoAggregate)) node.kind = Node::Kind::list;
+        if (!held && type && type->derivesFrom(&*lumotype_LumoAggregate))
+          node.kind = Node::Kind::list;
         if (!held || lumo_is_delayed(held) || depth > kMaxDepth) break;
         LumoObject* object = type && type->kind == LumoKind::object
                                  ? type->toObject(held)
@@ -219,13 +231,13 @@ class Walker {
     LumoDomain* element_domain = element ? element->slotDomain() : nullptr;
     LumoKind stored = storage_kind(aggregate->elementKind());
     LumoKind kind = kind_of(element_domain);
-    bool agrees = element_domain && (kind == stored || (kind == LumoKind::enumeration &&
-                                                        stored == LumoKind::integer));
+    bool agrees =
+        element_domain &&
+        (kind == stored || (kind == LumoKind::enumeration && stored == LumoKind::integer));
     if (!agrees) {
       LumoType& type = *aggregate->slotType(nullptr, 0);
       element_domain = type.domain ? type.domain : type.acquireDomain();
-      kind = type.kind == LumoKind::enumeration && stored == LumoKind::integer ? type.kind
-                                                                                : stored;
+      kind = type.kind == LumoKind::enumeration && stored == LumoKind::integer ? type.kind : stored;
     }
     unsigned n = aggregate->size();
     node.items.reserve(n);
@@ -567,8 +579,8 @@ std::string dump_entity_json(igs_directory_entry* entity, ListOfigs_directory_en
   return out;
 }
 
-unsigned long dump_file(igs_iges_file* file, const DumpOptions& options,
-                        const DumpHeading& heading, std::string& out, FILE* stream) {
+unsigned long dump_file(igs_iges_file* file, const DumpOptions& options, const DumpHeading& heading,
+                        std::string& out, FILE* stream) {
   ListOfigs_directory_entry* entities = file->directory_entries();
   Walker walker(entities);
   unsigned n = entities->size();
@@ -595,8 +607,8 @@ unsigned long dump_file(igs_iges_file* file, const DumpOptions& options,
     out += ",\n  \"entity_count\": " + std::to_string(n) + ",\n  \"entities\": [";
   } else {
     out += "File: " + std::string(heading.path) + "\nRead: " + heading.read +
-           "\nReports: " + std::to_string(heading.reports) + "\nEntities: " +
-           std::to_string(n) + "\n";
+           "\nReports: " + std::to_string(heading.reports) + "\nEntities: " + std::to_string(n) +
+           "\n";
     if (start.kind == Node::Kind::list) {
       out += "\nStart section:\n";
       for (const Node& line : start.items) {

@@ -32,8 +32,8 @@ struct DumpHeading {
 // Writes the dump of file (the root of the current design, read or built) into out, which
 // is flushed to stream as it grows when stream is not null. Answers the number of entities
 // shown.
-unsigned long dump_file(igs_iges_file* file, const DumpOptions& options,
-                        const DumpHeading& heading, std::string& out, FILE* stream);
+unsigned long dump_file(igs_iges_file* file, const DumpOptions& options, const DumpHeading& heading,
+                        std::string& out, FILE* stream);
 
 // One entity in JSON, as an element of the dump's "entities" (one line, no indentation):
 // for tests and for applications that want a single entity's record.

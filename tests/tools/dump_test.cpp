@@ -128,25 +128,27 @@ TEST(Dump, ValuesOfEveryKindAreWrittenAsTheirDomainSays) {
   entities->add(matrix).add(colour).add(curve);
 
   std::string json = dump_entity_json(curve, entities);
-  for (const char* part : {
-           R"({"de": 5, "type": 126, "form": 0, "class": "rational_bspline_curve_entity", )",
-           R"("label":"A\"\\\u00e9")",
-           R"("associations":[])",
-           R"("transformation":{"de":1,"class":"transformation_matrix_entity"})",
-           R"("view":null)",
-           R"("color":{"choice":"_color_definition_entity","value":{"de":3,"class":"color_definition_entity"}})",
-           R"("line_font":{"choice":"_line_pattern","value":"dashed"})",
-           R"("prop1":null,"prop2":"closed")",
-           R"("t":[0.1,-0.0,1e+300])",
-           R"("control_points":[{"class":"coordinate","attributes":{"x":1.0,"y":2.5,"z":-3.0}}])",
-       }) {
+  for (
+      const char* part : {
+          R"({"de": 5, "type": 126, "form": 0, "class": "rational_bspline_curve_entity", )",
+          R"("label":"A\"\\\u00e9")",
+          R"("associations":[])",
+          R"("transformation":{"de":1,"class":"transformation_matrix_entity"})",
+          R"("view":null)",
+          R"("color":{"choice":"_color_definition_entity","value":{"de":3,"class":"color_definition_entity"}})",
+          R"("line_font":{"choice":"_line_pattern","value":"dashed"})",
+          R"("prop1":null,"prop2":"closed")",
+          R"("t":[0.1,-0.0,1e+300])",
+          R"("control_points":[{"class":"coordinate","attributes":{"x":1.0,"y":2.5,"z":-3.0}}])",
+      }) {
     EXPECT_NE(json.find(part), std::string::npos) << part << "\nin " << json;
   }
   LUMO.useDesign(nullptr);
 }
 
 TEST(Dump, RealsReadBackExactly) {
-  const double doubles[] = {0.1, 1.0 / 3, -0.0, 5e-324, 1.7976931348623157e308, 123456789012345678.0};
+  const double doubles[] = {
+      0.1, 1.0 / 3, -0.0, 5e-324, 1.7976931348623157e308, 123456789012345678.0};
   for (double value : doubles) {
     std::string text = real_text(value);
     double back = std::strtod(text.c_str(), nullptr);
