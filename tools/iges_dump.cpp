@@ -114,6 +114,15 @@ int main(int argc, char** argv) {
   if (status == kUsage) return status;
   // The dictionary walked is that of the embedded schemas.
   igeslib_create_builtin_schemas();
+  LUMO.useDesign(session.file()->design());  // the directory list is the current design's
+
+  // A DE number that names no entity of the file is a bad argument; one whose entity is not
+  // of the type asked for just shows nothing.
+  long long entities = session.file()->directory_entries()->size();
+  if (options.entity && (options.entity % 2 == 0 || options.entity > 2 * entities - 1)) {
+    std::fprintf(stderr, "iges-dump: %s: no entity with DE number %d\n", path, options.entity);
+    return kUsage;
+  }
 
   DumpHeading heading;
   heading.path = path;
@@ -122,14 +131,9 @@ int main(int argc, char** argv) {
                                          : "completed";
   heading.reports = session.reports();
   std::string out;
-  LUMO.useDesign(session.file()->design());  // the directory list is the current design's
-  unsigned long shown = dump_file(session.file(), options, heading, out, stdout);
+  dump_file(session.file(), options, heading, out, stdout);
   if (std::fflush(stdout) != 0) {
     session.complain("standard output can't be written", path);
-    return kUsage;
-  }
-  if (options.entity && shown == 0) {
-    std::fprintf(stderr, "iges-dump: %s: no entity with DE number %d\n", path, options.entity);
     return kUsage;
   }
   return status;
