@@ -50,6 +50,8 @@ struct Maker {
   unsigned next_composite = 0;
   igs_rational_bspline_surface_entity* surface = nullptr;
   igs_curve_on_a_parametric_surface_entity* boundary = nullptr;
+  igs_general_note_entity* note = nullptr;
+  igs_linear_dimension_entity* dimension = nullptr;
 
   // Directory fields as a CAD system sets them, each select its own object as a reader makes
   // them: a line font where the class has one, a level, a colour, a label on every third
@@ -62,12 +64,16 @@ struct Maker {
       font->_line_pattern(n % 5 == 4 ? igs_line_pattern_dashed : igs_line_pattern_solid);
       entity->line_font(font);
     }
-    auto* level = new (design) igs_entity_level;
-    level->_int_val(static_cast<int>(1 + n % 40));
-    entity->level(level);
-    auto* color = new (design) igs_entity_color;
-    color->_color_number(static_cast<igs_color_number>(1 + n % 8));
-    entity->color(color);
+    if constexpr (requires { entity->level(static_cast<igs_entity_level*>(nullptr)); }) {
+      auto* level = new (design) igs_entity_level;
+      level->_int_val(static_cast<int>(1 + n % 40));
+      entity->level(level);
+    }
+    if constexpr (requires { entity->color(static_cast<igs_entity_color*>(nullptr)); }) {
+      auto* color = new (design) igs_entity_color;
+      color->_color_number(static_cast<igs_color_number>(1 + n % 8));
+      entity->color(color);
+    }
     if (n % 3 == 0) {
       char label[16];
       std::snprintf(label, sizeof label, "E%zu", n % 100000);
@@ -338,6 +344,158 @@ void make_brep_solid(Maker& m) {
   solid->shell(shell), solid->sof(1);
 }
 
+igs_coordinate* at(Maker& m, double x, double y) {
+  auto* c = new (m.design) igs_coordinate;
+  c->x(x), c->y(y);
+  return c;
+}
+
+// A note of one text string, as drawings carry them.
+void make_general_note(Maker& m) {
+  auto* string = new (m.design) igs_text_string;
+  auto* font = new (m.design) igs_font_code;
+  font->_int_val(1);
+  string->fc(font);
+  string->wt(12.5), string->ht(3.5);
+  string->xs(m.value()), string->ys(m.value());
+  string->m(igs_mirror_flag_none), string->vh(igs_rotate_flag_horizontial);
+  char text[16];
+  std::snprintf(text, sizeof text, "%.2f", 10.0 + static_cast<double>(m.made % 997) / 4);
+  string->text(text);
+  auto* note = m.styled(new (m.design) igs_general_note_entity);
+  note->form(0);
+  note->strings()->add(string);
+  m.note = note;
+}
+
+// A linear dimension on the last note: two leaders of one segment and two witness lines of
+// three points, each made for it.
+void make_linear_dimension(Maker& m) {
+  igs_leader_arrow_entity* arrows[2];
+  igs_witness_line_entity* witnesses[2];
+  for (int side = 0; side < 2; ++side) {
+    double x = side == 0 ? 0.0 : 25.0;
+    auto* arrow = m.styled(new (m.design) igs_leader_arrow_entity);
+    arrow->form(1), arrow->ad1(3.0), arrow->ad2(1.0), arrow->xh(x), arrow->yh(10.0);
+    arrow->segments()->add(at(m, side == 0 ? 8.0 : 17.0, 10.0));
+    arrows[side] = arrow;
+    auto* witness = m.styled(new (m.design) igs_witness_line_entity);
+    witness->coordinates()->add(at(m, x, 1.0)).add(at(m, x, 2.0)).add(at(m, x, 12.0));
+    witnesses[side] = witness;
+  }
+  auto* dimension = m.styled(new (m.design) igs_linear_dimension_entity);
+  dimension->form(0), dimension->denote(m.note);
+  dimension->dearrw1(arrows[0]), dimension->dearrw2(arrows[1]);
+  dimension->dewit1(witnesses[0]), dimension->dewit2(witnesses[1]);
+  m.dimension = dimension;
+}
+
+// A colour definition that the last line takes as its colour, a name property on that line,
+// and a group of the last three lines, each line pointing back to the group.
+void make_attributes(Maker& m) {
+  auto* colour = m.styled(new (m.design) igs_color_definition_entity);
+  colour->cc1(80.0), colour->cc2(m.value() > 0 ? 40.0 : 20.0), colour->cc3(10.0);
+  colour->cname("BRONZE");
+  igs_line_entity* line = m.lines[(m.next_line + 2) % 3];  // the last one made
+  auto* choice = new (m.design) igs_entity_color;
+  choice->_color_definition_entity(colour);
+  line->color(choice);
+  auto* name = m.styled(new (m.design) igs_name_entity);
+  char text[16];
+  std::snprintf(text, sizeof text, "EDGE%zu", m.made % 100000);
+  name->name(text);
+  auto* property = new (m.design) igs_properties;
+  property->_property_entity(name);
+  line->properties()->add(property);
+  auto* group = m.styled(new (m.design) igs_group_entity);
+  for (igs_line_entity* member : m.lines) {
+    group->de()->add(member);
+    auto* back = new (m.design) igs_associativities;
+    back->_associativity_entity(group);
+    member->associations()->add(back);
+  }
+}
+
+// A block less a bore, as a Boolean tree.
+void make_csg_solid(Maker& m) {
+  auto* block = m.styled(new (m.design) igs_block_entity);
+  block->lx(80.0), block->ly(40.0), block->lz(m.value() > 0 ? 20.0 : 12.5);
+  block->i1(1.0), block->k2(1.0);
+  auto* bore = m.styled(new (m.design) igs_right_circular_cylinder_entity);
+  bore->h(20.0), bore->r(5.0), bore->x1(40.0), bore->y1(20.0), bore->k1(1.0);
+  auto* tree = m.styled(new (m.design) igs_boolean_tree_entity);
+  auto* first = new (m.design) igs_boolean_ops;
+  first->_constructive_solid_geometry_entity(block);
+  auto* second = new (m.design) igs_boolean_ops;
+  second->_constructive_solid_geometry_entity(bore);
+  auto* code = new (m.design) igs_boolean_ops;
+  code->_boolean_op_code(igs_boolean_op_code_difference);
+  tree->operands()->add(first).add(second).add(code);
+}
+
+// Four nodes, a quadrilateral on them and the displacements of its nodes.
+void make_finite_elements(Maker& m) {
+  auto* corners = new (m.design) ArrayOfigs_node_entity(4);
+  auto* results = m.styled(new (m.design) igs_nodal_results_entity);
+  for (unsigned i = 0; i < 4; ++i) {
+    auto* node = m.styled(new (m.design) igs_node_entity);
+    node->x(m.value()), node->y(m.value()), node->z(0.0);
+    corners->put(node, i);
+    auto* result = new (m.design) igs_analysis_result;
+    result->np(node);
+    auto* v = new (m.design) ArrayOfDouble(3);
+    v->put(m.value(), 0).put(m.value(), 1).put(m.value(), 2);
+    result->v(v);
+    results->results()->add(result);
+  }
+  auto* element = m.styled(new (m.design) igs_finite_element_entity);
+  element->itop(igs_topology_type_LQUAD), element->de(corners), element->etyp("PLATE");
+  results->form(1), results->gnote(m.note), results->scn(1), results->nv(3);
+}
+
+// An attribute table of a name and a count, and a tuple of it.
+void make_attribute_table(Maker& m) {
+  auto* table = m.styled(new (m.design) igs_attribute_table_definition_entity);
+  table->form(1), table->name("PART_DATA");
+  for (auto [type, value] : {std::pair{igs_variable_character_string, 0}, {igs_variable_int, 7}}) {
+    auto* attribute = new (m.design) igs_attribute_definition;
+    attribute->at(static_cast<int>(table->attribute_list()->size()) + 1);
+    attribute->avdt(type), attribute->avc(1);
+    auto* datum = new (m.design) igs_datum;
+    if (type == igs_variable_int)
+      datum->_int_val(value);
+    else
+      datum->_str_val("DEFAULT");
+    auto* values = new (m.design) ListOfigs_datum;
+    values->add(datum);
+    attribute->av(values);
+    table->attribute_list()->add(attribute);
+  }
+  auto* tuple = m.styled(new (m.design) igs_tuple_instance_entity);
+  tuple->structure(table);
+  auto* name = new (m.design) igs_datum;
+  name->_str_val("BRACKET");
+  auto* count = new (m.design) igs_datum;
+  count->_int_val(static_cast<int>(m.made % 50));
+  auto* names = new (m.design) ListOfigs_datum;
+  names->add(name);
+  auto* counts = new (m.design) ListOfigs_datum;
+  counts->add(count);
+  tuple->av()->add(names).add(counts);
+}
+
+// A view and a drawing that shows it, holding the last dimension.
+void make_drawing(Maker& m) {
+  auto* view = m.styled(new (m.design) igs_view_volume_entity);
+  view->vno(1), view->scale(0.5);
+  auto* drawing = m.styled(new (m.design) igs_drawing_entity);
+  drawing->form(0);
+  auto* placed = new (m.design) igs_view;
+  placed->vptr(view), placed->xorigin(100.0), placed->yorigin(80.0);
+  drawing->views()->add(placed);
+  drawing->dptr()->add(m.dimension);
+}
+
 // The kinds, with how many of each a group of entities holds. A new kind with parameter code
 // joins the model with one maker and one row here. The free-form geometry comes in the shares
 // of trimmed-surface files: curves, their composites, surfaces and their trimming.
@@ -363,6 +521,13 @@ constexpr Kind kKinds[] = {
     {"trimmed surface", 2, make_trimmed_surface},
     {"copious data", 1, make_copious_data},
     {"B-rep solid", 1, make_brep_solid},
+    {"general note", 2, make_general_note},
+    {"linear dimension", 1, make_linear_dimension},
+    {"colour, name and group", 1, make_attributes},
+    {"constructive solid", 1, make_csg_solid},
+    {"finite elements", 1, make_finite_elements},
+    {"attribute table", 1, make_attribute_table},
+    {"drawing", 1, make_drawing},
 };
 
 }  // namespace

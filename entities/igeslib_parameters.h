@@ -117,6 +117,33 @@ int igeslib_count_items(L* list, F present) {
   return n;
 }
 
+// A point as three reals, x, y and z; a missing point is written as the origin.
+inline igs_coordinate* igeslib_read_coordinate(IgeslibIO* io) {
+  auto* point = new (LUMO.design()) igs_coordinate;
+  point->x(io->read_real());
+  point->y(io->read_real());
+  point->z(io->read_real());
+  return point;
+}
+
+inline void igeslib_write_coordinate(IgeslibIO* io, igs_coordinate* point) {
+  io->write_real(point ? point->x() : 0.0);
+  io->write_real(point ? point->y() : 0.0);
+  io->write_real(point ? point->z() : 0.0);
+}
+
+// A value whose kind a code of the record names, as generic data and attribute tables give
+// it: 1 integer, 2 real, 3 string, 4 entity (a bare pointer), 6 logical. Any other code reads
+// nothing and answers false.
+bool igeslib_read_coded_value(IgeslibIO* io, igs_datum* datum, int code);
+// Its writer: the member that the code names, or that member's zero when the datum holds a
+// value of another kind (a file's layout follows the code, not the datum). Any other code
+// writes nothing and answers false.
+bool igeslib_write_coded_value(IgeslibIO* io, igs_datum* datum, int code);
+
+// The entities of the file being read or written, in directory order.
+ListOfigs_directory_entry* igeslib_file_entities();
+
 // The DE number that the write has given the target, or 0 for none.
 inline void igeslib_write_pointer(IgeslibIO* io, igs_directory_entry* target) {
   io->write_int(target ? target->de_number : 0);

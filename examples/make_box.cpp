@@ -1,9 +1,7 @@
 // make_box OUT: a cube of side 1 as a B-rep solid (186), written as an IGES file: eight
 // vertices in a vertex list (502), twelve line edges in an edge list (504), six faces (510) on
 // planes (190), each bounded by a loop (508) of four edge uses, in one closed shell (514).
-#include <cstdio>
-
-#include <igeslib.h>
+#include "example_file.h"
 
 namespace {
 
@@ -52,7 +50,8 @@ igs_edge_use* edge_use(igs_edge_list_entity* edges, int from, int to) {
   return use;
 }
 
-void build_box() {
+void build_box(LumoDesign* in, igs_global*) {
+  design = in;
   auto* vertices = new (design) igs_vertex_list_entity;
   for (const auto& c : kCorners)
     vertices->vertices()->add(new (design) igs_coordinate(c[0], c[1], c[2]));
@@ -97,30 +96,6 @@ void build_box() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fputs("Usage: make_box OUT\n", stderr);
-    return 2;
-  }
-  igeslib_force_load();
-  design = LUMO.newDesign("box");
-  LUMO.useDesign(design);
-  auto* file = new (design) igs_iges_file;
-  file->start_section()->add("A cube of side 1 as a B-rep solid, built by make_box.");
-  auto* global = new (design) igs_global;
-  global->file_name("box.igs");
-  global->system_id("igeslib");
-  global->model_space_scale(1.0);
-  global->unit_flag(igs_unitFlag_millimeters);
-  global->units("MM");
-  global->version(11);
-  file->global_section(global);
-  build_box();
-  bool written = file->write(argv[1], 1) != nullptr;
-  LUMO.useDesign(nullptr);
-  delete design;
-  if (!written) {
-    std::fprintf(stderr, "make_box: %s can't be written\n", argv[1]);
-    return 2;
-  }
-  return 0;
+  return igeslib_example_main(argc, argv, "make_box", "box",
+                              {"A cube of side 1 as a B-rep solid, built by make_box."}, build_box);
 }

@@ -4,9 +4,7 @@
 // less a cylinder), a sphere resting on it, the two put together as an assembly (the sphere
 // moved by a matrix), and the assembly placed once more as a solid instance. Everything
 // written is fixed, so the file is the same on every run (examples/data/csg_part.igs).
-#include <cstdio>
-
-#include <igeslib.h>
+#include "example_file.h"
 
 namespace {
 
@@ -73,49 +71,13 @@ void build_solid() {
   instance->ptr(assembly);
 }
 
-void set_global(igs_global* g) {
-  g->product_identification_sender("csg_part");
-  g->file_name("csg_part.igs");
-  g->system_id("igeslib");
-  g->preprocessor_version("make_csg 1");
-  g->number_of_binary_bits(32);
-  g->single_precision_magnitude(38);
-  g->single_precision_significance(7);
-  g->double_precision_magnitude(308);
-  g->double_precision_significance(15);
-  g->product_identification_receiver("csg_part");
-  g->model_space_scale(1.0);
-  g->unit_flag(igs_unitFlag_millimeters);
-  g->units("MM");
-  g->max_num_line_weight_gradations(1);
-  g->width_max_line_weight(0.5);
-  g->date_time_file_generation("20240101.120000");
-  g->min_resolution(0.001);
-  g->max_coordinate_value(100.0);
-  g->author("igeslib");
-  g->organization("igeslib project");
-  g->date_time_created_modified("20240101.120000");
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: make_csg OUT\n");
-    return 2;
-  }
-  igeslib_force_load();
-  design = LUMO.newDesign("csg_part", nullptr);
-  LUMO.useDesign(design);
-  auto* file = new (design) igs_iges_file;
-  file->start_section()->add("A constructive solid built by igeslib's make_csg example.");
-  auto* global = new (design) igs_global;
-  set_global(global);
-  file->global_section(global);
-  build_solid();
-  bool written = file->write(argv[1], 1) != nullptr;
-  LUMO.useDesign(nullptr);
-  delete design;
-  if (!written) std::fprintf(stderr, "make_csg: %s can't be written\n", argv[1]);
-  return written ? 0 : 1;
+  return igeslib_example_main(argc, argv, "make_csg", "csg_part",
+                              {"A constructive solid built by igeslib's make_csg example."},
+                              [](LumoDesign* d, igs_global*) {
+                                design = d;
+                                build_solid();
+                              });
 }

@@ -5,9 +5,7 @@
 // place by a transformation matrix. A point marks the centre of the second bore, shown by a
 // subfigure: a small cross. Everything written is fixed, dates included, so the file comes
 // out the same byte for byte on every run (examples/data/sample_part.igs is its output).
-#include <cstdio>
-
-#include <igeslib.h>
+#include "example_file.h"
 
 namespace {
 
@@ -56,31 +54,6 @@ igs_circular_arc_entity* arc(double cx, double cy, double sx, double sy, double 
   return styled(a, colour, label, subscript);
 }
 
-void set_global(igs_global* g) {
-  g->product_identification_sender("sample_part");
-  g->file_name("sample_part.igs");
-  g->system_id("igeslib");
-  g->preprocessor_version("make_sample 1");
-  g->number_of_binary_bits(32);
-  g->single_precision_magnitude(38);
-  g->single_precision_significance(7);
-  g->double_precision_magnitude(308);
-  g->double_precision_significance(15);
-  g->product_identification_receiver("sample_part");
-  g->model_space_scale(1.0);
-  g->unit_flag(igs_unitFlag_millimeters);
-  g->units("MM");
-  g->max_num_line_weight_gradations(1);
-  g->width_max_line_weight(0.5);
-  g->date_time_file_generation("20240101.120000");
-  g->min_resolution(0.001);
-  g->max_coordinate_value(100.0);
-  g->author("igeslib");
-  g->organization("igeslib project");
-  g->drafting_standard_code(igs_draftingStandardCode_ISO);
-  g->date_time_created_modified("20240101.120000");
-}
-
 // The entities in the order they are written: what an entity points to comes before it.
 void build_part() {
   auto* placement = new (design) igs_transformation_matrix_entity;
@@ -125,30 +98,14 @@ void build_part() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fputs("Usage: make_sample OUT\nWrites the sample part as an IGES file to OUT.\n", stderr);
-    return 2;
-  }
-  igeslib_force_load();
-  design = LUMO.newDesign("sample_part");
-  LUMO.useDesign(design);
-
-  auto* file = new (design) igs_iges_file;
-  file->start_section()
-      ->add("igeslib sample part: a plate of 100 x 60 mm with rounded corners and")
-      .add("two bores, the second placed by a transformation matrix and marked by a")
-      .add("point shown as a subfigure (a small cross).");
-  auto* global = new (design) igs_global;
-  set_global(global);
-  file->global_section(global);
-  build_part();
-
-  int status = 0;
-  if (!file->write(argv[1], 1)) {
-    std::fprintf(stderr, "make_sample: %s can't be written\n", argv[1]);
-    status = 2;
-  }
-  LUMO.useDesign(nullptr);
-  delete design;
-  return status;
+  return igeslib_example_main(
+      argc, argv, "make_sample", "sample_part",
+      {"igeslib sample part: a plate of 100 x 60 mm with rounded corners and",
+       "two bores, the second placed by a transformation matrix and marked by a",
+       "point shown as a subfigure (a small cross)."},
+      [](LumoDesign* d, igs_global* global) {
+        design = d;
+        global->drafting_standard_code(igs_draftingStandardCode_ISO);
+        build_part();
+      });
 }

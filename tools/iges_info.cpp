@@ -1,5 +1,6 @@
 // iges-info FILE: the chief values of an IGES file's Global section, its entities counted by
-// type and form with the class that holds each, and the number of reports its read gave.
+// type and form with the class that holds each, the names, colours and levels it defines, and
+// the number of reports its read gave.
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -16,8 +17,10 @@ namespace {
 const char kUsageText[] =
     "Usage: iges-info FILE [--strict-end]\n"
     "Reads an IGES file and prints the chief values of its Global section, its entities\n"
-    "counted by type and form with the class of each, and the number of reports the read\n"
-    "gave (the reports themselves go to standard error).\n"
+    "counted by type and form with the class of each, the names (name properties) and\n"
+    "colours (colour definitions) it defines by DE number, how many entities stand on each\n"
+    "level, and the number of reports the read gave (the reports themselves go to standard\n"
+    "error).\n"
     "A damaged last record (a Terminate record whose fields can't be read, or one cut off\n"
     "by the end of the file) is reported and the file read whole; with --strict-end it is a\n"
     "fatal error.\n"
@@ -89,6 +92,57 @@ void print_entities(igs_iges_file* file) {
   std::printf("Total entities: %lu\n", total);
 }
 
+// The level select of an entity, through the dictionary: the classes that hold a level have no
+// common base of their own. Null for a class without a level, or an entity without one.
+igs_entity_level* level_of(igs_directory_entry* entity) {
+  LumoDomain* domain = entity->domain();
+  LumoAttribute* attribute = domain ? domain->findTypeAttribute("level") : nullptr;
+  LumoDomain* select = attribute ? attribute->slotDomain() : nullptr;
+  LumoDataPtr slot;
+  if (!select || !select->type() || !entity->getData(attribute, 0, slot, lumotype_LumoObject) ||
+      !*slot.p || lumo_is_delayed(*slot.p))
+    return nullptr;
+  return lumo_cast<igs_entity_level>(select->type()->toObject(*slot.p));
+}
+
+// The names (name properties) and colours (colour definitions) that the file defines, each by
+// its DE number, and how many entities stand on each level: a level number, or the DE number
+// of a definition of several levels.
+void print_attributes(igs_iges_file* file) {
+  std::map<int, const char*> names;
+  std::map<int, igs_color_definition_entity*> colours;
+  std::map<int, unsigned long> levels, level_definitions;
+  ListOfigs_directory_entry* entities = file->directory_entries();
+  for (unsigned i = 0; i < entities->size(); ++i) {
+    igs_directory_entry* entity = (*entities)[i];
+    if (!entity) continue;
+    int de = static_cast<int>(2 * i + 1);
+    if (auto* name = lumo_cast<igs_name_entity>(entity)) names[de] = name->name();
+    if (auto* colour = lumo_cast<igs_color_definition_entity>(entity)) colours[de] = colour;
+    igs_entity_level* level = level_of(entity);
+    if (!level) continue;
+    if (level->is_definition_levels_entity()) {
+      igs_definition_levels_entity* definition = level->_definition_levels_entity();
+      int at = definition ? entities->find(definition) : -1;
+      ++level_definitions[at < 0 ? 0 : 2 * at + 1];
+    } else if (level->is_int_val()) {
+      ++levels[level->_int_val()];
+    }
+  }
+  std::printf("Names: %zu\n", names.size());
+  for (const auto& [de, name] : names) std::printf("  name %d: %s\n", de, name ? name : "");
+  std::printf("Colours: %zu\n", colours.size());
+  for (const auto& [de, colour] : colours) {
+    const char* name = colour->cname();
+    std::printf("  colour %d: %.15g %.15g %.15g%s%s\n", de, colour->cc1(), colour->cc2(),
+                colour->cc3(), name ? " " : "", name ? name : "");
+  }
+  std::printf("Levels: %zu\n", levels.size() + level_definitions.size());
+  for (const auto& [number, count] : levels) std::printf("  level %d: %lu\n", number, count);
+  for (const auto& [de, count] : level_definitions)
+    std::printf("  levels of definition %d: %lu\n", de, count);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -122,6 +176,7 @@ int main(int argc, char** argv) {
   std::printf("File: %s\n", path);
   if (igs_global* global = file->global_section()) print_global(global);
   print_entities(file);
+  print_attributes(file);
   std::printf("Read: %s\n", status == kFatal        ? "stopped at a fatal error"
                             : status == kDamagedEnd ? "completed, last record damaged"
                                                     : "completed");

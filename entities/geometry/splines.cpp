@@ -17,20 +17,6 @@ void write_coefficients(IgeslibIO* io, int n, ArrayOfDouble* x, ArrayOfDouble* y
     for (int i = 0; i < n; ++i) io->write_real(igeslib_real_at(array, i));
 }
 
-igs_coordinate* read_point(IgeslibIO* io) {
-  auto* point = new (LUMO.design()) igs_coordinate;
-  point->x(io->read_real());
-  point->y(io->read_real());
-  point->z(io->read_real());
-  return point;
-}
-
-void write_point(IgeslibIO* io, igs_coordinate* point) {
-  io->write_real(point ? point->x() : 0.0);
-  io->write_real(point ? point->y() : 0.0);
-  io->write_real(point ? point->z() : 0.0);
-}
-
 // The element of a list at i; null past its end, or for no list.
 template <class L>
 auto item_at(L* list, unsigned i) -> decltype((*list)[i]) {
@@ -52,7 +38,7 @@ void igs_piecewise_curve_entity::pdread() {
   for (int i = 0; i < n; ++i) {
     auto* point = new (LUMO.design()) igs_piecewise_representation;
     if (ip_ == 2) {
-      point->_coordinate(read_point(io));
+      point->_coordinate(igeslib_read_coordinate(io));
     } else {
       auto* sextuple = new (LUMO.design()) igs_sextuple;
       for (double igs_sextuple::*field : {&igs_sextuple::x_, &igs_sextuple::y_, &igs_sextuple::z_,
@@ -76,7 +62,8 @@ void igs_piecewise_curve_entity::pdwrite() {
   for (unsigned i = 0; i < n; ++i) {
     igs_piecewise_representation* point = (*points)[i];
     if (ip_ == 2) {
-      write_point(io, point && point->is_coordinate() ? point->_coordinate() : nullptr);
+      igeslib_write_coordinate(io,
+                               point && point->is_coordinate() ? point->_coordinate() : nullptr);
       continue;
     }
     igs_sextuple* s = point && point->is_sextuple() ? point->_sextuple() : nullptr;
@@ -217,7 +204,7 @@ void igs_rational_bspline_curve_entity::pdread() {
   w(igeslib_read_real_array(io, points));
   auto* list = new (LUMO.design()) ListOfigs_coordinate(igeslib_reserve(points));
   control_points(list);
-  for (int i = 0; i < points; ++i) list->add(read_point(io));
+  for (int i = 0; i < points; ++i) list->add(igeslib_read_coordinate(io));
   v(igeslib_read_real_array(io, 2));
   xnorm(io->read_real());
   ynorm(io->read_real());
@@ -236,7 +223,7 @@ void igs_rational_bspline_curve_entity::pdwrite() {
   for (long long i = 0; i < m_ + n + 1; ++i) io->write_real(igeslib_real_at(t_, i));
   for (long long i = 0; i < n; ++i) io->write_real(igeslib_real_at(weights, i));
   for (long long i = 0; i < n; ++i)
-    write_point(io, item_at(control_points_, static_cast<unsigned>(i)));
+    igeslib_write_coordinate(io, item_at(control_points_, static_cast<unsigned>(i)));
   io->write_real(igeslib_real_at(v_, 0));
   io->write_real(igeslib_real_at(v_, 1));
   io->write_real(xnorm_);
@@ -281,7 +268,8 @@ void igs_rational_bspline_surface_entity::pdread() {
     for (int i = 0; i < rows; ++i)
       (*weights)[static_cast<unsigned>(i)]->put(io->read_real(), static_cast<unsigned>(j));
   for (int j = 0; j < columns; ++j)
-    for (int i = 0; i < rows; ++i) (*points)[static_cast<unsigned>(i)]->add(read_point(io));
+    for (int i = 0; i < rows; ++i)
+      (*points)[static_cast<unsigned>(i)]->add(igeslib_read_coordinate(io));
   u(igeslib_read_real_array(io, 2));
   v(igeslib_read_real_array(io, 2));
 }
@@ -307,7 +295,8 @@ void igs_rational_bspline_surface_entity::pdwrite() {
   for (unsigned j = 0; j < columns; ++j)
     for (unsigned i = 0; i < rows; ++i) io->write_real(igeslib_real_at(item_at(weights, i), j));
   for (unsigned j = 0; j < columns; ++j)
-    for (unsigned i = 0; i < rows; ++i) write_point(io, item_at(item_at(control_points_, i), j));
+    for (unsigned i = 0; i < rows; ++i)
+      igeslib_write_coordinate(io, item_at(item_at(control_points_, i), j));
   for (ArrayOfDouble* range : {u_, v_}) {
     io->write_real(igeslib_real_at(range, 0));
     io->write_real(igeslib_real_at(range, 1));

@@ -305,8 +305,10 @@ def check_steps(model, owner, steps, names, derived, element, top):
         elif s.kind == "form":  # the entity's form, also in the items of its lists
             named |= check_steps(model, owner, s.steps, names, derived, element, top)
         elif s.kind == "hand":
-            if not top:
-                raise ModelError("%s: a hand step stands only in an entity's own steps" % where)
+            # Among a structure's item steps it stands for one attribute of the item.
+            if element is not None or (not top and s.name not in names):
+                raise ModelError("%s: a hand step names an attribute of the entity or of a "
+                                 "structure item" % where)
             named.add(s.name)
     if counted:
         raise ModelError("%s: the count N(%s) of %s has no items"

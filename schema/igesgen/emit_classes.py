@@ -3,7 +3,7 @@ the load lists."""
 
 from .model import (Entry, MASK_ATTRIBUTES, MASK_LETTERS, STATUS_ATTRIBUTES, aggregate_parts,
     dictionary_name)
-from .check import all_attributes, chain, type_kind
+from .check import all_attributes, chain, element_type, type_kind
 from .counts import compiled, load_lists
 
 # The attributes whose getter is one of the virtual operations of the entity root.
@@ -187,10 +187,12 @@ def declare_class(model, w, e):
     if e.parameter_code or e.parameters is not None:
         w("  void pdread() override;")
         w("  void pdwrite() override;")
-    for name in hand_steps(e.parameters or []):
-        w("  // A step of the parameter data written by hand.")
-        w("  void pdread_%s(IgeslibIO* io);", name)
-        w("  void pdwrite_%s(IgeslibIO* io);", name)
+    for name, item in hand_steps(model, e, e.parameters or []):
+        w("  // A step of the parameter data written by hand%s.",
+          " for each item of a list" if item else "")
+        argument = ", %s* item" % item if item else ""
+        w("  void pdread_%s(IgeslibIO* io%s);", name, argument)
+        w("  void pdwrite_%s(IgeslibIO* io%s);", name, argument)
     for line in HAND_MEMBERS.get(e.name, ()):
         w(line)
     w("")
@@ -255,13 +257,20 @@ HAND_MEMBERS = {
 HAND_FORWARDS = ("struct IgeslibIO;",)
 
 
-def hand_steps(steps):
-    """The names of the hand steps of a layout, form conditions included."""
+def hand_steps(model, owner, steps, item=None):
+    """The hand steps of a layout, form conditions and list items included: their names,
+    and the structure of the item that a step among a list's items stands in (else None)."""
+    attributes = {a.name: a for a in all_attributes(model, owner)}
     for s in steps:
         if s.kind == "hand":
-            yield s.name
+            yield s.name, item
         elif s.kind == "form":
-            yield from hand_steps(s.steps)
+            yield from hand_steps(model, owner, s.steps, item)
+        elif s.kind == "items":
+            element = element_type(attributes[s.name].type)
+            entry = model.entries.get(element)
+            if entry is not None and entry.kind == "structure":
+                yield from hand_steps(model, entry, s.steps, element)
 
 
 def has_codec(e):

@@ -83,6 +83,11 @@ def present(model, s, element):
     return None
 
 
+def hand_arguments(scope):
+    """A hand step gets the filer, and among a list's items the item as well."""
+    return "io, %s" % scope.target[:-2] if scope.target else "io"
+
+
 def read_steps(w, scope, steps, indent):
     model = scope.model
     pad = "  " * indent
@@ -116,7 +121,7 @@ def read_steps(w, scope, steps, indent):
             read_steps(w, scope, s.steps, indent + 1)
             w("%s}", pad)
         elif s.kind == "hand":
-            w("%spdread_%s(io);", pad, s.name)
+            w("%spdread_%s(%s);", pad, s.name, hand_arguments(scope))
 
 
 def read_items(w, scope, s, indent):
@@ -171,7 +176,7 @@ def write_steps(w, scope, steps, indent):
             write_steps(w, scope, s.steps, indent + 1)
             w("%s}", pad)
         elif s.kind == "hand":
-            w("%spdwrite_%s(io);", pad, s.name)
+            w("%spdwrite_%s(%s);", pad, s.name, hand_arguments(scope))
 
 
 def write_count(w, scope, s, steps, pad):

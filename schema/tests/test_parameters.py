@@ -93,7 +93,10 @@ class LayoutTest(unittest.TestCase):
              "F only of igs_thing needs a select of a value and an entity"),
             (PLAIN.replace("I k, ", "").replace("X k, ", ""),
              "the layout of igs_thing leaves out k; name it or give it a hand step"),
-            (PLAIN.replace("R x", "hand x"), "a hand step stands only in an entity's own steps"),
+            (PLAIN.replace("N(reals){R}", "N(reals){hand r}"),
+             "a hand step names an attribute of the entity or of a structure item"),
+            (PLAIN.replace("R x", "hand r"),
+             "a hand step names an attribute of the entity or of a structure item"),
         ]
         for layout, message in cases:
             with self.subTest(message=message):
@@ -131,9 +134,11 @@ class EmitterTest(unittest.TestCase):
             self.assertIn(line, writer)
 
     def test_form_conditions_and_hand_steps(self):
-        code = self.code(PLAIN + ", hand extra, form=1{R r}")
+        code = self.code(PLAIN.replace("R y", "hand y") + ", hand extra, form=1{R r}")
         self.assertIn("pdread_extra(io);", code)
         self.assertIn("pdwrite_extra(io);", code)
+        self.assertIn("pdread_y(io, item0);", code)
+        self.assertIn("pdwrite_y(io, item0);", code)
         self.assertEqual(code.count("if (form() == 1) {"), 2)
 
 

@@ -29,7 +29,7 @@ std::string iges_file(const std::vector<Entry>& entries) {
   int line = 1;
   for (const Entry& entry : entries) {
     int lines = static_cast<int>(p_lines(entry.parameters).size());
-    text.DE(entry.type, entry.form, line, lines);
+    text.DE(entry.type, entry.form, line, lines, "", entry.structure);
     line += lines;
   }
   int de = 1;

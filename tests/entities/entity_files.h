@@ -17,6 +17,7 @@ struct Entry {
   int type;
   int form;
   std::string parameters;
+  int structure = 0;  // the Structure field: the negative DE pointer of a definition
 };
 
 // A file of the entries in directory order, entry i with DE pointer 2i + 1.

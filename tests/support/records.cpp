@@ -44,10 +44,11 @@ IgesText& IgesText::S(std::string_view text) { return add('S', text); }
 IgesText& IgesText::G(std::string_view text) { return add('G', text); }
 IgesText& IgesText::D(std::string_view text) { return add('D', text); }
 
-IgesText& IgesText::DE(int type, int form, int pd_pointer, int pd_lines, std::string_view label) {
+IgesText& IgesText::DE(int type, int form, int pd_pointer, int pd_lines, std::string_view label,
+                       int structure) {
   const std::string zero = right(0, 8);
-  add('D',
-      right(type, 8) + right(pd_pointer, 8) + zero + zero + zero + zero + zero + zero + "00000000");
+  add('D', right(type, 8) + right(pd_pointer, 8) + right(structure, 8) + zero + zero + zero + zero +
+               zero + "00000000");
   return add('D', right(type, 8) + zero + zero + right(pd_lines, 8) + right(form, 8) +
                       std::string(16, ' ') +
                       std::string(8 - std::min<std::size_t>(label.size(), 8), ' ') +

@@ -24,11 +24,11 @@ class IgesText {
   IgesText& G(std::string_view text);
   IgesText& D(std::string_view text);
   IgesText& P(int de_pointer, std::string_view text);
-  // A directory pair with every pointer 0 and status 00000000: record one gives the type,
-  // the P pointer and the status; record two the type, the P line count, the form and the
-  // label.
+  // A directory pair with every pointer but the Structure field 0 and status 00000000: record
+  // one gives the type, the P pointer, the Structure field and the status; record two the
+  // type, the P line count, the form and the label.
   IgesText& DE(int type, int form, int pd_pointer = 1, int pd_lines = 1,
-               std::string_view label = "");
+               std::string_view label = "", int structure = 0);
   // A Terminate record with the counts of the records stated so far.
   IgesText& T();
   // A record as it stands, not numbered.
