@@ -427,6 +427,15 @@ void text_value(std::string& out, const Node& node) {
 // one to a line, indented under it.
 constexpr std::size_t kTextWidth = 100;
 
+// True when no element of the list is a structure or a list, in a select or not.
+bool plain_items(const Node& list) {
+  for (const Node& item : list.items) {
+    const Node& value = item.kind == Node::Kind::select ? item.items.front() : item;
+    if (value.kind == Node::Kind::structure || value.kind == Node::Kind::list) return false;
+  }
+  return true;
+}
+
 void text_line(std::string& out, const std::string& label, const Node& node, unsigned indent) {
   std::string line(indent, ' ');
   line += label;
@@ -448,7 +457,24 @@ void text_line(std::string& out, const std::string& label, const Node& node, uns
   line.resize(head);
   out += line;
   out += prefix;
-  if (inner->kind == Node::Kind::list) {
+  if (inner->kind == Node::Kind::list && plain_items(*inner)) {
+    // Plain values fill the lines, each line headed by the index of its first value.
+    out += "list of " + std::to_string(inner->items.size()) + '\n';
+    std::string row;
+    for (std::size_t i = 0; i < inner->items.size(); ++i) {
+      std::string item;
+      text_value(item, inner->items[i]);
+      if (!row.empty() && row.size() + item.size() + 2 > kTextWidth) {
+        out += row + '\n';
+        row.clear();
+      }
+      if (row.empty())
+        row = std::string(indent + 2, ' ') + "[" + std::to_string(i) + "] " + item;
+      else
+        row += ", " + item;
+    }
+    if (!row.empty()) out += row + '\n';
+  } else if (inner->kind == Node::Kind::list) {
     out += "list of " + std::to_string(inner->items.size()) + '\n';
     for (std::size_t i = 0; i < inner->items.size(); ++i)
       text_line(out, "[" + std::to_string(i) + "]", inner->items[i], indent + 2);
