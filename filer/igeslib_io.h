@@ -145,6 +145,16 @@ struct IgeslibIO {
   void assoc_prop_parse(igs_directory_entry* entity, ListOfigs_directory_entry* list);
 
   // --- parameter tokens ---
+  // The parameter code of an entity class (its pdread and pdwrite, for a class of one's own
+  // too) finds the run under way with igeslib_filer() and goes through these operations, in
+  // the order of the entity's parameters: read_int, read_real, read_logical and read_string
+  // to read, write_int, write_real, write_logical and write_string to write. Neither touches
+  // the entity type parameter or the back-pointer lists, which the section driver handles.
+  // A pointer parameter is read as an int and looked up with igeslib_entity_at (or the
+  // helpers of igeslib_parameters.h); a count is passed through count() before anything is
+  // made for it. Entity code reports nothing: a bad token poisons the rest of the entity, and
+  // its later reads give zeros.
+  //
   // Guards called by entity code: the zero of the type, reading nothing, once the record is
   // finished or poisoned; the zero too for a defaulted parameter.
   int read_int();

@@ -71,21 +71,6 @@ void print_global(igs_global* global) {
   field("Date of generation", global->date_time_file_generation());
 }
 
-// Type and form of an entity. One that the reader could not place keeps its directory
-// records as text, and its type and form are read from them (columns 1-8 of the first, 33-40
-// of the second).
-std::pair<int, int> type_and_form(igs_directory_entry* entity) {
-  auto* unplaced = lumo_cast<igs_null_entity>(entity);
-  if (!unplaced) return {entity->entity_type(), entity->form()};
-  ArrayOfString* records = unplaced->directory_entry_records();
-  const char* first = records ? records->get(0) : nullptr;
-  const char* second = records ? records->get(1) : nullptr;
-  int type = 0, form = 0;
-  if (first) igeslib_scan_int(first, 8, &type);
-  if (second && std::strlen(second) > 32) igeslib_scan_int(second + 32, 8, &form);
-  return {type, form};
-}
-
 void print_entities(igs_iges_file* file) {
   std::map<std::tuple<int, int, std::string>, unsigned long> counts;
   // Outside a read the list is gathered afresh from the design at every call.
@@ -93,7 +78,7 @@ void print_entities(igs_iges_file* file) {
   for (unsigned i = 0; i < entities->size(); ++i) {
     igs_directory_entry* entity = (*entities)[i];
     if (!entity) continue;
-    auto [type, form] = type_and_form(entity);
+    auto [type, form] = igeslib_tools::type_and_form(entity);
     LumoDomain* domain = entity->domain();
     ++counts[{type, form, domain && domain->name() ? domain->name() : "?"}];
   }

@@ -36,6 +36,19 @@ void pass_report(const char* text, int, void*) {
 
 }  // namespace
 
+// Columns 1-8 of the first record hold the type, columns 33-40 of the second the form.
+std::pair<int, int> type_and_form(igs_directory_entry* entity) {
+  auto* unplaced = lumo_cast<igs_null_entity>(entity);
+  if (!unplaced) return {entity->entity_type(), entity->form()};
+  ArrayOfString* records = unplaced->directory_entry_records();
+  const char* first = records ? records->get(0) : nullptr;
+  const char* second = records ? records->get(1) : nullptr;
+  int type = 0, form = 0;
+  if (first) igeslib_scan_int(first, 8, &type);
+  if (second && std::strlen(second) > 32) igeslib_scan_int(second + 32, 8, &form);
+  return {type, form};
+}
+
 Session::Session(const char* program) : program_(program) {
   igeslib_force_load();
   if (isatty(fileno(stderr))) {

@@ -3,6 +3,8 @@
 // terminal (and dropped when it is not).
 #pragma once
 
+#include <utility>
+
 #include <igeslib.h>
 
 namespace igeslib_tools {
@@ -12,6 +14,10 @@ constexpr int kCompleted = 0;   // the file was read to its end (reports or not)
 constexpr int kFatal = 1;       // the read stopped at a fatal error
 constexpr int kUsage = 2;       // bad arguments, or a file that can't be opened
 constexpr int kDamagedEnd = 3;  // read to its end, but its last record was damaged
+
+// Type and form of an entity. One that the reader could not place keeps its directory
+// records as text, and its type and form are read from them.
+std::pair<int, int> type_and_form(igs_directory_entry* entity);
 
 class Session {
  public:

@@ -227,6 +227,12 @@ def field_is_wide(ctype):
 HAND_MEMBERS = {
     "igs_iges_file": (
         "",
+        "  // One IGES file, the root object of the design that holds its entities. To read:",
+        "  // make it in a design of its own (new (design) igs_iges_file), make that design",
+        "  // current (LUMO.useDesign) after igeslib_force_load(), and call read; the entities",
+        "  // are then directory_entries(), and deleting the design releases them all. To write:",
+        "  // make the entities in the current design, then call write.",
+        "  //",
         "  // The entities of the file in directory order. Outside a run (directory_populated",
         "  // zero) the list is gathered afresh from the current design on every call.",
         "  ListOfigs_directory_entry* directory_entries();",
@@ -234,10 +240,13 @@ HAND_MEMBERS = {
         "  // after a write: ask for it only during a run.",
         "  IgeslibIO* igesFiler();",
         "  // Reads a whole IGES file into this design; null after a fatal error, or when a",
-        "  // Start or Global section fails with strict set. The stream is left open.",
+        "  // Start or Global section fails with strict set. The stream is left open. Faults",
+        "  // are reported on the runtime's error channel (standard error unless redirected)",
+        "  // and cost no more than the entity they stand in; see also igeslib_limits().",
         "  igs_iges_file* read(FILE* stream, char strict);",
         "  igs_iges_file* read(const char* path, char strict);",
-        "  // Writes every entity of the current design; zero_as_default leaves zeros out.",
+        "  // Writes every entity of the current design in the order they were made, numbered",
+        "  // 1, 3, 5, ...; zero_as_default leaves zeros out. Null when the path can't be opened.",
         "  igs_iges_file* write(FILE* stream, char zero_as_default);",
         "  igs_iges_file* write(const char* path, char zero_as_default);",
         "  IgeslibIO* filer_ = nullptr;",
@@ -781,7 +790,8 @@ def emit_common(model):
     for e in entries:
         w("extern LumoTypePtr lumotype_%s;", e.name)
     w("")
-    w("// Binds every class of the library and makes its domain, in schema order.")
+    w("// Binds every class of the library and makes its domain, in schema order. An")
+    w("// application calls it once, before it reads, writes or makes any entity.")
     w("void igeslib_force_load();")
     w("// Builds the eight schema designs of the dictionary from the tables compiled in.")
     w("void igeslib_create_builtin_schemas();")
