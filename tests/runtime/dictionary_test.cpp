@@ -120,6 +120,7 @@ TEST_F(Dictionary, EnumeratorsAreStoredByTheirPosition) {
   EXPECT_TRUE(d->putString(third->name, colour, 0));
   EXPECT_EQ(d->colour, blue);
   EXPECT_EQ((*colour->slotDomain()->typeImmediateAttributes())[3], nullptr);
+  EXPECT_EQ((*colour->slotDomain()->typeImmediateAttributes())[~0u], nullptr);
   EXPECT_FALSE(d->putString("purple", colour, 0));
   EXPECT_EQ(d->colour, blue);
   EXPECT_TRUE(d->putString("green", "colour", 0));
