@@ -19,20 +19,6 @@ LumoObject* reference_by_name(LumoObject* object, const char* name) {
   return attribute->slotDomain()->type()->toObject(*slot.p);
 }
 
-TEST(Entities, DefaultsAreNullZeroAndUnset) {
-  load_model();
-  igs_line_entity line;
-  EXPECT_EQ(line.level(), nullptr);
-  EXPECT_EQ(line.blank(), igs_blank_status_unset);
-  EXPECT_EQ(line.hierarchy(), igs_hierarchy_flag_unset);  // not stored by a line
-  EXPECT_FALSE(line.isModified());
-
-  igs_global global;
-  EXPECT_STREQ(global.parameter_delimiter(), ",");
-  EXPECT_STREQ(global.record_delimiter(), ";");
-  EXPECT_EQ(global.unit_flag(), igs_unitFlag_unset);
-}
-
 TEST(Entities, ConstantAnswersOfTheDirectoryLines) {
   load_model();
   struct Row {

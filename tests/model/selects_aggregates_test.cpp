@@ -93,15 +93,4 @@ TEST(LoadLists, ForceLoadTwiceChangesNothing) {
   EXPECT_STREQ(lumotype_igs_line_pattern->name, "line_pattern");
 }
 
-TEST(LoadLists, BindersMeasureOffsetsOnThePrototype) {
-  load_model();
-  igs_flow_entity flow;
-  long offset = lumotype_igs_flow_entity->offsetOf(&*lumotype_igs_structure_entity);
-  EXPECT_EQ(reinterpret_cast<char*>(&flow) + offset,
-            reinterpret_cast<char*>(static_cast<igs_structure_entity*>(&flow)));
-  LumoAttribute* choice = lumotype_igs_datum->domain->findTypeAttribute("_int_val");
-  ASSERT_NE(choice, nullptr);
-  EXPECT_EQ(choice->offset(), -1);  // all choices share the one slot
-}
-
 }  // namespace
