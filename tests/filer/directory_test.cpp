@@ -20,53 +20,45 @@ namespace {
 
 const char* name_of(LumoDomain* domain) { return domain ? domain->name() : "(none)"; }
 
-// The class and non-standard flag the first pass gives a pair, as a parse of the D section
-// would: the row itself when listed, else a new row of the type's class for other forms.
-struct Placed {
-  std::string domain;
-  int nonstd;
-  bool listed;
-};
-
-Placed place(IgeslibEntityTable& table, int entity, int form) {
-  IgeslibEntityData* row = table.find_entity_data(entity, form);
-  bool listed = row != nullptr;
-  if (!row) {
-    row = table.add_entity_data(entity, form, table.find_domain(entity));
-    bool reserved =
-        (entity == 302 || entity == 402 || entity == 406) && form >= 5001 && form <= 9999;
-    igeslib_set_nonstd(row, reserved ? 0 : 1);
-  }
-  return {name_of(igeslib_get_domain(row)), igeslib_is_nonstd(row), listed};
-}
-
+// The class and non-standard flag each (type, form) pair of a D section gets: its own row
+// when listed, else a row added of the type's class, standard only for the forms set aside
+// for implementors.
 TEST(Registry, ClassAndFlagOfEachPair) {
-  load_model();
   struct Case {
     int entity, form;
     const char* domain;
     int nonstd;
-    bool listed;
   } const cases[] = {
-      {110, 0, "line_entity", 0, true},
-      {108, -1, "plane_entity", 0, true},
-      {102, 1, "composite_curve_entity", 1, true},
-      {302, 5001, "associativity_definition_entity", 0, false},
-      {302, 10000, "associativity_definition_entity", 1, false},
-      {402, 5000, "associativity_instance_entity", 1, false},
-      {406, 9999, "user_defined_property_entity", 0, false},
-      {406, 15, "name_entity", 0, true},
-      {999, 0, "null_entity", 1, false},
-      {106, 4, "null_entity", 1, false},  // a known type, an unknown form
-      {0, 0, "null_entity", 0, true},
+      {110, 0, "line_entity", 0},
+      {108, -1, "plane_entity", 0},
+      {102, 1, "composite_curve_entity", 1},
+      {302, 5001, "associativity_definition_entity", 0},
+      {302, 10000, "associativity_definition_entity", 1},
+      {402, 5000, "associativity_instance_entity", 1},
+      {406, 9999, "user_defined_property_entity", 0},
+      {406, 15, "name_entity", 0},
+      {999, 0, "null_entity", 1},
+      {106, 4, "null_entity", 1},  // a known type, an unknown form
+      {0, 0, "null_entity", 0},
   };
+  ScratchDesign design("registry");
+  LumoDesign* before = LUMO.useDesign(design);
+  IgesText text;
+  for (const Case& c : cases) text.DE(c.entity, c.form);
+  igeslib_test::FilerOver f(text.T().str());
+  ASSERT_EQ(std::fgetpos(f.io.fp, &f.io.section_position), 0);
+  ASSERT_TRUE(f.next());
+  auto* list = new (design.design) ListOfigs_directory_entry(0);
+  EXPECT_TRUE(igeslib_catch_abort([&] { f.io.parse_de_section(list); }));
   for (const Case& c : cases) {
-    IgeslibEntityTable table;
-    Placed p = place(table, c.entity, c.form);
-    EXPECT_EQ(p.domain, c.domain) << c.entity << "/" << c.form;
-    EXPECT_EQ(p.nonstd, c.nonstd) << c.entity << "/" << c.form;
-    EXPECT_EQ(p.listed, c.listed) << c.entity << "/" << c.form;
+    SCOPED_TRACE(std::to_string(c.entity) + "/" + std::to_string(c.form));
+    IgeslibEntityData* row = f.io.entity_table.find_entity_data(c.entity, c.form);
+    ASSERT_NE(row, nullptr);
+    EXPECT_STREQ(name_of(igeslib_get_domain(row)), c.domain);
+    EXPECT_EQ(igeslib_is_nonstd(row), c.nonstd);
+    EXPECT_EQ(igeslib_get_count(row), 1u);
   }
+  LUMO.useDesign(before);
 }
 
 TEST(Registry, StartsFromTheStaticRowsEveryRun) {

@@ -211,50 +211,40 @@ TEST(Global, CodesWithNoEnumeratorLeaveTheValue) {
   EXPECT_STREQ(r.global->milspec(), "mil1");
 }
 
-TEST(Global, ParametersPastTheLast) {
-  const char* const unknown = "parsing global section: Global section contains unknown parameters";
-  struct Case {
-    const char* end;
+// Sections that read with one report: parameters past the last fail the section; a token
+// error there ends the list, and a wrong Hollerith count poisons the rest, without failing it.
+TEST(Global, OneReportAndWhetherTheSectionFails) {
+  const std::string unknown =
+      " parsing global section: Global section contains unknown parameters";
+  auto renamed = [](const char* name) {
+    std::vector<std::string> g = section(",,", "11");
+    g[0].replace(g[0].find("8Hpart.igs,"), 11, name);
+    return g;
+  };
+  const struct {
+    std::vector<std::string> g;
     bool fails;
-    const char* message;
+    std::string error;
+    bool poisoned;  // the file name and what follows it take their defaults
+  } cases[] = {
+      {section(",,", "11", "4Hmil1,5;"), true, "4:33" + unknown, false},
+      {section(",,", "11", "4Hmil1,5,"), true, "4:34" + unknown, false},  // no record delimiter
+      {section(",,", "11", "4Hmil1,,;"), true, "4:33" + unknown, false},
+      {section(",,", "11", "4Hmil1,3Habc;"), false, "4:33 Missing delimiter after integer value",
+       false},
+      {renamed("9Hpart.igs,"), false, "2:21 Missing delimiter after string value", true},
+      {renamed("7Hpart.igs,"), false, "2:19 Missing delimiter after string value", true},
   };
-  const Case cases[] = {
-      {"4Hmil1,5;", true, unknown},
-      {"4Hmil1,5,", true, unknown},  // no record delimiter needed
-      {"4Hmil1,,;", true, unknown},
-      // The extra parameter is read as an integer: a string there is a token error, which
-      // ends the list without failing the section.
-      {"4Hmil1,3Habc;", false, "Missing delimiter after integer value"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.end);
-    GlobalRead r(file_of(section(",,", "11", c.end)), true);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.g[0] + "|" + c.g[2]);
+    GlobalRead r(file_of(c.g), true);
     ASSERT_TRUE(r.completed);
     EXPECT_EQ(r.result == nullptr, c.fails);
-    ASSERT_EQ(r.filer.errors().size(), 1u);
-    EXPECT_EQ(r.filer.errors()[0].substr(r.filer.errors()[0].find(' ') + 1), c.message);
-    EXPECT_STREQ(r.global->milspec(), "mil1");
-    EXPECT_EQ(r.io().global_count, 3);
-  }
-}
-
-TEST(Global, AWrongHollerithCountPoisonsTheRestButDoesNotFail) {
-  struct Case {
-    const char* name;
-    const char* error;  // where the delimiter was looked for
-  };
-  for (const Case& c : {Case{"9Hpart.igs,", "2:21 Missing delimiter after string value"},
-                        Case{"7Hpart.igs,", "2:19 Missing delimiter after string value"}}) {
-    SCOPED_TRACE(c.name);
-    std::vector<std::string> g = section(",,", "11");
-    g[0].replace(g[0].find("8Hpart.igs,"), 11, c.name);
-    GlobalRead r(file_of(g));
-    ASSERT_TRUE(r.completed);
-    EXPECT_EQ(r.result, &r.io());
     EXPECT_EQ(r.filer.errors(), Errors{c.error});
     EXPECT_STREQ(r.global->product_identification_sender(), "send");
-    EXPECT_EQ(r.global->file_name(), nullptr);
-    EXPECT_EQ(r.global->version(), 3);
+    EXPECT_EQ(r.global->file_name() == nullptr, c.poisoned);
+    EXPECT_EQ(r.global->version(), c.poisoned ? 3 : 11);
+    EXPECT_EQ(r.global->milspec() == nullptr, c.poisoned);
     EXPECT_EQ(r.io().global_count, 3);
   }
 }
