@@ -19,34 +19,6 @@ LumoObject* reference_by_name(LumoObject* object, const char* name) {
   return attribute->slotDomain()->type()->toObject(*slot.p);
 }
 
-TEST(Entities, ConstantAnswersOfTheDirectoryLines) {
-  load_model();
-  struct Row {
-    igs_directory_entry* entity;
-    int type, form, blank, subordinate, used, hierarchy;
-  };
-  igs_block_entity block;              // status aa0-: used fixed at 0
-  igs_flow_entity flow;                // status -a3-
-  igs_general_note_entity note;        // status aa1-, form stored
-  igs_directory_entry root;
-  note.form(105);
-  const Row rows[] = {
-      {&block, 150, 0, -1, -1, 0, -1},
-      {&flow, 402, 18, -1, -1, 3, -1},
-      {&note, 212, 105, -1, -1, 1, -1},
-      {&root, -1, 0, -1, -1, -1, -1},
-  };
-  for (const Row& r : rows) {
-    SCOPED_TRACE(r.entity->domain()->name());
-    EXPECT_EQ(r.entity->entity_type(), r.type);
-    EXPECT_EQ(r.entity->form(), r.form);
-    EXPECT_EQ(r.entity->blank(), r.blank);
-    EXPECT_EQ(r.entity->subordinate(), r.subordinate);
-    EXPECT_EQ(r.entity->used(), r.used);
-    EXPECT_EQ(r.entity->hierarchy(), r.hierarchy);
-  }
-}
-
 TEST(Entities, SettersMarkModifiedAndTextIsCopied) {
   ScratchDesign design;
   auto* arc = new (design.design) igs_circular_arc_entity;

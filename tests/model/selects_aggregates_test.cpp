@@ -54,15 +54,6 @@ TEST(Selects, IntCodedChoices) {
   EXPECT_EQ(ops->_boolean_op_code(), igs_boolean_op_code_difference);
 }
 
-TEST(Selects, CopiesShareTheChoiceAndTheSlot) {
-  ScratchDesign design;
-  auto* a = new (design.design) igs_datum;
-  a->_str_val("shared");
-  igs_datum b(*a);
-  EXPECT_TRUE(b.is_str_val());
-  EXPECT_EQ(b._str_val(), a->_str_val());
-}
-
 TEST(Aggregates, ElementTypesAndTheEnumerationArray) {
   ScratchDesign design;
   auto* points = new (design.design) ListOfigs_coordinate(0);

@@ -85,17 +85,6 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
   LUMO.useDesign(before);
 }
 
-TEST(Designs, SwitchingAnswersThePreviousDesign) {
-  LumoDesign* a = LUMO.newDesign("a");
-  LumoDesign* b = LUMO.newDesign("b");
-  LumoDesign* start = LUMO.useDesign(a);
-  EXPECT_EQ(LUMO.design(), a);
-  EXPECT_EQ(LUMO.useDesign(b), a);
-  EXPECT_EQ(LUMO.useDesign(start), b);
-  delete a;
-  delete b;
-}
-
 TEST(Casts, EveryRoadOfTheDiamondLeadsToOneObject) {
   t_diamond d;
   LumoObject* o = &d;
