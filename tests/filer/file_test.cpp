@@ -1,15 +1,8 @@
-// The read and write drivers of the file object: what they switch and restore, strictness
-// and fatal errors.
-#include <algorithm>
-#include <cctype>
+// The read and write drivers of the file object: what they switch and restore, strictness,
+// fatal errors, and reals read and written under a locale with a decimal comma.
 #include <clocale>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 

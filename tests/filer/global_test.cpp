@@ -1,6 +1,6 @@
 // The Global section on reading: the two delimiters, parameters 3 to 26 and their defaults,
-// the coded units and drafting standard, the version warning, parameters past the 26th, and
-// the Global section written and read back.
+// the coded units and drafting standard, the version warning, parameters past the 26th; and
+// the Global section written.
 #include <cstdio>
 #include <cstring>
 #include <string>

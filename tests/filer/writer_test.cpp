@@ -1,4 +1,4 @@
-// The writer: empty parameters, real formatting in any locale, numbers kept whole and strings
+// The writer: empty parameters, real formatting, numbers kept whole and strings
 // running over record ends, and a small file's S, D, P and T sections byte for byte.
 #include <cfloat>
 #include <cmath>

@@ -1,5 +1,5 @@
-// The embedded dictionary: the eight schema designs, their figures, the
-// enumerations and selects they describe, and the marker lists.
+// The embedded dictionary: the eight schema designs, their figures, the enumerations and
+// selects they describe held to their compiled descriptors, and abstract domains.
 #include <gtest/gtest.h>
 
 #include <cstring>
