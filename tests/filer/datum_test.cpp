@@ -3,34 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "filer_fixture.h"
+#include "model/model_support.h"
 
 using igeslib_test::FilerOver;
 using igeslib_test::IgesText;
 using Errors = std::vector<std::string>;
-
-namespace {
-
-// A current design with the model bound, restored afterwards.
-struct CurrentDesign {
-  CurrentDesign() {
-    static const bool loaded = [] {
-      igeslib_force_load();
-      igeslib_create_builtin_schemas();
-      return true;
-    }();
-    (void)loaded;
-    design = LUMO.newDesign("datum test", nullptr);
-    before = LUMO.useDesign(design);
-  }
-  ~CurrentDesign() {
-    LUMO.useDesign(before);
-    delete design;
-  }
-  LumoDesign* design;
-  LumoDesign* before;
-};
-
-}  // namespace
 
 TEST(Datum, KindToldFromTheText) {
   struct Case {
@@ -70,7 +47,8 @@ TEST(Datum, KindToldFromTheText) {
 }
 
 TEST(Datum, ReadEachKindIntoTheList) {
-  CurrentDesign current;
+  ScratchDesign current("datum test");
+  LumoDesign* before = LUMO.useDesign(current);
   auto* entities = new (current.design) ListOfigs_directory_entry(0);
   auto* first = new (current.design) igs_line_entity;
   auto* second = new (current.design) igs_line_entity;
@@ -93,4 +71,5 @@ TEST(Datum, ReadEachKindIntoTheList) {
   EXPECT_EQ((*list)[7]->_int_val(), 0);
   EXPECT_EQ((*list)[8]->getAttribute(nullptr), nullptr);  // kind 0: unset
   EXPECT_EQ(f.errors(), Errors{});
+  LUMO.useDesign(before);
 }

@@ -38,62 +38,33 @@ void expect_second_line_read(FileRead& read) {
 
 TEST(ParameterSection, BackPointerLists) {
   const std::string line = "110,1.,2.,3.,4.,5.,6.";
+  const std::string at = "11:", lists = " assoc_prop_parse: ";
   struct Case {
-    const char* label;
     std::string data;
     unsigned associations, properties;
     bool group_chosen, name_chosen;
     Errors errors;
   } const cases[] = {
-      {"delimiter after the last parameter", line + ";", 0, 0, false, false, {}},
-      {"both counts zero", line + ",0,0;", 0, 0, false, false, {}},
-      {"empty counts", line + ",,;", 0, 0, false, false, {}},
-      {"one association of two",
-       line + ",2,3;",
-       1,
-       0,
-       true,
-       false,
-       {"11:26 assoc_prop_parse: Value for the associativity pointer not specified"}},
-      {"a property after an empty count", line + ",,1,5;", 0, 1, false, true, {}},
-      {"a line is no associativity",
-       line + ",1,7;",
-       1,
-       0,
-       false,
-       false,
-       {"11:26 assoc_prop_parse: Illegal entity type in association list"}},
-      {"a line is no property",
-       line + ",0,1,1;",
-       0,
-       1,
-       false,
-       false,
-       {"11:28 assoc_prop_parse: Illegal entity type in property list"}},
-      {"a pointer past every entity",
-       line + ",1,99;",
-       1,
-       0,
-       false,
-       false,
-       {"11:27 assoc_prop_parse: Illegal entity type in association list"}},
-      {"a missing property pointer",
-       line + ",0,1,;",
-       0,
-       0,
-       false,
-       false,
-       {"11:27 assoc_prop_parse: Value for the property pointer not specified"}},
-      {"parameters past the lists",
-       line + ",0,0,7;",
-       0,
-       0,
-       false,
-       false,
+      {line + ";", 0, 0, false, false, {}},
+      {line + ",0,0;", 0, 0, false, false, {}},
+      {line + ",,;", 0, 0, false, false, {}},
+      {line + ",2,3;", 1, 0, true, false,
+       {at + "26" + lists + "Value for the associativity pointer not specified"}},
+      {line + ",,1,5;", 0, 1, false, true, {}},
+      // a line is no associativity and no property; 99 names no entity
+      {line + ",1,7;", 1, 0, false, false,
+       {at + "26" + lists + "Illegal entity type in association list"}},
+      {line + ",0,1,1;", 0, 1, false, false,
+       {at + "28" + lists + "Illegal entity type in property list"}},
+      {line + ",1,99;", 1, 0, false, false,
+       {at + "27" + lists + "Illegal entity type in association list"}},
+      {line + ",0,1,;", 0, 0, false, false,
+       {at + "27" + lists + "Value for the property pointer not specified"}},
+      {line + ",0,0,7;", 0, 0, false, false,
        {"11:28 parse_pd_section: Unknown parameters after associativity and property fields"}},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.label);
+    SCOPED_TRACE(c.data);
     FileRead read(four_entities({{1, c.data}}));
     ASSERT_EQ(read.result, read.file);
     auto* first = read.entity<igs_line_entity>(0);

@@ -1,12 +1,10 @@
 // The parameter token reader: values, defaults, the end of a record, poisoning, records
-// crossed, the two mailer repairs, Hollerith strings and the locale.
-#include <clocale>
-#include <cmath>
+// crossed, the two mailer repairs, Hollerith strings and the quick way of reading reals.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -18,22 +16,26 @@ using Errors = std::vector<std::string>;
 
 namespace {
 
+constexpr int V = PARAM_VALUE, D = PARAM_DEFAULTED, E = PARAM_END_OF_RECORD;
+
+// The reports' messages without their positions.
+Errors messages_of(const FilerOver& f) {
+  Errors out;
+  for (const std::string& e : f.errors()) out.push_back(e.substr(e.find(' ') + 1));
+  return out;
+}
+
 // A filer with the first of the P records holding data in line.
 struct Tokens : FilerOver {
-  explicit Tokens(std::initializer_list<std::string> data) : FilerOver(file_of(data)) {
+  explicit Tokens(const std::vector<std::string>& data) : FilerOver(file_of(data)) {
     EXPECT_TRUE(next());
   }
-  static std::string file_of(std::initializer_list<std::string> data) {
+  static std::string file_of(const std::vector<std::string>& data) {
     IgesText text;
     for (const std::string& d : data) text.P(1, d);
     return text.str();
   }
-  // The reports' messages without their positions.
-  Errors messages() const {
-    Errors out;
-    for (const std::string& e : errors()) out.push_back(e.substr(e.find(' ') + 1));
-    return out;
-  }
+  Errors messages() const { return messages_of(*this); }
 };
 
 // Each field of the data "a|b" is one column of 64; the 64-column field ends in last.
@@ -41,62 +43,80 @@ std::string ending_in(const std::string& last, const std::string& before = "") {
   return before + std::string(64 - before.size() - last.size(), ' ') + last;
 }
 
+// A P record whose data field is one blank shorter (by -1) or longer (by 1) than 64 columns.
+std::string shifted(const std::string& data, int by, int sequence = 1) {
+  std::string r = igeslib_test::p_record(1, sequence, data);
+  if (by < 0) r.erase(63, 1);
+  if (by > 0) r.insert(64, " ");
+  return r;
+}
+
 }  // namespace
 
 TEST(Tokens, ValuesDefaultsAndTheEndOfRecord) {
-  Tokens t({"5,,7;"});
+  Tokens t({"5,  ,7;"});
   EXPECT_EQ(t.io.read_int(), 5);
-  EXPECT_EQ(t.io.param_state, PARAM_VALUE);
+  EXPECT_EQ(t.io.param_state, V);
   EXPECT_EQ(t.io.read_int(), 0);
-  EXPECT_EQ(t.io.param_state, PARAM_DEFAULTED);
+  EXPECT_EQ(t.io.param_state, D);
   EXPECT_EQ(t.io.read_int(), 7);
   EXPECT_EQ(t.io.read_int(), 0);
-  EXPECT_EQ(t.io.param_state, PARAM_END_OF_RECORD);
-  EXPECT_EQ(t.io.column, 4);
+  EXPECT_EQ(t.io.param_state, E);
+  EXPECT_EQ(t.io.column, 6);
   EXPECT_EQ(t.io.record_failed, 0);
   // Every guard is now a no-op.
   EXPECT_EQ(t.io.read_real(), 0.0);
   EXPECT_EQ(t.io.read_string(), nullptr);
-  EXPECT_EQ(t.io.column, 4);
+  EXPECT_EQ(t.io.column, 6);
   EXPECT_EQ(t.errors(), Errors{});
 }
 
-TEST(Tokens, BlanksBeforeADelimiterReadAsADefault) {
-  Tokens t({"  ,   , ,  1 ;"});
-  EXPECT_EQ(t.io.read_real(), 0.0);
-  EXPECT_EQ(t.io.param_state, PARAM_DEFAULTED);
-  EXPECT_EQ(t.io.read_logical(), 0);
-  EXPECT_EQ(t.io.param_state, PARAM_DEFAULTED);
-  EXPECT_EQ(t.io.read_string(), nullptr);
-  EXPECT_EQ(t.io.param_state, PARAM_DEFAULTED);
-  EXPECT_EQ(t.io.read_int(), 1);
-  EXPECT_EQ(t.io.param_state, PARAM_VALUE);
-}
-
-struct IntCase {
-  const char* data;
-  int value;
-  int state;
-  const char* message;  // null: no report
-};
-
-TEST(Tokens, Integers) {
-  const IntCase cases[] = {
-      {"+12,", 12, PARAM_VALUE, nullptr},
-      {"  -7  ;", -7, PARAM_VALUE, nullptr},
-      {"12 34,", 0, PARAM_END_OF_RECORD, "Missing delimiter after integer value"},
-      {"12a,", 0, PARAM_END_OF_RECORD, "Missing delimiter after integer value"},
-      {"+,", 0, PARAM_END_OF_RECORD, "Invalid integer value"},
-      {"x,", 0, PARAM_END_OF_RECORD, "Invalid integer value"},
-      {"1-2,", 0, PARAM_END_OF_RECORD, "Unexpected sign in number"},
-      {"1.5,", 0, PARAM_END_OF_RECORD, "Missing delimiter after integer value"},
+// Integers ('i'), reals ('r') and logicals ('l'): the value, the state left, the one report.
+TEST(Tokens, Scalars) {
+  const struct {
+    char kind;
+    const char* data;
+    double value;
+    int state;
+    const char* message;  // null: no report
+  } cases[] = {
+      {'i', "+12,", 12, V, nullptr},
+      {'i', "  -7  ;", -7, V, nullptr},
+      {'i', "12 34,", 0, E, "Missing delimiter after integer value"},
+      {'i', "1.5,", 0, E, "Missing delimiter after integer value"},
+      {'i', "+,", 0, E, "Invalid integer value"},
+      {'i', "1-2,", 0, E, "Unexpected sign in number"},
+      {'r', "  ,", 0, D, nullptr},
+      {'r', "7,", 7, V, nullptr},
+      {'r', "1.,", 1, V, nullptr},
+      {'r', "-.5,", -0.5, V, nullptr},
+      {'r', "1.5d3,", 1500, V, nullptr},
+      {'r', "25.e-2,", 0.25, V, nullptr},
+      {'r', "+4D+1 ,", 40, V, nullptr},
+      {'r', "1..5,", 1.5, V, "Ignoring doubled decimal possibly added by emailer"},
+      {'r', "1.5.,", 0, E, "Unexpected decimal in number"},
+      {'r', "1.5+3,", 0, E, "Unexpected sign in number"},
+      {'r', "E3,", 0, E, "Unexpected exponent in number"},
+      {'r', "1.5E3E,", 0, E, "Unexpected exponent in number"},
+      {'r', ".,", 0, E, "Invalid floating point value"},
+      {'r', "1.5E,", 0, E, "Invalid floating point value"},
+      {'r', "1.5 2,", 0, E, "Missing delimiter after floating point value"},
+      {'l', "  0;", 0, V, nullptr},
+      {'l', "1,", 1, V, nullptr},
+      {'l', " ,", 0, D, nullptr},
+      {'l', ";", 0, E, nullptr},
+      {'l', "2,", 0, E, "Logical value must be 0 or 1"},
+      {'l', "01,", 0, E, "Missing delimiter after logical value"},
   };
-  for (const IntCase& c : cases) {
-    SCOPED_TRACE(c.data);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(1, c.kind) + " " + c.data);
     Tokens t({c.data});
-    EXPECT_EQ(t.io.read_int(), c.value);
+    double value = c.kind == 'i'   ? t.io.read_int()
+                   : c.kind == 'r' ? t.io.read_real()
+                                   : static_cast<double>(t.io.read_logical());
+    EXPECT_DOUBLE_EQ(value, c.value);
     EXPECT_EQ(t.io.param_state, c.state);
-    EXPECT_EQ(t.io.record_failed, c.message ? 1 : 0);
+    EXPECT_EQ(t.io.record_failed, c.message && c.state == E ? 1 : 0);
     EXPECT_EQ(t.messages(), c.message ? Errors{c.message} : Errors{});
   }
 }
@@ -113,45 +133,6 @@ TEST(Tokens, IntegerOfEightyNineDigitsIsTooLong) {
   EXPECT_EQ(t.messages(), Errors{"Integer value too long"});
 }
 
-struct RealCase {
-  const char* data;
-  double value;
-  int state;
-  Errors messages;
-};
-
-TEST(Tokens, Reals) {
-  const RealCase cases[] = {
-      {"1.5,", 1.5, PARAM_VALUE, {}},
-      {"-2.25;", -2.25, PARAM_VALUE, {}},
-      {"7,", 7.0, PARAM_VALUE, {}},
-      {"1.,", 1.0, PARAM_VALUE, {}},
-      {"-.5,", -0.5, PARAM_VALUE, {}},
-      {"1.5D3,", 1500.0, PARAM_VALUE, {}},
-      {"1.5d3,", 1500.0, PARAM_VALUE, {}},
-      {"1.5E3,", 1500.0, PARAM_VALUE, {}},
-      {"25.e-2,", 0.25, PARAM_VALUE, {}},
-      {"+4D+1 ,", 40.0, PARAM_VALUE, {}},
-      {"1..5,", 1.5, PARAM_VALUE, {"Ignoring doubled decimal possibly added by emailer"}},
-      {"1.5.,", 0.0, PARAM_END_OF_RECORD, {"Unexpected decimal in number"}},
-      {"1.5+3,", 0.0, PARAM_END_OF_RECORD, {"Unexpected sign in number"}},
-      {"E3,", 0.0, PARAM_END_OF_RECORD, {"Unexpected exponent in number"}},
-      {"1.5E3E,", 0.0, PARAM_END_OF_RECORD, {"Unexpected exponent in number"}},
-      {".,", 0.0, PARAM_END_OF_RECORD, {"Invalid floating point value"}},
-      {"-,", 0.0, PARAM_END_OF_RECORD, {"Invalid floating point value"}},
-      {"1.5E,", 0.0, PARAM_END_OF_RECORD, {"Invalid floating point value"}},
-      {"x,", 0.0, PARAM_END_OF_RECORD, {"Invalid floating point value"}},
-      {"1.5 2,", 0.0, PARAM_END_OF_RECORD, {"Missing delimiter after floating point value"}},
-  };
-  for (const RealCase& c : cases) {
-    SCOPED_TRACE(c.data);
-    Tokens t({c.data});
-    EXPECT_DOUBLE_EQ(t.io.read_real(), c.value);
-    EXPECT_EQ(t.io.param_state, c.state);
-    EXPECT_EQ(t.messages(), c.messages);
-  }
-}
-
 // Long digit strings read as atol reads them, cut to an int: past what a long holds the
 // long's limit, LONG_MAX (an int of -1) or LONG_MIN (0).
 TEST(Tokens, LongIntegersReadAsAtolCutToAnInt) {
@@ -159,29 +140,17 @@ TEST(Tokens, LongIntegersReadAsAtolCutToAnInt) {
     const char* data;
     int value;
   } cases[] = {
-      {"2147483647", 2147483647},
       {"2147483648", -2147483647 - 1},
       {"-2147483649", 2147483647},
-      {"4294967297", 1},
       {"0000000000000000000000000000042", 42},
       {"999999999999999999", -1486618625},
-      {"-999999999999999999", 1486618625},
-      {"1000000000000000000", -1486618624},
-      {"9223372036854775807", -1},
       {"9223372036854775808", -1},
-      {"-9223372036854775807", 1},
-      {"-9223372036854775808", 0},
       {"-9223372036854775809", 0},
-      {"18446744073709551617", -1},
-      {"-18446744073709551617", 0},
-      {"99999999999999999999999999999999", -1},
-      {"-99999999999999999999999999999999", 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.data);
     Tokens t({std::string(c.data) + ";"});
     EXPECT_EQ(t.io.read_int(), c.value);
-    EXPECT_EQ(t.io.read_int(), 0);
     EXPECT_EQ(c.value, static_cast<int>(std::atol(c.data)));
     EXPECT_EQ(t.errors(), Errors{});
   }
@@ -189,28 +158,9 @@ TEST(Tokens, LongIntegersReadAsAtolCutToAnInt) {
 
 namespace {
 
-// One real scanned from column at of a P record's data field holding data, the quick way or
-// the general way: everything that can be seen of it.
-struct RealScan {
-  std::uint64_t bits;
-  int column;
-  int state;
-  int failed;
-  std::string reports;
-  bool operator==(const RealScan& o) const {
-    return bits == o.bits && column == o.column && state == o.state && failed == o.failed &&
-           reports == o.reports;
-  }
-};
-
-std::ostream& operator<<(std::ostream& out, const RealScan& r) {
-  double v;
-  std::memcpy(&v, &r.bits, sizeof v);
-  return out << "{" << v << " (" << std::hex << r.bits << std::dec << "), column " << r.column
-             << ", state " << r.state << ", failed " << r.failed << ", \"" << r.reports << "\"}";
-}
-
-RealScan scan_real_at(FilerOver& f, const std::string& data, int at, bool quick) {
+// One real scanned from column at of a data field holding data, the quick way or the general
+// way: everything that can be seen of it.
+std::string scan_real_at(FilerOver& f, const std::string& data, int at, bool quick) {
   std::memset(f.io.line, ' ', 80);
   std::memcpy(f.io.line + at, data.data(), data.size());
   f.io.line_length = 80;
@@ -221,92 +171,47 @@ RealScan scan_real_at(FilerOver& f, const std::string& data, int at, bool quick)
   f.io.quick_numbers = quick;
   f.reports.clear();
   double v = f.io.scan_real();
-  RealScan r{0, f.io.column, f.io.param_state, f.io.record_failed, f.reports.text()};
-  std::memcpy(&r.bits, &v, sizeof v);
-  return r;
+  std::uint64_t bits;
+  std::memcpy(&bits, &v, sizeof v);
+  return std::to_string(bits) + " column " + std::to_string(f.io.column) + " state " +
+         std::to_string(f.io.param_state) + " failed " + std::to_string(f.io.record_failed) +
+         " " + f.reports.text();
 }
 
-// The quick way and the general way give the same.
 void expect_same_real(FilerOver& f, const std::string& data, int at = 0) {
-  ASSERT_LE(at + data.size(), 64u);
   SCOPED_TRACE(data + " at " + std::to_string(at));
   EXPECT_EQ(scan_real_at(f, data, at, true), scan_real_at(f, data, at, false));
 }
 
 }  // namespace
 
-TEST(Tokens, QuickRealsEdges) {
+// The quick way of reading a real gives what the general way gives, bit for bit, at the edges
+// of its exact range and of every shape of token.
+TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
   Tokens t({"0;"});
   const char* cases[] = {
       // the bounds of the exact product: 2^53 and the powers of ten up to 22
-      "9007199254740992,", "9007199254740993,", "-9007199254740993.,", "9007199254740991E22,",
-      "9007199254740991E23,", "1E-22,", "1E-23,", "1.5D22,", "1.5d-21,", "4.9e-324,",
-      "2.4703282292062328e-324,", "1.7976931348623157e308,", "1.8e308,", "-1e400,", "1e-400,",
+      "9007199254740992,", "9007199254740993,", "9007199254740991E22,", "9007199254740991E23,",
+      "1E-22,", "1E-23,", "1.5d-21,", "4.9e-324,", "2.4703282292062328e-324,",
+      "1.7976931348623157e308,", "1.8e308,", "-1e400,", "1e-400,",
       // significant digits: 19, 20, and 20 that wrap the 64-bit mantissa to zero
-      "1234567890123456789,", "12345678901234567890,", "18446744073709551616,",
-      "18446744073709551616.0,", "0.00000000000000000000000000001,",
-      "000000000000000000000000000000000000000001.5,", "10000000000000000000000000,",
-      // zeros and signs
-      "0,", "-0,", "-0.0,", "+0.,", "-.0,", "0E0,", "0e400,", "-0.0D-999,",
-      // exponents: letters, signs, leading zeros, length
-      "1.5E0004,", "1.5E00004,", "1.5e+07,", "25.e-2,", "1D,", "1D+,", "1E-,", ".E5,", "E5,",
-      // what ends the token
-      "1.5;", "1.5 ,", "1.5  ;", "1.5x,", "1.5f,", "1.5\t,", "1.5|,", "1.5", "1.5E3",
-      // what carries it on, or breaks it
-      "1..5,", "1.5.,", "1.5+3,", "1.5E3E,", "1.5E3.,", "1.5E+-3,", ".,", "-,", "+.,", "--1,",
-      "1.2.3,"};
+      "1234567890123456789,", "12345678901234567890,", "18446744073709551616.0,",
+      "0.00000000000000000000000000001,", "10000000000000000000000000,",
+      // zeros, signs and exponents
+      "-0,", "-.0,", "0e400,", "-0.0D-999,", "1.5E00004,", "1.5e+07,", "1D,", "1D+,", "1E-,",
+      ".E5,",
+      // what ends the token, carries it on, or breaks it
+      "1.5;", "1.5  ;", "1.5x,", "1.5\t,", "1.5", "1.5E3", "1..5,", "1.5E3.,", "1.5E+-3,",
+      "+.,", "--1,", "1.2.3,"};
   for (const char* c : cases) expect_same_real(t, c);
   // Ending right at the end of the field, or one column short of it.
-  for (const char* c : {"1.5", "-1.5D3", "7", "12345678901234567890"}) {
-    std::string data = c;
+  for (std::string data : {"-1.5D3", "12345678901234567890"}) {
     expect_same_real(t, data, 64 - static_cast<int>(data.size()));
     expect_same_real(t, data + ",", 63 - static_cast<int>(data.size()));
   }
   // Longer than the 41 columns the quick way looks at.
   expect_same_real(t, std::string(45, '0') + "1.25,");
   expect_same_real(t, "  " + std::string(40, '0') + ".5,", 2);
-}
-
-// A few hundred thousand reals of the shapes files hold, random digits in each part, read the
-// quick way and the general way to the same bits, column, outcome and reports.
-TEST(Tokens, QuickRealsMatchTheGeneralWay) {
-  Tokens t({"0;"});
-  std::mt19937_64 random(20261123);
-  auto pick = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-  auto digits = [&](int n) {
-    std::string d;
-    for (int i = 0; i < n; ++i) d += static_cast<char>('0' + pick(10));
-    return d;
-  };
-  const char* ends[] = {",", ";", " ,", "", "x", "."};
-  int quick = 0;
-  for (int k = 0; k < 300000; ++k) {
-    std::string s;
-    if (pick(3) == 0) s += pick(2) ? '-' : '+';
-    int whole = pick(4) == 0 ? pick(26) : pick(18);
-    int fraction = pick(4) == 0 ? pick(26) : pick(18);
-    if (pick(8) == 0) s += std::string(pick(6), '0');
-    s += digits(whole);
-    if (pick(8) != 0) s += '.';
-    s += digits(fraction);
-    if (pick(2)) {
-      s += "DEde"[pick(4)];
-      if (pick(2)) s += pick(2) ? '-' : '+';
-      s += pick(10) == 0 ? digits(pick(6)) : std::to_string(pick(4) ? pick(30) : pick(400));
-    }
-    s += ends[pick(30) == 0 ? pick(6) : pick(3)];
-    if (s.size() > 60) continue;
-    int at = pick(64 - static_cast<int>(s.size()));
-    RealScan fast = scan_real_at(t, s, at, true);
-    RealScan general = scan_real_at(t, s, at, false);
-    if (!(fast == general)) {
-      ADD_FAILURE() << s << " at " << at << ": quick " << fast << ", general " << general;
-      break;
-    }
-    if (fast.reports.empty()) ++quick;
-  }
-  // Most of them were values, so the comparison was mostly of conversions.
-  EXPECT_GT(quick, 150000);
 }
 
 TEST(Tokens, NumbersCannotCrossRecords) {
@@ -327,11 +232,10 @@ TEST(Tokens, NumbersCannotCrossRecords) {
 
 TEST(Tokens, NextDataPassesOverBlankFields) {
   Tokens t({"1,", "", "   ", "  2.5;"});
-  bool completed = igeslib_catch_abort([&] {
+  EXPECT_TRUE(igeslib_catch_abort([&] {
     EXPECT_EQ(t.io.read_int(), 1);
     EXPECT_EQ(t.io.read_real(), 2.5);
-  });
-  EXPECT_TRUE(completed);
+  }));
   EXPECT_EQ(t.io.line_number, 4);
   EXPECT_EQ(t.io.column, 5);
 }
@@ -349,98 +253,57 @@ TEST(Tokens, PoisonedEntityReadsAsZeros) {
   EXPECT_EQ(t.messages(), Errors{"Invalid integer value"});
 }
 
-struct LogicalCase {
-  const char* data;
-  char value;
-  int state;
-  const char* message;
-};
-
-TEST(Tokens, Logicals) {
-  const LogicalCase cases[] = {
-      {"1,", 1, PARAM_VALUE, nullptr},
-      {"  0;", 0, PARAM_VALUE, nullptr},
-      {",", 0, PARAM_DEFAULTED, nullptr},
-      {";", 0, PARAM_END_OF_RECORD, nullptr},
-      {"2,", 0, PARAM_END_OF_RECORD, "Logical value must be 0 or 1"},
-      {"01,", 0, PARAM_END_OF_RECORD, "Missing delimiter after logical value"},
-      {"1 ,", 0, PARAM_END_OF_RECORD, "Missing delimiter after logical value"},
-  };
-  for (const LogicalCase& c : cases) {
-    SCOPED_TRACE(c.data);
-    Tokens t({c.data});
-    EXPECT_EQ(t.io.read_logical(), c.value);
-    EXPECT_EQ(t.io.param_state, c.state);
-    EXPECT_EQ(t.messages(), c.message ? Errors{c.message} : Errors{});
-  }
-}
-
-struct StringCase {
-  const char* data;
-  const char* value;  // null: none
-  int state;
-  const char* message;
-};
-
 TEST(Tokens, HollerithStrings) {
-  const StringCase cases[] = {
-      {"3Habc,", "abc", PARAM_VALUE, nullptr},
-      {"0H,", "", PARAM_VALUE, nullptr},
-      {"5Ha,b;c ;", "a,b;c", PARAM_VALUE, nullptr},
-      {",", nullptr, PARAM_DEFAULTED, nullptr},
-      {"  ;", nullptr, PARAM_END_OF_RECORD, nullptr},
-      {"H,", nullptr, PARAM_END_OF_RECORD, "Missing Hollerith delimiter (H) in string value"},
-      {"3Xabc,", nullptr, PARAM_END_OF_RECORD, "Missing Hollerith delimiter (H) in string value"},
-      {"-3Habc,", nullptr, PARAM_END_OF_RECORD, "Missing Hollerith delimiter (H) in string value"},
-      {"99999999999Ha,", nullptr, PARAM_END_OF_RECORD, "Negative length for string value"},
-      {"3Habcd,", nullptr, PARAM_END_OF_RECORD, "Missing delimiter after string value"},
+  const struct {
+    const char* data;
+    const char* value;  // null: none
+    int state;
+    const char* message;
+  } cases[] = {
+      {"3Habc,", "abc", V, nullptr},
+      {"0H,", "", V, nullptr},
+      {"5Ha,b;c ;", "a,b;c", V, nullptr},
+      {",", nullptr, D, nullptr},
+      {"  ;", nullptr, E, nullptr},
+      {"H,", nullptr, E, "Missing Hollerith delimiter (H) in string value"},
+      {"-3Habc,", nullptr, E, "Missing Hollerith delimiter (H) in string value"},
+      {"99999999999Ha,", nullptr, E, "Negative length for string value"},
+      {"3Habcd,", nullptr, E, "Missing delimiter after string value"},
   };
-  for (const StringCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.data);
     Tokens t({c.data});
     const char* value = t.io.read_string();
-    if (c.value) {
-      ASSERT_NE(value, nullptr);
-      EXPECT_STREQ(value, c.value);
-    } else {
-      EXPECT_EQ(value, nullptr);
-    }
+    EXPECT_EQ(value ? std::string(value) : "(none)", c.value ? c.value : "(none)");
     EXPECT_EQ(t.io.param_state, c.state);
     EXPECT_EQ(t.messages(), c.message ? Errors{c.message} : Errors{});
   }
 }
 
 TEST(Tokens, StringsCrossRecords) {
-  {
-    // The string runs on from the end of a full data field into the next record.
-    Tokens t({ending_in("3Hab"), "c,7;"});
+  std::string text(150, 'q');
+  const struct {
+    std::vector<std::string> records;
+    std::string value;
+  } cases[] = {
+      // From the end of a full data field into the next record.
+      {{ending_in("3Hab"), "c,7;"}, "abc"},
+      // Unlike a number, a string may find its delimiter on the next record.
+      {{ending_in("3Habc"), "  ,7;"}, "abc"},
+      // A long string over three records, in the one buffer that grows.
+      {{"150H" + text.substr(0, 60), text.substr(60, 64), text.substr(124) + ",7;"}, text},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.value);
+    Tokens t(c.records);
     const char* value = nullptr;
     ASSERT_TRUE(igeslib_catch_abort([&] { value = t.io.read_string(); }));
     ASSERT_NE(value, nullptr);
-    EXPECT_STREQ(value, "abc");
-    EXPECT_EQ(t.io.read_int(), 7);
-  }
-  {
-    // Unlike a number, a string may find its delimiter on the next record.
-    Tokens t({ending_in("3Habc"), "  ,7;"});
-    const char* value = nullptr;
-    ASSERT_TRUE(igeslib_catch_abort([&] { value = t.io.read_string(); }));
-    EXPECT_STREQ(value, "abc");
-    EXPECT_EQ(t.io.param_state, PARAM_VALUE);
+    EXPECT_EQ(std::string(value), c.value);
+    EXPECT_EQ(value, t.io.string_value.c_str());
+    EXPECT_EQ(t.io.param_state, V);
     EXPECT_EQ(t.io.read_int(), 7);
     EXPECT_EQ(t.errors(), Errors{});
-  }
-  {
-    // A long string over three records, in the one buffer that grows.
-    std::string text(150, 'q');
-    Tokens t({"2Hxy,150H" + text.substr(0, 55), text.substr(55, 64), text.substr(119) + ";"});
-    EXPECT_STREQ(t.io.read_string(), "xy");
-    const char* value = nullptr;
-    ASSERT_TRUE(igeslib_catch_abort([&] { value = t.io.read_string(); }));
-    ASSERT_NE(value, nullptr);
-    EXPECT_EQ(std::string(value), text);
-    EXPECT_EQ(t.io.param_state, PARAM_VALUE);
-    EXPECT_EQ(value, t.io.string_value.c_str());
   }
 }
 
@@ -449,7 +312,7 @@ TEST(Tokens, StringFollowedByItsOwnDelimiter) {
   EXPECT_STREQ(t.io.read_string(true), "/");
   t.io.param_delimiter = '/';
   EXPECT_STREQ(t.io.read_string(false), ";");
-  EXPECT_EQ(t.io.param_state, PARAM_VALUE);
+  EXPECT_EQ(t.io.param_state, V);
   EXPECT_EQ(t.io.read_string(true), nullptr);
   EXPECT_EQ(t.messages(), Errors{"Missing delimiter after string value"});
 }
@@ -463,54 +326,37 @@ TEST(Tokens, EndOfFileInsideAStringStopsTheRead) {
 // A line that began with a dot, stripped or doubled in mail transport, is one column shorter
 // or longer than 80.
 TEST(Tokens, MailerRepairs) {
-  struct Case {
+  const char* shorter = "Short record length in IGES file";
+  const char* stripped = "Repairing decimal possibly stripped by emailer";
+  const struct {
     std::string line;
     double value;
     Errors messages;
-  };
-  // The P record of data, one blank shorter (by -1) or longer (by 1) in its data field.
-  auto shifted = [](const std::string& data, int by) {
-    std::string r = igeslib_test::p_record(1, 1, data);
-    if (by < 0) r.erase(63, 1);
-    if (by > 0) r.insert(64, " ");
-    return r;
-  };
-  const Case cases[] = {
-      {shifted("5,", -1),
-       0.5,
-       {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}},
-      {shifted("25E1,", -1),
-       2.5,
-       {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}},
-      {shifted("-5,", -1),
-       0.0,
-       {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}},
-      {shifted("5.5,", -1), 5.5, {"Short record length in IGES file"}},
-      {shifted(" 5,", -1), 5.0, {"Short record length in IGES file"}},
+  } cases[] = {
+      {shifted("5,", -1), 0.5, {shorter, stripped}},
+      {shifted("-5,", -1), 0.0, {shorter, stripped}},
+      {shifted("5.5,", -1), 5.5, {shorter}},
+      {shifted(" 5,", -1), 5.0, {shorter}},
       {shifted("..5,", 1),
        0.5,
        {"Long record length in IGES file", "Ignoring doubled decimal possibly added by emailer"}},
-      {shifted("5,", 0), 5.0, {}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.line);
     FilerOver f(c.line + "\n");
     f.io.line_terminator_seen = 1;
     ASSERT_TRUE(f.next());
     EXPECT_DOUBLE_EQ(f.io.read_real(), c.value);
-    EXPECT_EQ(f.io.param_state, PARAM_VALUE);
-    Errors messages;
-    for (const std::string& e : f.errors()) messages.push_back(e.substr(e.find(' ') + 1));
-    EXPECT_EQ(messages, c.messages);
+    EXPECT_EQ(f.io.param_state, V);
+    EXPECT_EQ(messages_of(f), c.messages);
   }
 }
 
 // A real that begins on the next record is read there the quick way, unless that record is
 // one column short and may have lost the real's leading dot.
 TEST(Tokens, QuickRealsOnTheNextRecord) {
-  std::string shorter = igeslib_test::p_record(1, 2, "5,-2.5;");
-  shorter.erase(63, 1);
-  const std::string records[] = {igeslib_test::p_record(1, 2, "  -2.5;"), shorter};
+  const std::string records[] = {igeslib_test::p_record(1, 2, "  -2.5;"),
+                                 shifted("5,-2.5;", -1, 2)};
   const Errors expected[] = {
       {}, {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}};
   for (int k = 0; k < 2; ++k) {
@@ -529,28 +375,7 @@ TEST(Tokens, QuickRealsOnTheNextRecord) {
       EXPECT_EQ(values[1], k == 0 ? -2.5 : 0.5);
       EXPECT_EQ(f.io.line_number, 2);
       EXPECT_EQ(f.io.column, k == 0 ? 6 : 2);
-      Errors messages;
-      for (const std::string& e : f.errors()) messages.push_back(e.substr(e.find(' ') + 1));
-      EXPECT_EQ(messages, expected[k]);
+      EXPECT_EQ(messages_of(f), expected[k]);
     }
   }
-}
-
-TEST(Tokens, RealsDoNotFollowTheProcessLocale) {
-  struct RestoreLocale {
-    std::string saved = std::setlocale(LC_ALL, nullptr);
-    ~RestoreLocale() { std::setlocale(LC_ALL, saved.c_str()); }
-  } restore;
-  const char* names[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "de_DE"};
-  const char* used = nullptr;
-  for (const char* name : names)
-    if (std::setlocale(LC_ALL, name)) {
-      used = name;
-      break;
-    }
-  if (!used) GTEST_SKIP() << "no locale with a decimal comma (e.g. de_DE.UTF-8) is installed";
-  Tokens t({"1.5,2.25D1,-0.125;"});
-  EXPECT_EQ(t.io.read_real(), 1.5);
-  EXPECT_EQ(t.io.read_real(), 22.5);
-  EXPECT_EQ(t.io.read_real(), -0.125);
 }

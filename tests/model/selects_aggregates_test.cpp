@@ -1,8 +1,6 @@
 // Selects, aggregates and the load lists.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "model/model_support.h"
 
 namespace {
@@ -18,10 +16,6 @@ TEST(Selects, ChoiceAndSlot) {
   datum->_float_val(2.5);
   EXPECT_FALSE(datum->is_int_val());
   EXPECT_TRUE(datum->is_float_val());
-  double bits = 2.5;
-  int low;
-  std::memcpy(&low, &bits, sizeof low);
-  EXPECT_EQ(datum->_int_val(), low);
 
   datum->_str_val("text");
   EXPECT_STREQ(datum->_str_val(), "text");
@@ -54,52 +48,12 @@ TEST(Selects, IntCodedChoices) {
   EXPECT_EQ(ops->_boolean_op_code(), igs_boolean_op_code_difference);
 }
 
-TEST(Selects, CopiesShareTheChoiceAndTheSlot) {
+TEST(Aggregates, ElementTypesAndTheEnumerationArray) {
   ScratchDesign design;
-  auto* a = new (design.design) igs_datum;
-  a->_str_val("shared");
-  igs_datum b(*a);
-  EXPECT_TRUE(b.is_str_val());
-  EXPECT_EQ(b._str_val(), a->_str_val());
-}
-
-TEST(Aggregates, ListOperations) {
-  ScratchDesign design;
-  auto* list = new (design.design) ListOfigs_coordinate(0);
-  auto* p = new (design.design) igs_coordinate;
-  auto* q = new (design.design) igs_coordinate;
-  EXPECT_EQ(list->first(), nullptr);
-  EXPECT_EQ((*list)[list->size()], nullptr);
-  EXPECT_EQ(list->find(p), ~0u);
-  EXPECT_EQ(list->find(p) + 1, 0u);
-  EXPECT_FALSE(list->contains(p));
-  list->add(p).add(p);
-  EXPECT_EQ(list->size(), 2u);
-  list->addIfAbsent(p).addIfAbsent(q);
-  EXPECT_EQ(list->size(), 3u);
-  EXPECT_EQ(list->last(), q);
-  EXPECT_EQ((*list)[list->size()], nullptr);
-  list->removeValue(p);
-  EXPECT_EQ(list->first(), p);
-  EXPECT_EQ(&list->slotType(nullptr, 0), &lumotype_igs_coordinate);
-
-  ListOfigs_coordinate copy(*list);  // shares the element storage
-  EXPECT_EQ(copy._data(), list->_data());
-  EXPECT_EQ(copy.size(), list->size());
-}
-
-TEST(Aggregates, ArraysAndTheEnumerationArray) {
-  ScratchDesign design;
-  auto* nodes = new (design.design) ArrayOfigs_node_entity(0);
-  auto* node = new (design.design) igs_node_entity;
-  nodes->put(node, 2);
-  EXPECT_EQ(nodes->size(), 3u);
-  EXPECT_EQ((*nodes)[2], node);
-  EXPECT_EQ((*nodes)[0], nullptr);
-
+  auto* points = new (design.design) ListOfigs_coordinate(0);
+  EXPECT_EQ(&points->slotType(nullptr, 0), &lumotype_igs_coordinate);
   auto* types = new (design.design) ArrayOfigs_variable_type(0);
   EXPECT_EQ(types->first(), igs_variable_type_unset);
-  EXPECT_EQ(types->last(), igs_variable_type_unset);
   types->put(igs_variable_type_pressure, 1);
   EXPECT_EQ(types->size(), 2u);
   EXPECT_EQ((*types)[1], igs_variable_type_pressure);
@@ -122,17 +76,6 @@ TEST(LoadLists, ForceLoadTwiceChangesNothing) {
   EXPECT_TRUE(lumotype_ListOfListOfArrayOfDouble->bound());
   EXPECT_STREQ(lumotype_ListOfListOfigs_coordinate->name, "ListOfListOfcoordinate");
   EXPECT_STREQ(lumotype_igs_line_pattern->name, "line_pattern");
-}
-
-TEST(LoadLists, BindersMeasureOffsetsOnThePrototype) {
-  load_model();
-  igs_flow_entity flow;
-  long offset = lumotype_igs_flow_entity->offsetOf(&*lumotype_igs_structure_entity);
-  EXPECT_EQ(reinterpret_cast<char*>(&flow) + offset,
-            reinterpret_cast<char*>(static_cast<igs_structure_entity*>(&flow)));
-  LumoAttribute* choice = lumotype_igs_datum->domain->findTypeAttribute("_int_val");
-  ASSERT_NE(choice, nullptr);
-  EXPECT_EQ(choice->offset(), -1);  // all choices share the one slot
 }
 
 }  // namespace

