@@ -199,7 +199,8 @@ py::object read_value(const StatePtr& state, LumoObject* owner, LumoAttribute* a
   void* value = *slot.p;
   if (lumo_is_delayed(value)) value = lumo_access_object(owner, slot.v) ? *slot.p : nullptr;
   LumoObject* object = from_slot(value, domain);
-  if (!object && !dynamic_cast<LumoAggregate*>(owner)) object = made_aggregate(owner, attribute);
+  if (!object && !dynamic_cast<LumoAggregate*>(owner) && !dynamic_cast<LumoUnion*>(owner))
+    object = made_aggregate(owner, attribute);
   return object_value(state, object);
 }
 
@@ -300,17 +301,26 @@ void write_value(const StatePtr& state, LumoObject* owner, LumoAttribute* attrib
   LumoDomain* domain = attribute->slotDomain();
   switch (kind_of(domain)) {
     case Kind::integer: {
-      if (!PyLong_Check(value.ptr()) || PyBool_Check(value.ptr())) type_error(attribute, "an int", value);
-      long long n = py::cast<long long>(value);
-      if (n < std::numeric_limits<int>::min() || n > std::numeric_limits<int>::max())
-        throw py::value_error("'" + std::string(attribute->name) + "' takes a 32-bit int");
+      if (!PyIndex_Check(value.ptr()) || PyBool_Check(value.ptr())) type_error(attribute, "an int", value);
+      PyObject* whole = PyNumber_Index(value.ptr());
+      if (!whole) throw py::error_already_set();
+      int overflow = 0;
+      long long n = PyLong_AsLongLongAndOverflow(whole, &overflow);
+      Py_DECREF(whole);
+      if (n == -1 && PyErr_Occurred()) throw py::error_already_set();
+      if (overflow || n < std::numeric_limits<int>::min() || n > std::numeric_limits<int>::max()) {
+        std::string text = "'" + std::string(attribute->name) + "' takes a 32-bit int";
+        PyErr_SetString(PyExc_OverflowError, text.c_str());
+        throw py::error_already_set();
+      }
       int v = static_cast<int>(n);
       return store(owner, attribute, index, &v, lumotype_int);
     }
     case Kind::real:
     case Kind::single: {
-      if (PyBool_Check(value.ptr()) || !(PyFloat_Check(value.ptr()) || PyLong_Check(value.ptr())))
-        type_error(attribute, "a float", value);
+      bool number = PyFloat_Check(value.ptr()) || PyIndex_Check(value.ptr()) ||
+                    (Py_TYPE(value.ptr())->tp_as_number && Py_TYPE(value.ptr())->tp_as_number->nb_float);
+      if (PyBool_Check(value.ptr()) || !number) type_error(attribute, "a float", value);
       double v = py::cast<double>(value);
       return store(owner, attribute, index, &v, lumotype_double);
     }
@@ -452,10 +462,9 @@ StatePtr read_model(py::handle path, bool strict) {
   igeslib::ReadOptions options;
   options.strict = strict;
   options.echo_reports = false;
-  {
-    py::gil_scoped_release unlocked;
-    state->model = igeslib::read(file, options);
-  }
+  // The library keeps process-wide state (the current design, the dictionary's caches), so
+  // the interpreter lock is held: no other thread may use the module meanwhile.
+  state->model = igeslib::read(file, options);
   if (state->model.status() == igeslib::ReadStatus::not_opened) {
     errno = state->model.open_error();
     raise_os_error(errno, file);
@@ -468,11 +477,7 @@ py::list write_model(const StatePtr& state, py::handle path, bool zero_as_defaul
   igeslib::WriteOptions options;
   options.zero_as_default = zero_as_default;
   options.echo_reports = false;
-  igeslib::WriteResult result;
-  {
-    py::gil_scoped_release unlocked;
-    result = state->model.write(file, options);
-  }
+  igeslib::WriteResult result = state->model.write(file, options);
   if (!result.written) {
     errno = result.error;
     raise_os_error(errno, file);
@@ -594,6 +599,15 @@ PYBIND11_MODULE(igeslib, m) {
   py::class_<EntityList>(m, "EntityList", "The entities of a model in file order, wrapped when touched.")
       .def("__len__", [](EntityList& self) { return self.state->model.entities().size(); })
       .def("__getitem__", [](EntityList& self, py::ssize_t i) { return entity_at(self.state, i); })
+      .def("__getitem__", [](EntityList& self, py::slice slice) {
+        py::list out;
+        std::size_t start = 0, stop = 0, step = 0, length = 0;
+        if (!slice.compute(self.state->model.entities().size(), &start, &stop, &step, &length))
+          throw py::error_already_set();
+        for (std::size_t k = 0; k < length; ++k, start += step)
+          out.append(entity_at(self.state, static_cast<py::ssize_t>(start)));
+        return out;
+      })
       .def("__iter__", [](EntityList& self) { return EntityIterator{self.state}; });
 
   py::class_<ModelState, StatePtr>(m, "Model",
@@ -602,6 +616,11 @@ PYBIND11_MODULE(igeslib, m) {
       .def_property_readonly("entities", [](const StatePtr& self) { return EntityList{self}; })
       .def("__len__", [](const StatePtr& self) { return self->model.entities().size(); })
       .def("__iter__", [](const StatePtr& self) { return EntityIterator{self}; })
+      .def("__getitem__", [](const StatePtr& self, py::ssize_t i) { return entity_at(self, i); })
+      .def("__repr__", [](const StatePtr& self) {
+        return "<igeslib.Model " + std::to_string(self->model.entities().size()) + " entities, " +
+               std::to_string(self->model.reports().size()) + " reports>";
+      })
       .def_property_readonly("start_section", [](const StatePtr& self) {
         py::list lines;
         if (ListOfString* start = self->model.file()->start_section())

@@ -67,6 +67,7 @@ class Sample(unittest.TestCase):
         g = m.global_section
         self.assertEqual((g.version, g.unit_flag, g.units), (11, "millimeters", "MM"))
         self.assertEqual([e.de_number for e in m.entities], list(range(1, 31, 2)))
+        self.assertEqual(m.entities[-2:], [m[13], m[14]])
         line = m.entities[1]
         self.assertEqual((line.type, line.form, line.class_name), (110, 0, "line_entity"))
         self.assertEqual((line.x1, line["x2"], line.label), (5.0, 95.0, "EDGE"))
@@ -104,6 +105,7 @@ class Sample(unittest.TestCase):
         cases = [
             ("x1", "text", TypeError),
             ("subscript", 1.5, TypeError),
+            ("subscript", 2**40, OverflowError),
             ("label", 3, TypeError),
             ("transformation", arc, TypeError),  # not a matrix
             ("color", 3, TypeError),
