@@ -159,12 +159,19 @@ py::object object_value(const StatePtr& state, LumoObject* object) {
   return wrap(state, object);
 }
 
+// Where an object made for owner's attribute goes: owner's section, or for an object held by
+// value in another (which has none of its own) the model's default section.
+LumoDesignSection* section_for(const StatePtr& state, LumoObject* owner) {
+  LumoDesignSection* section = owner->design_section();
+  return section ? section : state->model.design()->defaultSection();
+}
+
 // An aggregate attribute that is null is made, as the compiled getters make it, so that a list
 // attribute is never None.
-LumoObject* made_aggregate(LumoObject* owner, LumoAttribute* attribute) {
+LumoObject* made_aggregate(const StatePtr& state, LumoObject* owner, LumoAttribute* attribute) {
   LumoType* type = type_of(attribute->slotDomain());
   if (!type || !type->creator || !type->derivesFrom(&*lumotype_LumoAggregate)) return nullptr;
-  LumoObject* made = type->creator(owner->design_section(), attribute->slotDomain(), 0);
+  LumoObject* made = type->creator(section_for(state, owner), attribute->slotDomain(), 0);
   if (made && !owner->putData(attribute, 0, &made, lumotype_LumoObject)) return nullptr;
   return made;
 }
@@ -200,7 +207,7 @@ py::object read_value(const StatePtr& state, LumoObject* owner, LumoAttribute* a
   if (lumo_is_delayed(value)) value = lumo_access_object(owner, slot.v) ? *slot.p : nullptr;
   LumoObject* object = from_slot(value, domain);
   if (!object && !dynamic_cast<LumoAggregate*>(owner) && !dynamic_cast<LumoUnion*>(owner))
-    object = made_aggregate(owner, attribute);
+    object = made_aggregate(state, owner, attribute);
   return object_value(state, object);
 }
 
@@ -228,10 +235,10 @@ void write_value(const StatePtr& state, LumoObject* owner, LumoAttribute* attrib
                  unsigned index, py::handle value);
 
 // A new object of the slot's class in the owner's section.
-LumoObject* made_object(LumoObject* owner, LumoDomain* domain) {
+LumoObject* made_object(const StatePtr& state, LumoObject* owner, LumoDomain* domain) {
   LumoType* type = type_of(domain);
-  LumoObject* made = type && type->creator ? type->creator(owner->design_section(), domain, 0)
-                                           : nullptr;
+  LumoObject* made =
+      type && type->creator ? type->creator(section_for(state, owner), domain, 0) : nullptr;
   if (!made) throw py::value_error("no object of class '" + std::string(domain->name()) + "' can be made");
   return made;
 }
@@ -241,7 +248,7 @@ LumoObject* made_object(LumoObject* owner, LumoDomain* domain) {
 LumoObject* made_select(const StatePtr& state, LumoObject* owner, LumoAttribute* attribute,
                         py::handle value) {
   LumoDomain* domain = attribute->slotDomain();
-  auto* select = dynamic_cast<LumoUnion*>(made_object(owner, domain));
+  auto* select = dynamic_cast<LumoUnion*>(made_object(state, owner, domain));
   if (!select) throw py::value_error("not a select");
   ListOfLumoAttribute* choices = domain->typeImmediateAttributes();
   if (py::isinstance<Object>(value)) {
@@ -288,7 +295,7 @@ LumoObject* made_aggregate_from(const StatePtr& state, LumoObject* owner, LumoAt
       !py::isinstance<py::iterable>(value))
     type_error(attribute, "a sequence", value);
   py::list items(py::reinterpret_borrow<py::iterable>(value));
-  auto* made = dynamic_cast<LumoAggregate*>(made_object(owner, domain));
+  auto* made = dynamic_cast<LumoAggregate*>(made_object(state, owner, domain));
   if (!made || !made->size(static_cast<unsigned>(items.size()), -1))
     throw py::value_error("the aggregate can't be made");
   LumoAttribute* element = made->getAttribute(nullptr);
