@@ -133,8 +133,8 @@ class ReportCollector {
   void finish_report();
   std::vector<Report>& out_;
   bool echo_;
-  std::string pending_;           // text of the report being sent
-  unsigned long bracket_ = 0;     // the reporter's bracket that the pending report belongs to
+  std::string pending_;        // text of the report being sent
+  unsigned long bracket_ = 0;  // the reporter's bracket that the pending report belongs to
   bool in_bracket_ = false;
   void (*previous_callback_)(const char*, int, void*) = nullptr;
   void* previous_user_ = nullptr;

@@ -94,8 +94,8 @@ Report parse_report(const std::string& text) {
   Report report;
   report.text = text;
   int used = 0;
-  if (std::sscanf(text.c_str(), "Error at line #: %d, column #: %d%n", &report.line,
-                  &report.column, &used) == 2 ||
+  if (std::sscanf(text.c_str(), "Error at line #: %d, column #: %d%n", &report.line, &report.column,
+                  &used) == 2 ||
       (report.warning = std::sscanf(text.c_str(), "Warning at line #: %d, column #: %d%n",
                                     &report.line, &report.column, &used) == 2)) {
     std::size_t at = static_cast<std::size_t>(used);

@@ -121,8 +121,8 @@ LumoAttribute* find_attribute(LumoObject* object, const std::string& name) {
 }
 
 py::str text_value(const char* text) {
-  PyObject* s = PyUnicode_DecodeUTF8(text, static_cast<Py_ssize_t>(std::strlen(text)),
-                                     "surrogateescape");
+  PyObject* s =
+      PyUnicode_DecodeUTF8(text, static_cast<Py_ssize_t>(std::strlen(text)), "surrogateescape");
   if (!s) throw py::error_already_set();
   return py::reinterpret_steal<py::str>(s);
 }
@@ -196,7 +196,8 @@ py::object read_value(const StatePtr& state, LumoObject* owner, LumoAttribute* a
     case Kind::enumeration: {
       int position = *slot.i;
       if (position < 0) return py::none();
-      LumoAttribute* enumerator = (*domain->typeImmediateAttributes())[static_cast<unsigned>(position)];
+      LumoAttribute* enumerator =
+          (*domain->typeImmediateAttributes())[static_cast<unsigned>(position)];
       if (!enumerator || !enumerator->name) return py::int_(position);
       return py::str(enumerator->name);
     }
@@ -231,15 +232,16 @@ void store(LumoObject* owner, LumoAttribute* attribute, unsigned index, void* va
     throw py::value_error("'" + std::string(attribute->name) + "' can't be set");
 }
 
-void write_value(const StatePtr& state, LumoObject* owner, LumoAttribute* attribute,
-                 unsigned index, py::handle value);
+void write_value(const StatePtr& state, LumoObject* owner, LumoAttribute* attribute, unsigned index,
+                 py::handle value);
 
 // A new object of the slot's class in the owner's section.
 LumoObject* made_object(const StatePtr& state, LumoObject* owner, LumoDomain* domain) {
   LumoType* type = type_of(domain);
   LumoObject* made =
       type && type->creator ? type->creator(section_for(state, owner), domain, 0) : nullptr;
-  if (!made) throw py::value_error("no object of class '" + std::string(domain->name()) + "' can be made");
+  if (!made)
+    throw py::value_error("no object of class '" + std::string(domain->name()) + "' can be made");
   return made;
 }
 
@@ -272,7 +274,8 @@ LumoObject* made_select(const StatePtr& state, LumoObject* owner, LumoAttribute*
     if (name == (*choices)[i]->name) choice = (*choices)[i];
   if (!choice) {
     std::string names;
-    for (unsigned i = 0; i < choices->size(); ++i) names += std::string(i ? ", " : "") + (*choices)[i]->name;
+    for (unsigned i = 0; i < choices->size(); ++i)
+      names += std::string(i ? ", " : "") + (*choices)[i]->name;
     throw py::value_error("'" + name + "' is no choice of " + domain->name() + " (" + names + ")");
   }
   select->putAttribute(choice);
@@ -303,12 +306,13 @@ LumoObject* made_aggregate_from(const StatePtr& state, LumoObject* owner, LumoAt
   return made;
 }
 
-void write_value(const StatePtr& state, LumoObject* owner, LumoAttribute* attribute,
-                 unsigned index, py::handle value) {
+void write_value(const StatePtr& state, LumoObject* owner, LumoAttribute* attribute, unsigned index,
+                 py::handle value) {
   LumoDomain* domain = attribute->slotDomain();
   switch (kind_of(domain)) {
     case Kind::integer: {
-      if (!PyIndex_Check(value.ptr()) || PyBool_Check(value.ptr())) type_error(attribute, "an int", value);
+      if (!PyIndex_Check(value.ptr()) || PyBool_Check(value.ptr()))
+        type_error(attribute, "an int", value);
       PyObject* whole = PyNumber_Index(value.ptr());
       if (!whole) throw py::error_already_set();
       int overflow = 0;
@@ -325,8 +329,9 @@ void write_value(const StatePtr& state, LumoObject* owner, LumoAttribute* attrib
     }
     case Kind::real:
     case Kind::single: {
-      bool number = PyFloat_Check(value.ptr()) || PyIndex_Check(value.ptr()) ||
-                    (Py_TYPE(value.ptr())->tp_as_number && Py_TYPE(value.ptr())->tp_as_number->nb_float);
+      bool number =
+          PyFloat_Check(value.ptr()) || PyIndex_Check(value.ptr()) ||
+          (Py_TYPE(value.ptr())->tp_as_number && Py_TYPE(value.ptr())->tp_as_number->nb_float);
       if (PyBool_Check(value.ptr()) || !number) type_error(attribute, "a float", value);
       double v = py::cast<double>(value);
       return store(owner, attribute, index, &v, lumotype_double);
@@ -458,8 +463,8 @@ std::string path_text(py::handle path) {
 py::list report_list(const std::vector<igeslib::Report>& reports) {
   py::list out;
   for (const igeslib::Report& r : reports)
-    out.append(report_type(r.line, r.column, text_value(r.message.c_str()),
-                           text_value(r.record.c_str())));
+    out.append(
+        report_type(r.line, r.column, text_value(r.message.c_str()), text_value(r.record.c_str())));
   return out;
 }
 
@@ -524,34 +529,37 @@ PYBIND11_MODULE(igeslib, m) {
   if (!unknown_attribute_error) throw py::error_already_set();
   m.attr("UnknownAttributeError") = unknown_attribute_error;
 
-  py::class_<Object>(m, "Object", "A structure of a model; its attributes are read and set by name.")
+  py::class_<Object>(m, "Object",
+                     "A structure of a model; its attributes are read and set by name.")
       .def("__getattr__", &get_attribute)
       .def("__getitem__", &get_attribute)
       .def("__setattr__", &set_attribute)
       .def("__setitem__", &set_attribute)
-      .def("__contains__", [](Object& self, const std::string& name) {
-        return find_attribute(self.object, name) != nullptr;
-      })
-      .def("attributes", [](Object& self) { return attribute_names(self.object); },
-           "The names of the object's attributes, inherited ones first.")
-      .def("__dir__", [](py::object self) {
-        py::list names = py::module_::import("builtins").attr("object").attr("__dir__")(self);
-        for (const std::string& name : attribute_names(self.cast<Object&>().object))
-          names.append(name);
-        return names;
-      })
+      .def("__contains__",
+           [](Object& self, const std::string& name) {
+             return find_attribute(self.object, name) != nullptr;
+           })
+      .def(
+          "attributes", [](Object& self) { return attribute_names(self.object); },
+          "The names of the object's attributes, inherited ones first.")
+      .def("__dir__",
+           [](py::object self) {
+             py::list names = py::module_::import("builtins").attr("object").attr("__dir__")(self);
+             for (const std::string& name : attribute_names(self.cast<Object&>().object))
+               names.append(name);
+             return names;
+           })
       .def_property_readonly("class_name", [](Object& self) { return class_name(self.object); })
       .def("__repr__", [](Object& self) {
         return "<igeslib.Object " + std::string(class_name(self.object)) + ">";
       });
 
   py::class_<Entity, Object>(m, "Entity", "An entity of a model.")
-      .def_property_readonly("type", [](Entity& self) {
-        return igeslib::entity_type_and_form(entity_of(self)).first;
-      })
-      .def_property_readonly("form", [](Entity& self) {
-        return igeslib::entity_type_and_form(entity_of(self)).second;
-      })
+      .def_property_readonly(
+          "type", [](Entity& self) { return igeslib::entity_type_and_form(entity_of(self)).first; })
+      .def_property_readonly(
+          "form",
+          [](Entity& self) { return igeslib::entity_type_and_form(entity_of(self)).second; })
       .def_property_readonly("de_number", [](Entity& self) { return entity_of(self)->de_number; })
       .def("__repr__", [](Entity& self) {
         auto [type, form] = igeslib::entity_type_and_form(entity_of(self));
@@ -562,34 +570,37 @@ PYBIND11_MODULE(igeslib, m) {
 
   py::class_<Aggregate>(m, "Aggregate", "A live view of a list or array attribute.")
       .def("__len__", [](Aggregate& self) { return self.aggregate->size(); })
-      .def("__getitem__", [](Aggregate& self, py::ssize_t i) {
-        return element(self, element_index(self, i));
-      })
-      .def("__getitem__", [](Aggregate& self, py::slice slice) {
-        return elements(self)[slice];
-      })
-      .def("__setitem__", [](Aggregate& self, py::ssize_t i, py::handle value) {
-        write_value(self.state, self.aggregate, self.aggregate->getAttribute(nullptr),
-                    element_index(self, i), value);
-      })
-      .def("append", [](Aggregate& self, py::handle value) {
-        unsigned n = self.aggregate->size();
-        if (!self.aggregate->size(n + 1, -1)) throw py::value_error("the aggregate can't grow");
-        try {
-          write_value(self.state, self.aggregate, self.aggregate->getAttribute(nullptr), n, value);
-        } catch (...) {
-          self.aggregate->size(n, -1);
-          throw;
-        }
-      })
+      .def("__getitem__",
+           [](Aggregate& self, py::ssize_t i) { return element(self, element_index(self, i)); })
+      .def("__getitem__", [](Aggregate& self, py::slice slice) { return elements(self)[slice]; })
+      .def("__setitem__",
+           [](Aggregate& self, py::ssize_t i, py::handle value) {
+             write_value(self.state, self.aggregate, self.aggregate->getAttribute(nullptr),
+                         element_index(self, i), value);
+           })
+      .def("append",
+           [](Aggregate& self, py::handle value) {
+             unsigned n = self.aggregate->size();
+             if (!self.aggregate->size(n + 1, -1))
+               throw py::value_error("the aggregate can't grow");
+             try {
+               write_value(self.state, self.aggregate, self.aggregate->getAttribute(nullptr), n,
+                           value);
+             } catch (...) {
+               self.aggregate->size(n, -1);
+               throw;
+             }
+           })
       .def("__iter__", [](Aggregate& self) { return elements(self).attr("__iter__")(); })
-      .def("__eq__", [](Aggregate& self, py::object other) -> py::object {
-        if (py::isinstance<Aggregate>(other)) other = elements(other.cast<Aggregate&>());
-        if (!py::isinstance<py::sequence>(other) || py::isinstance<py::str>(other))
-          return py::reinterpret_borrow<py::object>(Py_NotImplemented);
-        return py::bool_(elements(self).equal(py::list(other)));
-      })
-      .def_property_readonly("class_name", [](Aggregate& self) { return class_name(self.aggregate); })
+      .def("__eq__",
+           [](Aggregate& self, py::object other) -> py::object {
+             if (py::isinstance<Aggregate>(other)) other = elements(other.cast<Aggregate&>());
+             if (!py::isinstance<py::sequence>(other) || py::isinstance<py::str>(other))
+               return py::reinterpret_borrow<py::object>(Py_NotImplemented);
+             return py::bool_(elements(self).equal(py::list(other)));
+           })
+      .def_property_readonly("class_name",
+                             [](Aggregate& self) { return class_name(self.aggregate); })
       .def("__repr__", [](Aggregate& self) {
         return "<igeslib.Aggregate " + std::string(class_name(self.aggregate)) + " " +
                std::string(py::repr(elements(self))) + ">";
@@ -603,18 +614,20 @@ PYBIND11_MODULE(igeslib, m) {
         if (self.next >= self.state->model.entities().size()) throw py::stop_iteration();
         return wrap(self.state, self.state->model.entities()[self.next++]);
       });
-  py::class_<EntityList>(m, "EntityList", "The entities of a model in file order, wrapped when touched.")
+  py::class_<EntityList>(m, "EntityList",
+                         "The entities of a model in file order, wrapped when touched.")
       .def("__len__", [](EntityList& self) { return self.state->model.entities().size(); })
       .def("__getitem__", [](EntityList& self, py::ssize_t i) { return entity_at(self.state, i); })
-      .def("__getitem__", [](EntityList& self, py::slice slice) {
-        py::list out;
-        std::size_t start = 0, stop = 0, step = 0, length = 0;
-        if (!slice.compute(self.state->model.entities().size(), &start, &stop, &step, &length))
-          throw py::error_already_set();
-        for (std::size_t k = 0; k < length; ++k, start += step)
-          out.append(entity_at(self.state, static_cast<py::ssize_t>(start)));
-        return out;
-      })
+      .def("__getitem__",
+           [](EntityList& self, py::slice slice) {
+             py::list out;
+             std::size_t start = 0, stop = 0, step = 0, length = 0;
+             if (!slice.compute(self.state->model.entities().size(), &start, &stop, &step, &length))
+               throw py::error_already_set();
+             for (std::size_t k = 0; k < length; ++k, start += step)
+               out.append(entity_at(self.state, static_cast<py::ssize_t>(start)));
+             return out;
+           })
       .def("__iter__", [](EntityList& self) { return EntityIterator{self.state}; });
 
   py::class_<ModelState, StatePtr>(m, "Model",
@@ -624,34 +637,46 @@ PYBIND11_MODULE(igeslib, m) {
       .def("__len__", [](const StatePtr& self) { return self->model.entities().size(); })
       .def("__iter__", [](const StatePtr& self) { return EntityIterator{self}; })
       .def("__getitem__", [](const StatePtr& self, py::ssize_t i) { return entity_at(self, i); })
-      .def("__repr__", [](const StatePtr& self) {
-        return "<igeslib.Model " + std::to_string(self->model.entities().size()) + " entities, " +
-               std::to_string(self->model.reports().size()) + " reports>";
-      })
-      .def_property_readonly("start_section", [](const StatePtr& self) {
-        py::list lines;
-        if (ListOfString* start = self->model.file()->start_section())
-          for (unsigned i = 0; i < start->size(); ++i)
-            lines.append((*start)[i] ? text_value((*start)[i]) : py::str(""));
-        return lines;
-      })
-      .def_property_readonly("global_section", [](const StatePtr& self) {
-        return wrap(self, self->model.global_section());
-      })
-      .def_property_readonly("reports", [](const StatePtr& self) {
-        if (!self->reports) self->reports = py::tuple(report_list(self->model.reports()));
-        return py::list(self->reports);
-      })
-      .def_property_readonly("completed", [](const StatePtr& self) { return self->model.completed(); })
-      .def_property_readonly("damaged_end", [](const StatePtr& self) -> py::object {
-        if (self->model.damaged_end().empty()) return py::none();
-        return py::str(self->model.damaged_end());
-      })
-      .def("create", [](const StatePtr& self, const std::string& class_name) {
-        LumoObject* made = self->model.create(class_name);
-        if (!made) throw py::value_error("no class '" + class_name + "' whose objects can be made");
-        return wrap(self, made);
-      }, py::arg("class_name"), "A new object of the class of that name; an entity joins the entities.")
+      .def("__repr__",
+           [](const StatePtr& self) {
+             return "<igeslib.Model " + std::to_string(self->model.entities().size()) +
+                    " entities, " + std::to_string(self->model.reports().size()) + " reports>";
+           })
+      .def_property_readonly(
+          "start_section",
+          [](const StatePtr& self) {
+            py::list lines;
+            if (ListOfString* start = self->model.file()->start_section())
+              for (unsigned i = 0; i < start->size(); ++i)
+                lines.append((*start)[i] ? text_value((*start)[i]) : py::str(""));
+            return lines;
+          })
+      .def_property_readonly(
+          "global_section",
+          [](const StatePtr& self) { return wrap(self, self->model.global_section()); })
+      .def_property_readonly("reports",
+                             [](const StatePtr& self) {
+                               if (!self->reports)
+                                 self->reports = py::tuple(report_list(self->model.reports()));
+                               return py::list(self->reports);
+                             })
+      .def_property_readonly("completed",
+                             [](const StatePtr& self) { return self->model.completed(); })
+      .def_property_readonly("damaged_end",
+                             [](const StatePtr& self) -> py::object {
+                               if (self->model.damaged_end().empty()) return py::none();
+                               return py::str(self->model.damaged_end());
+                             })
+      .def(
+          "create",
+          [](const StatePtr& self, const std::string& class_name) {
+            LumoObject* made = self->model.create(class_name);
+            if (!made)
+              throw py::value_error("no class '" + class_name + "' whose objects can be made");
+            return wrap(self, made);
+          },
+          py::arg("class_name"),
+          "A new object of the class of that name; an entity joins the entities.")
       .def("write", &write_model, py::arg("path"), py::arg("zero_as_default") = true,
            "Writes the model; answers the reports of the write.");
 
@@ -659,16 +684,20 @@ PYBIND11_MODULE(igeslib, m) {
         "Reads an IGES file into a new model. A file that can't be opened raises OSError; what "
         "is wrong inside the file is in the model's reports, and a read stopped by a fatal "
         "error leaves completed False.");
-  m.def("registry", [] {
-    IgeslibEntityTable table;
-    py::list rows;
-    for (unsigned i = 0; i < table.count; ++i) {
-      IgeslibEntityData* row = table.rows[i];
-      LumoDomain* domain = igeslib_get_domain(row);
-      py::object form = row->form == igeslib_other_forms ? py::none() : py::cast(row->form);
-      rows.append(py::make_tuple(row->entity, form, domain && domain->name() ? domain->name() : "?"));
-    }
-    return rows;
-  }, "The entity-type registry: (type, form or None for every other form, class name) rows.");
+  m.def(
+      "registry",
+      [] {
+        IgeslibEntityTable table;
+        py::list rows;
+        for (unsigned i = 0; i < table.count; ++i) {
+          IgeslibEntityData* row = table.rows[i];
+          LumoDomain* domain = igeslib_get_domain(row);
+          py::object form = row->form == igeslib_other_forms ? py::none() : py::cast(row->form);
+          rows.append(
+              py::make_tuple(row->entity, form, domain && domain->name() ? domain->name() : "?"));
+        }
+        return rows;
+      },
+      "The entity-type registry: (type, form or None for every other form, class name) rows.");
   m.attr("__version__") = igeslib_version();
 }

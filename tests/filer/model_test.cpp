@@ -142,7 +142,7 @@ TEST(Model, MadeEntitiesJoinTheModel) {
   EXPECT_EQ(model.create("no_such_class"), nullptr);
   EXPECT_EQ(model.create("directory_entry"), nullptr);   // abstract
   EXPECT_EQ(model.create("geometric_entity"), nullptr);  // abstract
-  EXPECT_EQ(model.create("use_flag"), nullptr);         // an enumeration
+  EXPECT_EQ(model.create("use_flag"), nullptr);          // an enumeration
   ASSERT_EQ(model.entities().size(), 3u);
   EXPECT_EQ(model.entities()[0], static_cast<igs_directory_entry*>(line));
 
@@ -190,8 +190,8 @@ TEST(Model, ReportTextsAreTakenApart) {
     const char* record;
     bool warning;
   } cases[] = {
-      {"Error at line #: 12, column #: 7\n\tBad real\nIGES record:\n110,1.,2.  P  1\n      ^\n",
-       12, 7, "Bad real", "110,1.,2.  P  1", false},
+      {"Error at line #: 12, column #: 7\n\tBad real\nIGES record:\n110,1.,2.  P  1\n      ^\n", 12,
+       7, "Bad real", "110,1.,2.  P  1", false},
       {"Warning at line #: 3, column #: 80\n\tASCII NULL (0x00) character found, treated as "
        "space\n",
        3, 80, "ASCII NULL (0x00) character found, treated as space", "", true},
