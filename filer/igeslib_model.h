@@ -92,7 +92,8 @@ class Model {
   // An object of the class that the dictionary calls class_name ("circular_arc_entity", or
   // with the class prefix "igs_circular_arc_entity"), made in this model's design; an entity
   // joins entities(). Null for a name that no class has, or a class that can't be
-  // instantiated.
+  // instantiated: the roots of the entity families, and once the schema designs are built
+  // (igeslib_create_builtin_schemas) every class that the dictionary marks abstract.
   LumoObject* create(const std::string& class_name);
   // An entity of a compiled class, made in this model's design; it joins entities().
   template <class X, class... Args>

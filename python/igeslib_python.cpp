@@ -107,6 +107,11 @@ LumoObject* from_slot(void* value, LumoDomain* domain) {
   return type->toObject(value);
 }
 
+const char* class_name(LumoObject* object) {
+  LumoDomain* domain = object->domain();
+  return domain && domain->name() ? domain->name() : "?";
+}
+
 LumoAttribute* find_attribute(LumoObject* object, const std::string& name) {
   LumoDomain* domain = object->domain();
   return domain ? domain->findTypeAttribute(name.c_str()) : nullptr;
@@ -262,7 +267,8 @@ LumoObject* made_select(const StatePtr& state, LumoObject* owner, LumoAttribute*
         return select;
       }
     }
-    type_error(attribute, "an object of one of its choices' classes", value);
+    throw py::type_error("'" + std::string(attribute->name) + "' takes an object of one of " +
+                         domain->name() + "'s choices, not " + class_name(object));
   }
   if (!py::isinstance<py::tuple>(value) || py::len(value) != 2)
     type_error(attribute, "a (choice, value) pair or an object", value);
@@ -418,11 +424,6 @@ std::vector<std::string> attribute_names(LumoObject* object) {
   return names;
 }
 
-const char* class_name(LumoObject* object) {
-  LumoDomain* domain = object->domain();
-  return domain && domain->name() ? domain->name() : "?";
-}
-
 igs_directory_entry* entity_of(Object& self) { return lumo_cast<igs_directory_entry>(self.object); }
 
 // --- aggregates --------------------------------------------------------------------------------
@@ -512,6 +513,13 @@ PYBIND11_MODULE(igeslib, m) {
       "IGES files read into models and written back; every entity's attributes read and set by "
       "name through the library's run-time dictionary.";
   igeslib_force_load();
+  // The schema designs complete the dictionary: they mark the abstract classes, which can't
+  // be made.
+  if (!LUMO.findDesign("iges_types_schema")) {
+    LumoDesign* current = LUMO.design();
+    igeslib_create_builtin_schemas();
+    LUMO.useDesign(current);
+  }
   LUMO.quiet(1);  // no progress lines on standard error
 
   py::object collections = py::module_::import("collections");

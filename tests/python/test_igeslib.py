@@ -161,8 +161,9 @@ class Sample(unittest.TestCase):
         spline.control_points[1].x = 4.0
         note = m.create("igs_general_note_entity")
         note.label = "NOTE"
-        with self.assertRaises(ValueError):
-            m.create("geometric_entity")
+        for abstract in ("geometric_entity", "copious_data_entity", "no_such_class"):
+            with self.assertRaises(ValueError):
+                m.create(abstract)
         self.assertEqual(list(m), [spline, note])
         with tempfile.TemporaryDirectory() as folder:
             path = Path(folder) / "made.igs"
