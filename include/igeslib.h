@@ -11,5 +11,14 @@
 #include "iges_constructive_solid_geometry_schema.h"
 #include "iges_structure_schema.h"
 
+// The filer's public face beside igs_iges_file: the entity-type registry and its accessors,
+// the limits and settings of a read, and the fields of directory records.
+#include "igeslib_directory.h"
+#include "igeslib_io.h"
+#include "igeslib_registry.h"
+
+// The model object of applications: one call to read a file, one to write it.
+#include "igeslib_model.h"
+
 // The version of the library that the program runs with, e.g. "0.1.0".
 const char* igeslib_version();

@@ -16,6 +16,10 @@ class LumoErrorReporter {
   void use_stderr();
   void use_stream(FILE* stream);  // not owned
   void use_callback(LumoErrorCallback callback, void* user);
+  // Where text goes now: the callback when one is set, else the stream (null: standard error).
+  LumoErrorCallback callback() const { return callback_; }
+  void* callback_user() const { return user_; }
+  FILE* stream() const { return stream_; }
 
   // Number of reports since the last reset.
   unsigned long count() const { return count_; }

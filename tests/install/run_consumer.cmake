@@ -2,6 +2,7 @@
 #  1. install the build tree into WORK_DIR/prefix and look for every installed piece;
 #  2. configure, build and run tests/install/consumer against it through find_package(igeslib);
 #  3. compile and run the same main.cpp with the flags that pkg-config gives for igeslib.
+#  4. import the Python module from the prefix, when the tree builds it.
 # The consumer is built with the compiler and flags of the tree under test, so a sanitizer
 # build is checked with its sanitizers on.
 cmake_minimum_required(VERSION 3.25)
@@ -110,5 +111,19 @@ run_checked(ignored "${CXX_COMPILER}" ${cxx_flags} -std=c++20
   "-Wl,-rpath,${prefix}/${LIBDIR}" -o "${pc_program}")
 run_checked(output "${pc_program}")
 expect_version("${output}" "with pkg-config")
+
+# 4. The Python module, when the tree builds it: imported from the prefix as the README says.
+if(PYTHON AND PYTHON_DIR)
+  set(ENV{PYTHONPATH} "${prefix}/${PYTHON_DIR}")
+  run_checked(output "${PYTHON}" -c [[
+import igeslib
+print("igeslib", igeslib.__version__)
+print(igeslib.__file__)
+]])
+  expect_version("${output}" "as the Python module")
+  if(NOT output MATCHES "\n${prefix}/${PYTHON_DIR}/igeslib[^/]*\n")
+    message(FATAL_ERROR "the Python module was not imported from the prefix:\n${output}")
+  endif()
+endif()
 
 message(STATUS "igeslib ${EXPECTED_VERSION} installs and is usable through CMake and pkg-config")

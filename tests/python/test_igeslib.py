@@ -1,0 +1,269 @@
+"""The Python module igeslib: reads, walks, sets, makes and writes models through the run-time
+dictionary, and agrees with the command-line tools (the C++ read) on every corpus file."""
+
+import collections
+import math
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+import igeslib
+
+BUILD = Path(os.environ.get("IGESLIB_BUILD_DIR", "build/default"))
+CORPUS = Path("../shared/corpus")
+SAMPLE = Path("examples/data/sample_part.igs")
+
+
+def corpus_files():
+    if not CORPUS.is_dir():
+        return []
+    return sorted(p for p in CORPUS.iterdir() if p.suffix.lower() in (".igs", ".iges"))
+
+
+def walk(obj, seen):
+    """Reads every attribute of obj and of what it holds, once each."""
+    if isinstance(obj, igeslib.Object):
+        if id(obj) in seen:
+            return
+        seen[id(obj)] = obj
+        for name in obj.attributes():
+            walk(obj[name], seen)
+    elif isinstance(obj, igeslib.Select):
+        walk(obj.value, seen)
+    elif isinstance(obj, igeslib.Aggregate):
+        for item in obj:
+            walk(item, seen)
+
+
+def info(path):
+    """What iges-info (the C++ read) prints: counts by (type, form, class), Global fields."""
+    run = subprocess.run([str(BUILD / "tools" / "iges-info"), str(path)], capture_output=True,
+                         text=True, errors="surrogateescape")
+    counts = collections.Counter()
+    fields = {}
+    for line in run.stdout.splitlines():
+        row = re.match(r"^\s*(-?\d+)\s+(-?\d+)\s+(\d+)  (\S+)$", line)
+        if row:
+            counts[(int(row[1]), int(row[2]), row[4])] = int(row[3])
+        elif ": " in line:
+            key, value = line.split(": ", 1)
+            fields[key] = value
+    return run.returncode, counts, fields
+
+
+# Attributes of the sample that igeslib-typed-read prints through the compiled accessors.
+SAMPLED = {
+    "line_entity": "x1 y1 z1 x2 y2 z2",
+    "point_entity": "x y z",
+    "circular_arc_entity": "zt x1 y1 x2 y2 x3 y3",
+    "transformation_matrix_entity": "r11 r12 r13 t1 r21 r22 r23 t2 r31 r32 r33 t3",
+}
+
+
+def sample_line(e):
+    """The line igeslib-typed-read prints for e, made from the dictionary."""
+    text = f"{e.de_number} {e.type} {e.form} {e.class_name} {'-' if e.label is None else e.label}"
+    values = [e[name] for name in SAMPLED.get(e.class_name, "").split()]
+    if e.class_name == "rational_bspline_curve_entity":
+        text += f" {e.m} {len(e.t)} {len(e.control_points)}"
+        values = ([e.t[0], e.t[-1]] if len(e.t) else []) + (
+            [e.control_points[0].x, e.control_points[0].y, e.control_points[0].z]
+            if len(e.control_points) else [])
+    return text + "".join(" %.17g" % v for v in values)
+
+
+class Sample(unittest.TestCase):
+    def setUp(self):
+        self.model = igeslib.read(SAMPLE)
+
+    def test_a_model_reads_with_its_sections_and_entities(self):
+        m = self.model
+        self.assertTrue(m.completed)
+        self.assertEqual(m.reports, [])
+        self.assertEqual(len(m.start_section), 3)
+        self.assertTrue(m.start_section[0].startswith("igeslib sample part"))
+        g = m.global_section
+        self.assertEqual((g.version, g.unit_flag, g.units), (11, "millimeters", "MM"))
+        self.assertEqual([e.de_number for e in m.entities], list(range(1, 31, 2)))
+        self.assertEqual(m.entities[-2:], [m[13], m[14]])
+        line = m.entities[1]
+        self.assertEqual((line.type, line.form, line.class_name), (110, 0, "line_entity"))
+        self.assertEqual((line.x1, line["x2"], line.label), (5.0, 95.0, "EDGE"))
+        self.assertEqual(line.line_font, ("_line_pattern", "solid"))
+        self.assertEqual(line.color.choice, "_color_number")
+        self.assertEqual(line.used, "geometry")
+        self.assertIn("x1", line.attributes())
+        self.assertIn("x1", dir(line))
+
+    def test_references_are_the_same_object_each_time(self):
+        m = self.model
+        self.assertIs(m.entities[3], m.entities[3])
+        placed = [e for e in m.entities if e.transformation is not None]
+        self.assertTrue(placed)
+        self.assertIs(placed[0].transformation, m.entities[0])
+        point, figure = m.entities[14], m.entities[13]
+        self.assertIs(point.ptr, figure)
+        self.assertEqual(list(figure.de), [m.entities[11], m.entities[12]])
+        self.assertIs(figure.de[-1], m.entities[12])
+
+    def test_attributes_are_set_by_name_with_the_same_conversions(self):
+        m = self.model
+        line, arc = m.entities[1], m.entities[2]
+        line.x1 = 7
+        line["y1"] = 2.5
+        line.label = "NEW"
+        line.used = "annotation"
+        line.color = ("_color_number", "red")
+        line.transformation = m.entities[0]
+        self.assertEqual((line.x1, line.y1, line.label, line.used), (7.0, 2.5, "NEW", "annotation"))
+        self.assertEqual(line.color, ("_color_number", "red"))
+        self.assertIs(line.transformation, m.entities[0])
+        line.transformation = None
+        self.assertIsNone(line.transformation)
+        cases = [
+            ("x1", "text", TypeError),
+            ("subscript", 1.5, TypeError),
+            ("subscript", 2**40, OverflowError),
+            ("label", 3, TypeError),
+            ("transformation", arc, TypeError),  # not a matrix
+            ("color", 3, TypeError),
+            ("used", "nowhere", ValueError),
+            ("color", ("_no_choice", 1), ValueError),
+            ("no_such_attribute", 1, AttributeError),
+        ]
+        for name, value, error in cases:
+            with self.subTest(name=name, value=value), self.assertRaises(error):
+                line[name] = value
+        with self.assertRaises(AttributeError):
+            line.no_such_attribute = 1
+        with self.assertRaises(AttributeError):
+            line.no_such_attribute
+        with self.assertRaises(KeyError):
+            line["no_such_attribute"]
+        with self.assertRaises(ValueError):
+            line.transformation = igeslib.read(SAMPLE).entities[0]  # of another model
+
+    def test_made_entities_are_written_and_read_back(self):
+        m = igeslib.Model()
+        spline = m.create("rational_bspline_curve_entity")
+        spline.m = 1
+        spline.t = [0.0, 0.0, 1.0]
+        spline.t.append(1.0)
+        spline.w = [1.0, 1.0]
+        spline.v = [0.0, 1.0]
+        point = m.create("coordinate")
+        point.x, point.y, point.z = 1.0, 2.0, 3.0
+        spline.control_points = [point, point]
+        spline.control_points[1] = m.create("coordinate")
+        spline.control_points[1].x = 4.0
+        note = m.create("igs_general_note_entity")
+        note.label = "NOTE"
+        for abstract in ("geometric_entity", "copious_data_entity", "no_such_class"):
+            with self.assertRaises(ValueError):
+                m.create(abstract)
+        self.assertEqual(list(m), [spline, note])
+        with tempfile.TemporaryDirectory() as folder:
+            path = Path(folder) / "made.igs"
+            self.assertEqual(m.write(path), [])
+            back = igeslib.read(path)
+        self.assertEqual(back.reports, [])
+        self.assertEqual([e.class_name for e in back], ["rational_bspline_curve_entity",
+                                                        "general_note_entity"])
+        curve = back.entities[0]
+        self.assertEqual(list(curve.t), [0.0, 0.0, 1.0, 1.0])
+        self.assertEqual(curve.v, [0.0, 1.0])
+        self.assertEqual([(c.x, c.y, c.z) for c in curve.control_points],
+                         [(1.0, 2.0, 3.0), (4.0, 0.0, 0.0)])
+        self.assertEqual(back.entities[1].label, "NOTE")
+
+
+class BadInput(unittest.TestCase):
+    def test_a_file_that_cant_be_opened_raises(self):
+        with self.assertRaises(FileNotFoundError):
+            igeslib.read("no/such/file.igs")
+        with self.assertRaises(IsADirectoryError):
+            igeslib.read(".")
+        with self.assertRaises(FileNotFoundError):
+            igeslib.read(SAMPLE).write("no/such/folder/out.igs")
+
+    def test_a_file_that_isnt_iges_gives_reports(self):
+        whole = SAMPLE.read_bytes()
+        cases = {
+            "binary": bytes(range(256)) * 4,
+            "truncated": whole[: len(whole) // 2],
+            "empty": b"",
+        }
+        for name, data in cases.items():
+            with self.subTest(name), tempfile.TemporaryDirectory() as folder:
+                path = Path(folder) / "bad.igs"
+                path.write_bytes(data)
+                m = igeslib.read(path)
+                self.assertFalse(m.completed)
+                self.assertTrue(m.reports)
+                report = m.reports[-1]
+                self.assertGreater(report.line, 0)
+                self.assertIsInstance(report.message, str)
+                for entity in m.entities:
+                    walk(entity, {})
+
+
+class Registry(unittest.TestCase):
+    def test_every_registry_class_is_made_read_and_set_by_name(self):
+        rows = igeslib.registry()
+        self.assertGreater(len(rows), 250)
+        m = igeslib.Model()
+        for entity_type, form, name in rows:
+            with self.subTest(name):
+                e = m.create(name)
+                self.assertEqual(e.class_name, name)
+                self.assertTrue(e.attributes())
+                for attribute in e.attributes():
+                    value = e[attribute]
+                    e[attribute] = value  # every kind takes what it gives
+                    self.assertEqual(e[attribute], value)
+
+
+class Corpus(unittest.TestCase):
+    """Every corpus file: counts, Global values and a sample of entity values as the C++ read
+    gives them, every attribute walked, and the bytes of a Python write those of iges-copy."""
+
+    def test_every_corpus_file(self):
+        files = corpus_files()
+        if not files:
+            self.skipTest("../shared/corpus is not beside the project")
+        with tempfile.TemporaryDirectory() as folder:
+            for path in files:
+                with self.subTest(path.name):
+                    self.check(path, Path(folder))
+
+    def check(self, path, folder):
+        m = igeslib.read(path)
+        status, counts, fields = info(path)
+        self.assertEqual(m.completed, status != 1)
+        self.assertEqual(len(m.reports), int(fields["Reports"]))
+        mine = collections.Counter((e.type, e.form, e.class_name) for e in m.entities)
+        self.assertEqual(mine, counts)
+        g = m.global_section
+        self.assertEqual(g.author or "", fields.get("Author", ""))
+        self.assertEqual(g.version, int(fields["Version"]))
+        self.assertTrue(math.isclose(g.model_space_scale, float(fields["Model space scale"])))
+        typed = subprocess.run([str(BUILD / "python" / "igeslib-typed-read"), str(path)],
+                               capture_output=True, text=True, errors="surrogateescape")
+        self.assertEqual([sample_line(e) for e in m.entities], typed.stdout.splitlines())
+        seen = {}
+        for entity in m.entities:
+            walk(entity, seen)
+        if status == 1:
+            return
+        ours, theirs = folder / "python.igs", folder / "copy.igs"
+        m.write(ours)
+        subprocess.run([str(BUILD / "tools" / "iges-copy"), str(path), str(theirs)],
+                       capture_output=True, check=False)
+        self.assertEqual(ours.read_bytes(), theirs.read_bytes())
+
+
+if __name__ == "__main__":
+    unittest.main()
