@@ -22,6 +22,9 @@ void setup();
 
 // Reports sent by the library since setup.
 unsigned long reports();
+// Of those, the reports of a real in a form that the writer makes and the reader rejects (see
+// tests/support/settle.h).
+unsigned long rejected_real_reports();
 
 // A binary read stream over the bytes (an empty input too); closed by the destructor.
 class InputStream {
