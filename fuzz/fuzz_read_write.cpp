@@ -61,9 +61,8 @@ Outcome read_and_write(const std::uint8_t* data, std::size_t size, bool buffered
   std::fprintf(stderr,
                "write %d differs from write %d (%zu/%zu bytes), from byte %zu:\n"
                "write %d: %.81s\nwrite %d: %.81s\n",
-               pass + 1, pass, first.size(), second.size(), at, pass,
-               first.c_str() + line_start, pass + 1,
-               line_start < second.size() ? second.c_str() + line_start : "");
+               pass + 1, pass, first.size(), second.size(), at, pass, first.c_str() + line_start,
+               pass + 1, line_start < second.size() ? second.c_str() + line_start : "");
   std::abort();
 }
 

@@ -16,8 +16,9 @@ namespace igeslib_fuzz {
 constexpr unsigned long kItemsPastEndPerEntity = 10000;
 constexpr unsigned long kItemsPastEndPerRead = 50000;
 
-// Loads the data model once, sets the bounds above and silences the library. With IGESLIB_FUZZ_VERBOSE set in the
-// environment, reports go to standard error instead, for looking at one input.
+// Loads the data model once, sets the bounds above and silences the library. With
+// IGESLIB_FUZZ_VERBOSE set in the environment, reports go to standard error instead, for looking at
+// one input.
 void setup();
 
 // Reports sent by the library since setup.

@@ -48,14 +48,10 @@ inline const char* unsettled_reason(igs_iges_file* file, char zero_as_default) {
     IgeslibEntityData* row = type > 0 ? registry.find_entity_data(type, form) : nullptr;
     if (type > 0 && (row ? row->domain : registry.find_domain(type)) != entity->domain())
       return "an entity's form is one that the reader gives another class";
-    auto* unknown = lumo_cast<igs_null_entity>(entity);
-    if (!unknown) continue;
-    // An unknown entity is written as the text read, behind a 0 for its number: its first
-    // line ends in its last data column only when the number read had one digit.
-    ListOfString* lines = unknown->parameter_data_records_;
-    const char* first = lines && lines->size() ? (*lines)[0] : nullptr;
-    if (!first || std::strlen(first) != 62)
-      return "an unknown entity's first parameter line doesn't fill its columns when written";
+    // An entity that the reader can't place is written back as the text read, behind a 0
+    // for its number: a longer number leaves its first line cut short, and the text keeps the
+    // pointers and delimiters of the file read.
+    if (lumo_cast<igs_null_entity>(entity)) return "an entity of a type and form without a class";
   }
   return nullptr;
 }
@@ -110,35 +106,67 @@ inline WrittenFile take_apart(const std::string& text) {
   return file;
 }
 
-// Whether the second write differs from the first only by write rules that are kept although
-// what they write reads back different, each of which settles one write later:
-// - a null line font, level or colour select of a Directory pair that the reader never reached
-//   writes blanks, which read back as the value 0 and write as "       0";
+// Where a second write first differs from the first other than by the write rules that are
+// kept although what they write reads back different, each of which settles one write later:
+// - a null line font, level or colour select (with null_selects; the reader leaves them so for
+//   a Directory pair that it never reached) writes blanks, which read back as the value 0 and
+//   write as "       0";
 // - a pointer parameter that holds no entity is written as 0, and where it has no test for 0
 //   that names the first entity of the file, DE number 1.
-inline bool differs_only_where_allowed(const std::string& first, const std::string& second) {
+struct Difference {
+  int entity = -1;          // index in the directory list, -1 for none or the whole file
+  int directory_line = -1;  // 0 or 1, or -1 for a parameter
+  int column = -1;          // of the Directory line, from 0
+  int parameter = -1;       // index of the token, the entity number being 0
+  std::string was, became;  // the Directory field or the parameter, in each write
+  bool found = false;
+};
+
+inline Difference first_difference(const std::string& first, const std::string& second,
+                                   bool null_selects = true) {
+  Difference d;
   WrittenFile one = take_apart(first), two = take_apart(second);
   if (one.start_global != two.start_global || one.directory.size() != two.directory.size() ||
-      one.parameters.size() != two.parameters.size())
-    return false;
+      one.parameters.size() != two.parameters.size()) {
+    d.found = true;
+    d.was = "the Start or Global section, or the number of entities";
+    return d;
+  }
   for (std::size_t i = 0; i < one.directory.size(); ++i) {
     std::string& a = one.directory[i];
     const std::string& b = two.directory[i];
-    bool record_one = i % 2 == 0;
-    for (std::size_t column : record_one ? std::vector<std::size_t>{24, 32}
-                                         : std::vector<std::size_t>{16})
-      if (a.compare(column, 8, "        ") == 0 && b.compare(column, 8, "       0") == 0)
+    for (std::size_t column :
+         i % 2 == 0 ? std::vector<std::size_t>{24, 32} : std::vector<std::size_t>{16})
+      if (null_selects && a.compare(column, 8, "        ") == 0 &&
+          b.compare(column, 8, "       0") == 0)
         a.replace(column, 8, "       0");
-    if (a != b) return false;
+    if (a == b) continue;
+    std::size_t column = 0;
+    while (a[column] == b[column]) ++column;
+    column = column / 8 * 8;
+    d = {static_cast<int>(i / 2),
+         static_cast<int>(i % 2),
+         static_cast<int>(column),
+         -1,
+         a.substr(column, 8),
+         b.substr(column, 8),
+         true};
+    return d;
   }
   for (auto& [number, a] : one.parameters) {
-    auto found = two.parameters.find(number);
-    if (found == two.parameters.end() || found->second.size() != a.size()) return false;
-    for (std::size_t k = 0; k < a.size(); ++k)
-      if (a[k] != found->second[k] && !((a[k].empty() || a[k] == "0") && found->second[k] == "1"))
-        return false;
+    const std::vector<std::string>& b = two.parameters[number];
+    for (std::size_t k = 0; k < a.size() || k < b.size(); ++k) {
+      std::string x = k < a.size() ? a[k] : "(none)", y = k < b.size() ? b[k] : "(none)";
+      if (x == y || ((x.empty() || x == "0") && y == "1")) continue;
+      d = {(number - 1) / 2, -1, -1, static_cast<int>(k), x, y, true};
+      return d;
+    }
   }
-  return true;
+  return d;
+}
+
+inline bool differs_only_where_allowed(const std::string& first, const std::string& second) {
+  return !first_difference(first, second).found;
 }
 
 }  // namespace igeslib_test
