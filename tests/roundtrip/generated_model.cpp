@@ -11,6 +11,7 @@
 
 #include "igeslib_registry.h"
 #include "model/model_support.h"
+#include "support/corpus.h"
 
 namespace igeslib_test {
 
@@ -52,6 +53,17 @@ bool is_status_never_read(LumoDomain* owner, const char* attribute) {
 }
 
 }  // namespace
+
+std::string write_file(LumoDesign* design, igs_iges_file* file, char zero_as_default) {
+  LUMO.useDesign(design);
+  FILE* out = std::tmpfile();
+  testing::internal::CaptureStdout();  // classes without parameter code say so
+  file->write(out, zero_as_default);
+  testing::internal::GetCapturedStdout();
+  std::string text = slurp(out);
+  std::fclose(out);
+  return text;
+}
 
 const std::vector<FileClass>& classes_with_parameter_code() {
   static const std::vector<FileClass> classes = [] {
@@ -238,7 +250,9 @@ void GeneratedModel::put(LumoObject* owner, LumoAttribute* attribute, LumoDomain
       // A value of a user defined property is told by its text, which 0 may not have.
       if (v == 0 && std::string(entity_->domain()->name()) == "user_defined_property_entity") v = 1;
       std::string name = attribute->name;
-      if (name == "line_weight" || name == "subscript")  // eight columns of a Directory record
+      // Directory fields: a number wider than eight columns is written cut to eight, and a
+      // nodal result writes its node's subscript in full.
+      if (name == "line_weight" || name == "subscript")
         v = integer(0, 1) ? integer(-9999999, 99999999) : v;
       owner->putData(attribute, 0, &v, lumotype_int);
       break;

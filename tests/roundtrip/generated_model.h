@@ -10,6 +10,9 @@
 
 namespace igeslib_test {
 
+// The file that a design's file object writes.
+std::string write_file(LumoDesign* design, igs_iges_file* file, char zero_as_default);
+
 // A class that the reader makes, and the forms it makes it for.
 struct FileClass {
   LumoDomain* domain;

@@ -21,19 +21,8 @@ namespace {
 
 using namespace igeslib_test;
 
-std::string written(LumoDesign* design, igs_iges_file* file, char zero_as_default) {
-  LUMO.useDesign(design);
-  FILE* out = std::tmpfile();
-  testing::internal::CaptureStdout();  // classes without parameter code say so
-  file->write(out, zero_as_default);
-  testing::internal::GetCapturedStdout();
-  std::string text = slurp(out);
-  std::fclose(out);
-  return text;
-}
-
 std::string written(FileRead& read, char zero_as_default) {
-  return written(read.design, read.file, zero_as_default);
+  return write_file(read.design, read.file, zero_as_default);
 }
 
 // One value of an object, for naming what changed: references by DE number and class.
@@ -161,7 +150,7 @@ TEST(RoundTrip, GeneratedModelsSettleAfterOneWrite) {
     char zero_as_default = static_cast<char>(seed % 2);
     SCOPED_TRACE("seed " + std::to_string(seed));
     GeneratedModel model(seed, 2);
-    std::string first = written(model.design, model.file, zero_as_default);
+    std::string first = write_file(model.design, model.file, zero_as_default);
     if (const char* keep = std::getenv("IGESLIB_ROUNDTRIP_KEEP"))  // for looking at a failure
       if (FILE* out = std::fopen((std::string(keep) + std::to_string(seed) + ".igs").c_str(), "w"))
         std::fputs(first.c_str(), out), std::fclose(out);
