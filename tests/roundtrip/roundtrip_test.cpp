@@ -84,7 +84,10 @@ std::string render(LumoDomain* domain, LumoDataPtr slot, int depth) {
 
 // The attributes of entity i that read back with another value.
 std::string changed_attributes(igs_iges_file* before, igs_iges_file* after, unsigned i) {
+  // Outside a read the list is gathered from the current design.
+  LUMO.useDesign(before->design());
   igs_directory_entry* a = (*before->directory_entries())[i];
+  LUMO.useDesign(after->design());
   igs_directory_entry* b = (*after->directory_entries())[i];
   if (!a || !b) return "";
   std::string out = std::string(" (") + a->domain()->name() + "); read back as " +
@@ -256,7 +259,7 @@ TEST(RoundTrip, CorpusMutantsSettleWhereTheReadCompletes) {
       for (const std::string& piece : back.reports.pieces())
         if (is_rejected_real_report(piece.c_str())) before = nullptr;
       if (!before) continue;
-      expect_settled(first, back, before, zero_as_default, true);
+      expect_settled(first, back, before, zero_as_default, false);
       ++checked;
     }
   }
