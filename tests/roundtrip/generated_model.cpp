@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -104,7 +105,8 @@ GeneratedModel::GeneratedModel(unsigned seed, int copies) : random_(seed) {
   std::vector<const FileClass*> made;
   for (int copy = 0; copy < copies; ++copy)
     for (const FileClass& c : classes_with_parameter_code()) made.push_back(&c);
-  std::shuffle(made.begin(), made.end(), random_);
+  for (std::size_t i = made.size(); i > 1; --i)
+    std::swap(made[i - 1], made[static_cast<std::size_t>(integer(0, static_cast<int>(i) - 1))]);
   // All entities first, so that any of them, later ones included, can be pointed at.
   for (const FileClass* c : made)
     entities_.push_back(lumo_cast<igs_directory_entry>(c->domain->pnewInstance()));
@@ -132,8 +134,12 @@ bool GeneratedModel::negative_pointer_select() const {
          select_ == "font_code";
 }
 
+// By plain arithmetic on the engine's numbers, which every standard library gives alike (its
+// distributions may differ).
 int GeneratedModel::integer(int low, int high) {
-  return std::uniform_int_distribution<int>(low, high)(random_);
+  auto span = static_cast<std::uint64_t>(static_cast<std::int64_t>(high) - low + 1);
+  std::uint64_t draw = (static_cast<std::uint64_t>(random_()) << 32) | random_();
+  return static_cast<int>(low + static_cast<std::int64_t>(draw % span));
 }
 
 // Reals of every kind that writes in a form the reader takes back as it was.
@@ -146,8 +152,7 @@ double GeneratedModel::real() {
                                   1e14,       -99999999999999.0,
                                   1e-7};
   double v = kReals[integer(0, sizeof kReals / sizeof *kReals - 1)];
-  if (integer(0, 1))
-    v = std::ldexp(std::uniform_real_distribution<double>(-1, 1)(random_), integer(-60, 48));
+  if (integer(0, 1)) v = std::ldexp(random_() / 2147483648.0 - 1.0, integer(-60, 48));
   return v;
 }
 
