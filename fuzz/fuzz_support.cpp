@@ -1,16 +1,20 @@
 #include "fuzz_support.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include <igeslib.h>
 
 #include "igeslib_io.h"
+#include "support/settle.h"
 
 namespace igeslib_fuzz {
 
 namespace {
 
 unsigned long report_count = 0;
+unsigned long rejected_real_count = 0;
 
 // Every written file of a run goes here; a file that would be longer is cut.
 constexpr std::size_t kOutputCapacity = 16u << 20;
@@ -28,8 +32,15 @@ void setup() {
     // input well within the one-second timeout while leaving real files' short records alone.
     igeslib_limits().items_past_end_per_entity = kItemsPastEndPerEntity;
     igeslib_limits().items_past_end_per_read = kItemsPastEndPerRead;
-    if (!std::getenv("IGESLIB_FUZZ_VERBOSE")) {
-      LUMO.error_reporter()->use_callback([](const char*, int, void*) { ++report_count; }, nullptr);
+    static const bool verbose = std::getenv("IGESLIB_FUZZ_VERBOSE") != nullptr;
+    LUMO.error_reporter()->use_callback(
+        [](const char* text, int, void*) {
+          ++report_count;
+          if (igeslib_test::is_rejected_real_report(text)) ++rejected_real_count;
+          if (verbose) std::fputs(text, stderr);
+        },
+        nullptr);
+    if (!verbose) {
       LUMO.message_sink([](const char*, void*) {}, nullptr);
       LUMO.quiet(1);
       // The writer's notice about classes without parameter code goes to standard output;
@@ -42,6 +53,8 @@ void setup() {
 }
 
 unsigned long reports() { return report_count; }
+
+unsigned long rejected_real_reports() { return rejected_real_count; }
 
 InputStream::InputStream(const std::uint8_t* data, std::size_t size) {
   // fmemopen wants a buffer even for no bytes.

@@ -16,12 +16,16 @@ namespace igeslib_fuzz {
 constexpr unsigned long kItemsPastEndPerEntity = 10000;
 constexpr unsigned long kItemsPastEndPerRead = 50000;
 
-// Loads the data model once, sets the bounds above and silences the library. With IGESLIB_FUZZ_VERBOSE set in the
-// environment, reports go to standard error instead, for looking at one input.
+// Loads the data model once, sets the bounds above and silences the library. With
+// IGESLIB_FUZZ_VERBOSE set in the environment, reports go to standard error instead, for looking at
+// one input.
 void setup();
 
 // Reports sent by the library since setup.
 unsigned long reports();
+// Of those, the reports of a real in a form that the writer makes and the reader rejects (see
+// tests/support/settle.h).
+unsigned long rejected_real_reports();
 
 // A binary read stream over the bytes (an empty input too); closed by the destructor.
 class InputStream {

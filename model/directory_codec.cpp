@@ -167,11 +167,24 @@ void igeslib_de_write_pointer(char* out, igs_directory_entry* entity) {
     blanks(out);
 }
 
+namespace {
+
+// A definition choice whose reference is null or can't be loaded: the number 0, which reads
+// back as the value 0 and so writes the same again (blanks would read back as 0 and change).
+void write_definition_choice(char* out, igs_directory_entry* definition) {
+  if (definition)
+    igeslib_de_write_int(out, -definition->de_number);
+  else
+    igeslib_de_write_int(out, 0);
+}
+
+}  // namespace
+
 void igeslib_de_write_line_font(char* out, igs_lineFont* font) {
   if (!font)
     blanks(out);
   else if (font->is_line_font_definition_entity())
-    igeslib_de_write_definition(out, font->_line_font_definition_entity());
+    write_definition_choice(out, font->_line_font_definition_entity());
   else
     igeslib_de_write_int(out, static_cast<int>(font->_line_pattern()));  // zero if no choice
 }
@@ -180,7 +193,7 @@ void igeslib_de_write_level(char* out, igs_entity_level* level) {
   if (!level)
     blanks(out);
   else if (level->is_definition_levels_entity())
-    igeslib_de_write_definition(out, level->_definition_levels_entity());
+    write_definition_choice(out, level->_definition_levels_entity());
   else
     igeslib_de_write_int(out, level->_int_val());
 }
@@ -197,14 +210,15 @@ void igeslib_de_write_view(char* out, igs_entity_view* view) {
     target = view->_views_visible_color_entity();
   else if (view->is_segmented_views_visible_entity())
     target = view->_segmented_views_visible_entity();
-  igeslib_de_write_pointer(out, target);  // a select with no choice writes blanks
+  // No choice or a null target: blanks, which read back as no view and write blanks again.
+  igeslib_de_write_pointer(out, target);
 }
 
 void igeslib_de_write_color(char* out, igs_entity_color* color) {
   if (!color)
     blanks(out);
   else if (color->is_color_definition_entity())
-    igeslib_de_write_definition(out, color->_color_definition_entity());
+    write_definition_choice(out, color->_color_definition_entity());
   else
     igeslib_de_write_int(out, static_cast<int>(color->_color_number()));
 }

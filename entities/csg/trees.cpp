@@ -48,13 +48,14 @@ void igs_boolean_tree_entity::pdread() {
 }
 
 // A first or second operand that names no entity is written as 1, which names none again; a
-// later one as 0, which reads back as the null operator and writes again as 0.
+// later one as 0, which reads back as the null operator and writes again as 0. A list shorter
+// than two is written with the count 2, as the list of two that it reads back as.
 void igs_boolean_tree_entity::pdwrite() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
   ListOfigs_boolean_ops* list = operands_ ? operands() : nullptr;
   unsigned n = list ? list->size() : 0;
-  io->write_int(static_cast<int>(n));
+  io->write_int(static_cast<int>(n < 2 ? 2 : n));
   for (unsigned i = 0; i < n || i < 2; ++i) {
     igs_boolean_ops* op = i < n ? (*list)[i] : nullptr;
     if (i >= 2 && op && op->is_boolean_op_code())

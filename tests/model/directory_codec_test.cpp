@@ -103,7 +103,7 @@ TEST(DirectoryCodec, BlankFieldsComeBackAsZeroAndNullsAsBlanks) {
             "     110       5               0       0                        00000000");
 }
 
-TEST(DirectoryCodec, WrongOrMissingTargetsGiveNullsThatWriteAsBlanks) {
+TEST(DirectoryCodec, WrongOrMissingTargetsGiveNullsThatWriteAsTheyReadBack) {
   FileUnderTest t;
   auto* matrix = t.add<igs_transformation_matrix_entity>();  // DE 1
   t.add<igs_segmented_views_visible_entity>();               // DE 3
@@ -129,8 +129,9 @@ TEST(DirectoryCodec, WrongOrMissingTargetsGiveNullsThatWriteAsBlanks) {
   EXPECT_EQ(arc->label(), nullptr);
 
   const std::string r1 = record_one(arc);
-  EXPECT_EQ(columns(r1, 25, 32), "        ");  // definition choice with no definition
-  EXPECT_EQ(columns(r1, 33, 40), "        ");
+  // A definition choice with no definition writes 0, as the value 0 that it reads back as.
+  EXPECT_EQ(columns(r1, 25, 32), "       0");
+  EXPECT_EQ(columns(r1, 33, 40), "       0");
   EXPECT_EQ(columns(r1, 41, 48), "        ");  // view select without a choice
   EXPECT_EQ(columns(r1, 49, 56), "       1");
   EXPECT_EQ(columns(r1, 57, 64), "        ");
