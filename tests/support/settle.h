@@ -52,6 +52,13 @@ inline const char* unsettled_reason(igs_iges_file* file, char zero_as_default) {
     // for its number: a longer number leaves its first line cut short, and the text keeps the
     // pointers and delimiters of the file read.
     if (lumo_cast<igs_null_entity>(entity)) return "an entity of a type and form without a class";
+    // The writer of nodal displacements leaves out the node numbers that its reader drops.
+    if (auto* d = lumo_cast<igs_nodal_displacement_and_rotation_entity>(entity); d && d->nn() > 0)
+      return "a nodal displacement with node cases, written without their node numbers";
+    // An instance's items take their kinds from its definition: an item of no kind, or one
+    // whose value is of another kind than its definition says, is written short.
+    if (lumo_cast<igs_associativity_instance_entity>(entity))
+      return "an associativity instance, whose items follow its definition";
   }
   return nullptr;
 }
