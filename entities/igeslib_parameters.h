@@ -7,12 +7,18 @@
 #include "igeslib.h"
 #include "igeslib_io.h"
 
+// The entities of the file being read or written, in directory order; null when the current
+// design holds no file.
+inline ListOfigs_directory_entry* igeslib_file_entities() {
+  LumoDesign* design = LUMO.design();
+  auto* file = design ? lumo_cast<igs_iges_file>(design->rootObject()) : nullptr;
+  return file ? file->directory_entries() : nullptr;
+}
+
 // The entity that DE pointer n names among the entities of the file being read, (n - 1) / 2
 // in directory order; null when it names none. 0 names the first entity.
 inline igs_directory_entry* igeslib_file_entity(int n) {
-  LumoDesign* design = LUMO.design();
-  auto* file = design ? lumo_cast<igs_iges_file>(design->rootObject()) : nullptr;
-  return file ? igeslib_entity_at(file->directory_entries(), n) : nullptr;
+  return igeslib_entity_at(igeslib_file_entities(), n);
 }
 
 // A single pointer parameter: 0 is no entity, and so is one that names nothing or an entity
@@ -140,9 +146,6 @@ bool igeslib_read_coded_value(IgeslibIO* io, igs_datum* datum, int code);
 // value of another kind (a file's layout follows the code, not the datum). Any other code
 // writes nothing and answers false.
 bool igeslib_write_coded_value(IgeslibIO* io, igs_datum* datum, int code);
-
-// The entities of the file being read or written, in directory order.
-ListOfigs_directory_entry* igeslib_file_entities();
 
 // The DE number that the write has given the target, or 0 for none.
 inline void igeslib_write_pointer(IgeslibIO* io, igs_directory_entry* target) {

@@ -283,19 +283,7 @@ void json_real(std::string& out, double value, bool single) {
     json_string(out, text);
 }
 
-void json_value(std::string& out, const Node& node);
-
-// A structure's attributes as one JSON object, by name in dictionary order.
-void json_attributes(std::string& out, const Node& node) {
-  out += '{';
-  for (std::size_t i = 0; i < node.items.size(); ++i) {
-    if (i) out += ',';
-    json_string(out, node.names[i]);
-    out += ':';
-    json_value(out, node.items[i]);
-  }
-  out += '}';
-}
+void json_attributes(std::string& out, const Node& node, const char* indent = nullptr);
 
 void json_value(std::string& out, const Node& node) {
   switch (node.kind) {
@@ -348,19 +336,24 @@ void json_value(std::string& out, const Node& node) {
   }
 }
 
-// A structure's attributes one to a line, each value on its line: a change to one value is
-// one changed line in a diff.
-void json_attribute_lines(std::string& out, const Node& node, const char* indent) {
+// A structure's attributes as one JSON object, by name in dictionary order: on one line, or
+// with indent one to a line, each value on its line, so that a change to one value is one
+// changed line in a diff.
+void json_attributes(std::string& out, const Node& node, const char* indent) {
   out += '{';
   for (std::size_t i = 0; i < node.items.size(); ++i) {
-    out += i ? ",\n" : "\n";
-    out += indent;
-    out += "  ";
+    if (indent) {
+      out += i ? ",\n" : "\n";
+      out += indent;
+      out += "  ";
+    } else if (i) {
+      out += ',';
+    }
     json_string(out, node.names[i]);
-    out += ": ";
+    out += indent ? ": " : ":";
     json_value(out, node.items[i]);
   }
-  if (!node.items.empty()) {
+  if (indent && !node.items.empty()) {
     out += '\n';
     out += indent;
   }
@@ -547,7 +540,7 @@ void json_entity(std::string& out, const EntityRecord& r, bool lines) {
   out += sep;
   out += "\"attributes\": ";
   if (lines) {
-    json_attribute_lines(out, r.attributes, "      ");
+    json_attributes(out, r.attributes, "      ");
     out += "\n    }";
   } else {
     json_attributes(out, r.attributes);
@@ -627,7 +620,7 @@ unsigned long dump_file(igs_iges_file* file, const DumpOptions& options, const D
     json_value(out, start);
     out += ",\n  \"global\": ";
     if (global.kind == Node::Kind::structure)
-      json_attribute_lines(out, global, "  ");
+      json_attributes(out, global, "  ");
     else
       out += "null";
     out += ",\n  \"entity_count\": " + std::to_string(n) + ",\n  \"entities\": [";

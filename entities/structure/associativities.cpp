@@ -5,12 +5,19 @@
 
 namespace {
 
-constexpr const char* kNoDefinition = "Associativity Instance Entity has no definition";
-
 // The item types of class i of the definition; null for none.
 ArrayOfInteger* item_types(ListOfigs_associativity_class* classes, unsigned i) {
   igs_associativity_class* kind = (*classes)[i];
   return kind ? kind->it() : nullptr;
+}
+
+// The classes of the instance's definition; null, reported, when the instance has none. Its
+// reader and its writer both open with this test.
+ListOfigs_associativity_class* definition_classes(IgeslibIO* io,
+                                                  igs_associativity_instance_entity* instance) {
+  igs_associativity_definition_entity* definition = instance->structure();
+  if (!definition) io->report_error("Associativity Instance Entity has no definition", -1);
+  return definition ? definition->classes() : nullptr;
 }
 
 }  // namespace
@@ -20,12 +27,8 @@ ArrayOfInteger* item_types(ListOfigs_associativity_class* classes, unsigned i) {
 void igs_associativity_instance_entity::pdread() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
-  igs_associativity_definition_entity* definition = structure();
-  if (!definition) {
-    io->report_error(kNoDefinition, -1);
-    return;
-  }
-  ListOfigs_associativity_class* classes = definition->classes();
+  ListOfigs_associativity_class* classes = definition_classes(io, this);
+  if (!classes) return;
   unsigned k = classes->size();
   auto* counts = new (LUMO.design()) ArrayOfInteger(k);
   for (unsigned i = 0; i < k; ++i) counts->put(io->read_int(), i);
@@ -61,12 +64,8 @@ void igs_associativity_instance_entity::pdread() {
 void igs_associativity_instance_entity::pdwrite() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
-  igs_associativity_definition_entity* definition = structure();
-  if (!definition) {
-    io->report_error(kNoDefinition, -1);
-    return;
-  }
-  ListOfigs_associativity_class* classes = definition->classes();
+  ListOfigs_associativity_class* classes = definition_classes(io, this);
+  if (!classes) return;
   unsigned k = classes->size();
   ArrayOfInteger* counts = number_class_entries_;
   ListOfListOfListOfigs_datum* data = parameter_data_;

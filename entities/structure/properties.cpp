@@ -1,7 +1,7 @@
 // The hand-written steps of the property entities.
 #include "../igeslib_parameters.h"
 
-// The nominal size's specification name stands behind the other two only when the stored
+// The nominal size's standard name (sp) stands behind the other two only when the stored
 // count says three; it is read and written then alone.
 void igs_nominal_size_entity::pdread_sp(IgeslibIO* io) {
   if (np_ == 3) sp(io->read_string());
@@ -9,12 +9,6 @@ void igs_nominal_size_entity::pdread_sp(IgeslibIO* io) {
 
 void igs_nominal_size_entity::pdwrite_sp(IgeslibIO* io) {
   if (np_ == 3) io->write_string(sp());
-}
-
-ListOfigs_directory_entry* igeslib_file_entities() {
-  LumoDesign* design = LUMO.design();
-  auto* file = design ? lumo_cast<igs_iges_file>(design->rootObject()) : nullptr;
-  return file ? file->directory_entries() : nullptr;
 }
 
 bool igeslib_read_coded_value(IgeslibIO* io, igs_datum* datum, int code) {
