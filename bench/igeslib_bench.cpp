@@ -14,6 +14,8 @@
 //   --no-peer              leave the peer out
 //   --summary-json=FILE    --summary-markdown=FILE   the summary table written out too
 //   --smoke                generate a small model, write it, read it back, split it; no timing
+//   --probe-memory [--by-class] FILES...   one measured read of FILES (what the peak memory
+//                          figures run); --by-class adds where the designs' bytes went, by class
 //
 // Peak memory is measured in a fresh process for each figure (this program run again with
 // --probe-memory, and the peer's program), as memory_probe.h describes.
@@ -187,6 +189,7 @@ struct Options {
   bool smoke = false;
   bool probe = false;
   std::string write_back;
+  bool by_class = false;
   std::vector<std::string> probe_files;
 };
 
@@ -543,6 +546,41 @@ bool write_text(const std::string& path, const std::string& text) {
 
 // ---- the memory probe (run in a child process) ----
 
+// Where the kept models' bytes went: the designs' arenas, and in them the objects by class
+// (the rest of an arena is aggregate elements, texts and the unused end of each block), and the
+// designs' lists of their objects, which live on the heap. Printed to standard error.
+void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities) {
+  struct Use {
+    std::size_t objects = 0, bytes = 0;
+  };
+  std::map<std::string, Use> by_class;
+  std::size_t arena = 0, listed = 0, objects = 0, object_bytes = 0;
+  for (const ReadFile& r : kept)
+    for (LumoDesignSection* section : r.design->sections()) {
+      arena += section->bytesReserved();
+      listed += section->objects().capacity() * sizeof(LumoObject*);
+      for (LumoObject* object : section->objects()) {
+        const LumoType& type = *object->classType();
+        Use& use = by_class[type.name];
+        ++use.objects, use.bytes += type.size, ++objects, object_bytes += type.size;
+      }
+    }
+  std::vector<std::pair<std::size_t, std::string>> rows;
+  for (const auto& [name, use] : by_class)
+    rows.emplace_back(use.bytes, name + " " + std::to_string(use.objects) + " objects of " +
+                                     std::to_string(use.bytes / use.objects) + " B");
+  std::sort(rows.rbegin(), rows.rend());
+  const double n = entities > 0 ? static_cast<double>(entities) : 1;
+  std::fprintf(stderr, "%lld entities, %zu objects\n", entities, objects);
+  std::fprintf(stderr, "%8.0f B/entity  arenas\n", arena / n);
+  std::fprintf(stderr, "%8.0f B/entity  objects in them\n", object_bytes / n);
+  std::fprintf(stderr, "%8.0f B/entity  the rest of them: aggregate elements, texts, block ends\n",
+               (arena - object_bytes) / n);
+  std::fprintf(stderr, "%8.0f B/entity  the designs' object lists (heap)\n", listed / n);
+  for (std::size_t i = 0; i < rows.size() && i < 20; ++i)
+    std::fprintf(stderr, "%8.0f B/entity  %s\n", rows[i].first / n, rows[i].second.c_str());
+}
+
 // The figures go out on out_fd, standard output being silenced.
 int probe_memory(int out_fd) {
   igeslib_force_load();
@@ -561,6 +599,7 @@ int probe_memory(int out_fd) {
   MemoryFigures memory = probe.stop();
   long long entities = 0;
   for (ReadFile& r : kept) entities += static_cast<long long>(count_entities(r));
+  if (options.by_class) print_bytes_by_class(kept, entities);
   JsonLine line;
   line.add("seconds", timer.wall).add("cpu_seconds", timer.cpu);
   line.add("entities", entities).add("bytes", bytes);
@@ -672,6 +711,8 @@ bool parse_options(int& argc, char** argv) {
     if (options.probe) {
       if (const char* v = value("--write-back"))
         options.write_back = v;
+      else if (a == "--by-class")
+        options.by_class = true;
       else
         options.probe_files.push_back(a);
     } else if (a == "--probe-memory") {
