@@ -59,22 +59,16 @@ Fields fields_of(const std::string& record, bool first) {
   return out;
 }
 
-// The 72 columns that an entity writes into a blank record.
-std::string record_one(igs_directory_entry* e) {
+// The 72 columns that an entity writes into a blank record, the first or the second.
+std::string record(igs_directory_entry* e, bool first) {
   char out[90];
   std::memset(out, ' ', sizeof out - 1);
   out[sizeof out - 1] = '\0';
-  e->de_write_record_one(out);
+  first ? e->de_write_record_one(out) : e->de_write_record_two(out);
   return std::string(out, 72);
 }
-
-std::string record_two(igs_directory_entry* e) {
-  char out[90];
-  std::memset(out, ' ', sizeof out - 1);
-  out[sizeof out - 1] = '\0';
-  e->de_write_record_two(out);
-  return std::string(out, 72);
-}
+std::string record_one(igs_directory_entry* e) { return record(e, true); }
+std::string record_two(igs_directory_entry* e) { return record(e, false); }
 
 std::string columns(const std::string& record, int first, int last) {
   return record.substr(first - 1, last - first + 1);
@@ -294,7 +288,6 @@ TEST(DirectoryCodec, UnplacedEntityKeepsItsRecordsAsText) {
 
 TEST(EntityRegistryRows, SortedRowsNameTheClassesThatAnswerThem) {
   load_model();
-  ASSERT_EQ(igeslib_static_entity_count, 302u);
   int nonstd = 0;
   for (unsigned i = 0; i < igeslib_static_entity_count; ++i) {
     const IgeslibStaticEntityRow& row = igeslib_static_entity_table[i];
@@ -309,9 +302,8 @@ TEST(EntityRegistryRows, SortedRowsNameTheClassesThatAnswerThem) {
     ASSERT_NE(entity, nullptr) << type->name;
     EXPECT_EQ(entity->entity_type(), row.entity) << type->name;
     // A class that stores its form answers 0 until it is read.
-    if (row.form != igeslib_any_form && entity->form() != 0) {
+    if (row.form != igeslib_any_form && entity->form() != 0)
       EXPECT_EQ(entity->form(), row.form) << type->name;
-    }
     nonstd += row.nonstd;
   }
   EXPECT_EQ(nonstd, 2);  // composite curve form 1, colour definition form 1
@@ -327,8 +319,6 @@ TEST(DirectoryFields, FormattedAsThePrintfFieldsTheyStandFor) {
       {[](char* out) { igeslib_de_write_int(out, -5); }, "      -5"},
       {[](char* out) { igeslib_de_write_int(out, -12345678); }, "-12345678"},  // spills over
       {[](char* out) { igeslib_de_write_int(out, -2147483647 - 1); }, "-2147483648"},
-      {[](char* out) { igeslib_format_int(out, 7, 12345678); }, "12345678"},
-      {[](char* out) { igeslib_format_int(out, 1, 0); }, "0"},
       {[](char* out) { igeslib_de_write_blank(out); }, "        "},
       {[](char* out) { igeslib_de_write_label(out, "AB"); }, "      AB"},
       {[](char* out) { igeslib_de_write_label(out, nullptr); }, "        "},

@@ -82,9 +82,11 @@ TEST(ErrorStreams, ReportsCanGoToAStream) {
 
 TEST(Messages, ProgressLinesAreHeldBackWhenQuiet) {
   std::vector<std::string> lines;
-  LUMO.message_sink([](const char* line, void* user) {
-    static_cast<std::vector<std::string>*>(user)->push_back(line);
-  }, &lines);
+  LUMO.message_sink(
+      [](const char* line, void* user) {
+        static_cast<std::vector<std::string>*>(user)->push_back(line);
+      },
+      &lines);
   char was = LUMO.quiet();
   LUMO.quiet(0);
   LUMO.message("Reading line %d", 1000);
