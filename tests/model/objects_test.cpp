@@ -1,8 +1,7 @@
-// Generated classes as objects: construction, copies, accessors with logic of their own, the
+// Generated classes as objects: construction, accessors with logic of their own, the
 // virtual operations of the entity root and the remembered casts.
 #include <gtest/gtest.h>
 
-#include <tuple>
 #include <vector>
 
 #include "igeslib_entity_rows.h"
@@ -26,33 +25,6 @@ TEST(Entities, AllFieldsConstructorStoresTheWholeChain) {
   EXPECT_EQ(arc->line_weight(), 3);
   EXPECT_EQ(arc->zt(), 1);
   EXPECT_EQ(arc->y3(), 7);
-}
-
-TEST(Entities, CopiesAreShallowAndLeaveModifiedAlone) {
-  ScratchDesign design;
-  auto* level = new (design.design) igs_entity_level;
-  level->_int_val(4);
-  igs_line_entity a;
-  a.level(level);
-  a.label("L");
-  a.de_number = 9;
-  a.pd_pointer = 3;
-  a.pd_line_count = 2;
-  igs_line_entity copy(a);
-  igs_line_entity b;
-  b = a;
-  for (igs_line_entity* c : {&copy, &b}) {
-    EXPECT_FALSE(c->isModified());
-    EXPECT_EQ(c->label(), a.label());  // the text is shared, not duplicated
-    EXPECT_EQ(std::make_tuple(c->de_number, c->pd_pointer, c->pd_line_count),
-              std::make_tuple(9, 3, 2));
-  }
-  // Both point to one select object: a change of its value shows through b, whereas pointing
-  // a elsewhere does not.
-  level->_int_val(8);
-  EXPECT_EQ(b.level()->_int_val(), 8);
-  a.level(new (design.design) igs_entity_level);
-  EXPECT_EQ(b.level(), level);
 }
 
 TEST(Entities, AggregateGettersCreateOnDemandInTheOwnersSection) {

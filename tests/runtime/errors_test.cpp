@@ -1,4 +1,5 @@
-// Error channels, progress messages, strings, the prefix table and files.
+// Error channels, progress messages, strings, the prefix table and files. Numbered errors
+// and the reports of a read are tested with the filer.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -24,16 +25,6 @@ struct Errors : ::testing::Test {
   }
   ~Errors() override { LUMO.error_reporter()->use_stderr(); }
 };
-
-TEST_F(Errors, NumberedErrorsCarryTheirArgument) {
-  lumo_io_ec()->report(2034, "missing.igs");
-  ASSERT_EQ(captured.pieces.size(), 1u);
-  EXPECT_EQ(captured.pieces[0].second, 2034);
-  EXPECT_NE(captured.pieces[0].first.find("missing.igs"), std::string::npos);
-  EXPECT_NE(captured.pieces[0].first.find("2034"), std::string::npos);
-  EXPECT_NE(LumoErrorContext::message_text(2034), nullptr);
-  EXPECT_EQ(LUMO.error_reporter()->count(), 1u);
-}
 
 TEST_F(Errors, TextGoesOutAsWrittenAndFormatsEndTheirLine) {
   lumo_ec()->text("embedded schema: Cannot get OID prefix\n");
