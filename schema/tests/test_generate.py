@@ -110,15 +110,6 @@ class ReadingTest(unittest.TestCase):
         self.assertEqual((d["type"], d["form"], d["forms"], d["nonstd"]),
                          (304, "a", [1, 2, "other"], [2]))
 
-    def test_dictionary_names(self):
-        cases = [("igs_circular_arc_entity", "circular_arc_entity"),
-                 ("ListOfListOfigs_datum", "ListOfListOfdatum"),
-                 ("ArrayOfigs_variable_type", "ArrayOfvariable_type"),
-                 ("ListOfArrayOfDouble", "ListOfArrayOfDouble"),
-                 ("LumoDefType", "LumoDefType")]
-        for name, expected in cases:
-            self.assertEqual(generate.dictionary_name(name), expected)
-
 
 class MalformedSourceTest(unittest.TestCase):
     """Each broken source is refused with a message naming the place and the fault."""

@@ -1,5 +1,5 @@
 // The two directory records of an entity: fields read into objects, objects written back
-// column by column, across the families; and the registry's starting rows.
+// column by column, across the families; and the fields' own writers at their edges.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "igeslib_directory.h"
-#include "igeslib_entity_rows.h"
 #include "igeslib_io.h"
 #include "model/model_support.h"
 
@@ -253,44 +252,16 @@ TEST(DirectoryCodec, UnplacedEntityKeepsItsRecordsAsText) {
   EXPECT_EQ(record_two(unknown), second);
 }
 
-TEST(EntityRegistryRows, SortedRowsNameTheClassesThatAnswerThem) {
-  load_model();
-  int nonstd = 0;
-  for (unsigned i = 0; i < igeslib_static_entity_count; ++i) {
-    const IgeslibStaticEntityRow& row = igeslib_static_entity_table[i];
-    if (i > 0) {
-      const IgeslibStaticEntityRow& before = igeslib_static_entity_table[i - 1];
-      ASSERT_TRUE(before.entity < row.entity ||
-                  (before.entity == row.entity && before.form < row.form))
-          << "row " << i;
-    }
-    LumoType* type = &**row.type;
-    auto* entity = lumo_cast<igs_directory_entry>(type->prototype);
-    ASSERT_NE(entity, nullptr) << type->name;
-    EXPECT_EQ(entity->entity_type(), row.entity) << type->name;
-    // A class that stores its form answers 0 until it is read.
-    if (row.form != igeslib_any_form && entity->form() != 0)
-      EXPECT_EQ(entity->form(), row.form) << type->name;
-    nonstd += row.nonstd;
-  }
-  EXPECT_EQ(nonstd, 2);  // composite curve form 1, colour definition form 1
-  EXPECT_EQ(igeslib_static_entity_table[0].type, &lumotype_igs_null_entity);
-}
-
 TEST(DirectoryFields, FormattedAsThePrintfFieldsTheyStandFor) {
   struct Case {
     std::function<void(char*)> write;
     const char* text;
   } const cases[] = {
-      {[](char* out) { igeslib_de_write_int(out, 110); }, "     110"},
-      {[](char* out) { igeslib_de_write_int(out, -5); }, "      -5"},
       {[](char* out) { igeslib_de_write_int(out, -12345678); }, "-12345678"},  // spills over
       {[](char* out) { igeslib_de_write_int(out, -2147483647 - 1); }, "-2147483648"},
       {[](char* out) { igeslib_de_write_blank(out); }, "        "},
-      {[](char* out) { igeslib_de_write_label(out, "AB"); }, "      AB"},
       {[](char* out) { igeslib_de_write_label(out, nullptr); }, "        "},
       {[](char* out) { igeslib_de_write_label(out, "A LONGER LABEL"); }, "A LONGER"},
-      {[](char* out) { igeslib_de_write_digit(out, 3); }, "03"},
       {[](char* out) { igeslib_de_write_digit(out, 12); }, "012"},
   };
   for (const Case& c : cases) {

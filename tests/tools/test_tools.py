@@ -1,5 +1,6 @@
 """iges-info, iges-copy, iges-dump and the example programs, run as a user runs them: on the
-sample part, on damaged copies of it and on every file of the shared corpus.
+sample part, on damaged copies of it and on every file of the shared corpus (where the Python
+module's test also holds its writes to those of iges-copy).
 
 Run from the project root after a build: python3 -m unittest tests/tools/test_tools.py
 The programs are taken from the build tree that IGESLIB_BUILD_DIR names (build/default when
@@ -200,14 +201,6 @@ class SampleTest(ToolTestCase):
         self.assertEqual(info.rows, expected)
         self.assertEqual(list(info.rows), sorted(info.rows))
 
-    def test_reports_are_counted_and_still_written_out(self):
-        # Wrong counts on the T record: the read completes with reports.
-        data = with_record(self.sample, b"T", 1, lambda r: b"S      9" + r[8:])
-        info, result = self.info(self.file("counts.igs", data))
-        self.assertEqual(info.fields["Read"], "completed")
-        self.assertGreaterEqual(int(info.fields["Reports"]), 1)
-        self.assertIn("IGES record:", result.stderr)
-
     def test_copy_is_the_sample_and_keep_zeros_reads_back_the_same(self):
         out, zeros, back = self.dir / "copy.igs", self.dir / "zeros.igs", self.dir / "back.igs"
         result = run(IGES_COPY, SAMPLE, out)
@@ -365,13 +358,6 @@ class CorpusTest(ToolTestCase):
                 for (entity_type, _, _), count in info.rows.items():
                     by_type[entity_type] += count
                 self.assertEqual(by_type, collections.Counter(t for t, _ in pairs))
-
-                out = self.dir / path.name
-                status, stdout, _ = run_counting_reports(IGES_COPY, path, out)
-                self.assertEqual(status, expected_status)
-                self.assertRegex(stdout.splitlines()[-1], f" {len(pairs)} entities, ")
-                self.assertEqual(Info(run_counting_reports(IGES_INFO, out)[1]).rows, info.rows)
-                out.unlink()
 
                 # The dump in both forms: JSON that parses, with every entity of the file.
                 status, stdout, _ = run_counting_reports(IGES_DUMP, path, "--json")
