@@ -62,18 +62,6 @@ def error_of(layout):
 
 
 class LayoutTest(unittest.TestCase):
-    def test_every_kind_of_step_is_read(self):
-        steps = model_with(PLAIN).entries["igs_thing"].parameters
-        self.assertEqual([(s.kind, s.name) for s in steps],
-                         [("I", "k"), ("I", "f"), ("R", "r"), ("S", "s"), ("L", "on"),
-                          ("P?", "at"), ("P!", "pick"), ("F", "font"), ("P?", "only"),
-                          ("N", "points"), ("X", "k"),
-                          ("items", "points"), ("N", "members"), ("items", "members"),
-                          ("N", "picks"), ("items", "picks"), ("N", "reals"), ("items", "reals"),
-                          ("D", None), ("D", None), ("C", "n")])
-        self.assertEqual([(s.kind, s.name) for s in steps[11].steps],
-                         [("R", "x"), ("R", "y"), ("N", "names"), ("items", "names")])
-
     def test_malformed_layouts_are_refused_with_file_and_line(self):
         cases = [
             ("R k, R r" + PLAIN[3:], "the step R k of igs_thing needs double, not int"),
