@@ -2,6 +2,8 @@
 // the eight schema designs built, once.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include "igeslib.h"
 
 inline void load_model() {
@@ -23,4 +25,12 @@ struct ScratchDesign {
   ~ScratchDesign() { delete design; }
   LumoDesign* operator->() const { return design; }
   operator LumoDesign*() const { return design; }
+};
+
+// A fixture whose fresh design is the current one for the length of the test.
+struct Scratch : ::testing::Test {
+  ScratchDesign scratch;
+  LumoDesign* design = scratch.design;
+  LumoDesign* before = LUMO.useDesign(design);
+  ~Scratch() override { LUMO.useDesign(before); }
 };

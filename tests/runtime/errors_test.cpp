@@ -1,4 +1,5 @@
-// Error channels, progress messages, strings, the prefix table and files.
+// The error channel, progress messages and shared strings. Numbered errors and the reports of
+// a read are tested with the filer.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -6,53 +7,28 @@
 #include <vector>
 
 #include "lumo.h"
+#include "support/reports.h"
 
 namespace {
 
-struct Captured {
-  std::vector<std::pair<std::string, int>> pieces;
-  static void take(const char* text, int code, void* user) {
-    static_cast<Captured*>(user)->pieces.emplace_back(text, code);
-  }
-};
-
-struct Errors : ::testing::Test {
-  Captured captured;
-  Errors() {
-    LUMO.error_reporter()->use_callback(Captured::take, &captured);
-    LUMO.error_reporter()->reset_count();
-  }
-  ~Errors() override { LUMO.error_reporter()->use_stderr(); }
-};
-
-TEST_F(Errors, NumberedErrorsCarryTheirArgument) {
-  lumo_io_ec()->report(2034, "missing.igs");
-  ASSERT_EQ(captured.pieces.size(), 1u);
-  EXPECT_EQ(captured.pieces[0].second, 2034);
-  EXPECT_NE(captured.pieces[0].first.find("missing.igs"), std::string::npos);
-  EXPECT_NE(captured.pieces[0].first.find("2034"), std::string::npos);
-  EXPECT_NE(LumoErrorContext::message_text(2034), nullptr);
-  EXPECT_EQ(LUMO.error_reporter()->count(), 1u);
-}
-
-TEST_F(Errors, TextGoesOutAsWrittenAndFormatsEndTheirLine) {
+// Text goes out as written, a format ends its line, and what is sent between a push and a
+// pop of the reporter's stack counts as one report.
+TEST(Errors, PiecesAndReports) {
+  igeslib_test::CapturedReports reports;
+  LumoErrorReporter* reporter = LUMO.error_reporter();
+  std::string longer(2000, 'x');
   lumo_ec()->text("embedded schema: Cannot get OID prefix\n");
   lumo_io_ec()->format("Error at line #: %d, column #: %d\n\t%s", 12, 73, "bad");
-  std::string longer(2000, 'x');
   lumo_io_ec()->format("%s|", longer.c_str());
-  ASSERT_EQ(captured.pieces.size(), 3u);
-  EXPECT_EQ(captured.pieces[0].first, "embedded schema: Cannot get OID prefix\n");
-  EXPECT_EQ(captured.pieces[1].first, "Error at line #: 12, column #: 73\n\tbad\n");
-  EXPECT_EQ(captured.pieces[2].first, longer + "|\n");
   lumo_io_ec()->format("ends its own line\n");
   lumo_ec()->text("no line end");
-  EXPECT_EQ(captured.pieces[3].first, "ends its own line\n");
-  EXPECT_EQ(captured.pieces[4].first, "no line end");
-  EXPECT_EQ(LUMO.error_reporter()->count(), 5u);
-}
+  EXPECT_EQ(reports.pieces(),
+            (std::vector<std::string>{"embedded schema: Cannot get OID prefix\n",
+                                      "Error at line #: 12, column #: 73\n\tbad\n", longer + "|\n",
+                                      "ends its own line\n", "no line end"}));
+  EXPECT_EQ(reports.count(), 5u);
 
-TEST_F(Errors, TextBetweenPushAndPopIsOneReport) {
-  LumoErrorReporter* reporter = LUMO.error_reporter();
+  reports.clear();
   reporter->stack.append(nullptr);
   lumo_io_ec()->format("Warning at line #: %d, column #: %d\n", 3, 9);
   lumo_io_ec()->text("\tASCII NULL (0x00) character found, treated as space\n");
@@ -61,13 +37,13 @@ TEST_F(Errors, TextBetweenPushAndPopIsOneReport) {
   lumo_io_ec()->text("second report\n");
   reporter->stack.pop();
   lumo_io_ec()->text("third report\n");
-  EXPECT_EQ(reporter->count(), 3u);
-  EXPECT_EQ(captured.pieces.size(), 4u);
+  EXPECT_EQ(reports.count(), 3u);
+  EXPECT_EQ(reports.pieces().size(), 4u);
   EXPECT_EQ(reporter->stack.size(), 0u);
   EXPECT_EQ(reporter->stack.pop(), nullptr);
 }
 
-TEST(ErrorStreams, ReportsCanGoToAStream) {
+TEST(Errors, ReportsCanGoToAStream) {
   FILE* sink = std::tmpfile();
   ASSERT_NE(sink, nullptr);
   LUMO.error_reporter()->use_stream(sink);
@@ -78,13 +54,11 @@ TEST(ErrorStreams, ReportsCanGoToAStream) {
   ASSERT_NE(std::fgets(line, sizeof line, sink), nullptr);
   EXPECT_STREQ(line, "to the stream\n");
   std::fclose(sink);
+  EXPECT_EQ(lumo_fopen(nullptr, "rb"), nullptr);
 }
 
 TEST(Messages, ProgressLinesAreHeldBackWhenQuiet) {
-  std::vector<std::string> lines;
-  LUMO.message_sink([](const char* line, void* user) {
-    static_cast<std::vector<std::string>*>(user)->push_back(line);
-  }, &lines);
+  igeslib_test::CapturedReports reports;
   char was = LUMO.quiet();
   LUMO.quiet(0);
   LUMO.message("Reading line %d", 1000);
@@ -92,8 +66,7 @@ TEST(Messages, ProgressLinesAreHeldBackWhenQuiet) {
   EXPECT_TRUE(LUMO.quiet());
   LUMO.message("Reading line %d", 2000);
   LUMO.quiet(was);
-  LUMO.message_sink(nullptr, nullptr);
-  EXPECT_EQ(lines, std::vector<std::string>{"Reading line 1000"});
+  EXPECT_EQ(reports.messages(), std::vector<std::string>{"Reading line 1000"});
 }
 
 TEST(Strings, StorageIsSharedUntilWritten) {
@@ -115,28 +88,6 @@ TEST(Strings, StorageIsSharedUntilWritten) {
   EXPECT_STREQ(c.c_str(), "");
   c = a;
   EXPECT_EQ(c.c_str(), a.c_str());
-}
-
-TEST(Prefixes, AStoredPrefixIsFoundAgainWithItsHighPart) {
-  LumoDesignIndex index;
-  LumoOIDPrefix p = {{1, 2, 3, 4, 0}};
-  LumoOIDPrefix q = {{1, 2, 3, 5, 0}};
-  EXPECT_EQ(index.findPrefix(&p), nullptr);
-  LumoOIDPrefix* stored = index.addPrefix(&p);
-  ASSERT_NE(stored, nullptr);
-  EXPECT_NE(stored->words[4], 0u);
-  EXPECT_EQ(stored->words[4] & 0xFFFFu, 0u);
-  EXPECT_EQ(index.findPrefix(&p), stored);
-  LumoOIDPrefix* other = index.addPrefix(&q);
-  ASSERT_NE(other, nullptr);
-  EXPECT_NE(other->words[4], stored->words[4]);
-  EXPECT_EQ(LUMO.designIndex()->findPrefix(nullptr), nullptr);
-}
-
-TEST(Files, OpeningAMissingFileAnswersNull) {
-  EXPECT_EQ(lumo_fopen("no/such/dir/file.igs", "rb"), nullptr);
-  EXPECT_EQ(lumo_fopen(nullptr, "rb"), nullptr);
-  EXPECT_STREQ(lumo_build_aggname("ListOfdatum", "ListOfigs_datum"), "ListOfdatum");
 }
 
 }  // namespace
