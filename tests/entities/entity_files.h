@@ -30,9 +30,6 @@ std::string written(FileRead& read, char zero_as_default);
 // out, joined.
 std::string parameters_of(const std::string& file, int de_pointer);
 
-// Place of target in list, -1 for null or absent.
-int place(ListOfigs_directory_entry* list, igs_directory_entry* target);
-
 // The parameters of an entity of the plain geometry in file order, a pointer as the place of
 // its target in list. Empty for other classes.
 std::vector<double> parameter_values(igs_directory_entry* entity, ListOfigs_directory_entry* list);

@@ -52,8 +52,7 @@ TEST(Registry, EveryRowReadsIntoItsClassAndWritesBack) {
     LumoDomain* domain = (*row.type)->acquireDomain();
     if (std::string(domain->name()) == "null_entity") continue;  // kept as text, made by none
     int form = form_of(row);
-    SCOPED_TRACE(std::to_string(row.entity) + "/" + std::to_string(form) + " " +
-                 domain->name());
+    SCOPED_TRACE(std::to_string(row.entity) + "/" + std::to_string(form) + " " + domain->name());
     // An associativity instance made fresh has no definition: it says so, on both sides.
     igeslib_test::CapturedReports reports;
     testing::internal::CaptureStdout();
