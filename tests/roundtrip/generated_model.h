@@ -19,7 +19,7 @@ struct FileClass {
   std::vector<int> forms;
 };
 
-// Every class of the registry, but the raw-text one, whose objects write their parameters.
+// Every concrete class that the reader makes, but those whose records lean on another record.
 const std::vector<FileClass>& classes_with_parameter_code();
 
 // A model of every such class in a fresh design, its values drawn from seed.
