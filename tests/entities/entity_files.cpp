@@ -40,15 +40,6 @@ std::string iges_file(const std::vector<Entry>& entries) {
   return text.T().str();
 }
 
-std::string written(FileRead& read, char zero_as_default) {
-  LUMO.useDesign(read.design);
-  FILE* out = std::tmpfile();
-  read.file->write(out, zero_as_default);
-  std::string bytes = slurp(out);
-  std::fclose(out);
-  return bytes;
-}
-
 std::string parameters_of(const std::string& file, int de_pointer) {
   std::string out;
   std::istringstream in(file);

@@ -16,7 +16,6 @@ using igeslib_test::FileRead;
 using igeslib_test::iges_file;
 using igeslib_test::parameter_values;
 using igeslib_test::parameters_of;
-using igeslib_test::written;
 using Values = std::vector<double>;
 
 namespace {
@@ -116,7 +115,7 @@ void check(Prefix prefix, const std::vector<Entry>& records, const std::vector<s
   if (!values.empty()) {
     EXPECT_EQ(parameter_values((*list)[(first_de - 1) / 2], list), values);
   }
-  std::string first = written(read, 0), defaulted = written(read, 1);
+  std::string first = read.written(0), defaulted = read.written(1);
   for (std::size_t i = 0; i < records.size(); ++i)
     EXPECT_EQ(parameters_of(first, first_de + 2 * static_cast<int>(i)),
               i < out.size() && !out[i].empty() ? out[i] : records[i].parameters)
@@ -127,9 +126,9 @@ void check(Prefix prefix, const std::vector<Entry>& records, const std::vector<s
   if (!report) {
     EXPECT_EQ(again.reports.count(), reports_again) << again.reports.text();
   }
-  EXPECT_EQ(written(again, 0), first);
+  EXPECT_EQ(again.written(0), first);
   FileRead back(defaulted);
-  EXPECT_EQ(written(back, 0), first) << "zeros left out read back as zeros";
+  EXPECT_EQ(back.written(0), first) << "zeros left out read back as zeros";
 }
 
 // One record after a prefix; its type is the first parameter, its values are blank-separated.

@@ -58,9 +58,9 @@ TEST(Registry, EveryRowReadsIntoItsClassAndWritesBack) {
     testing::internal::CaptureStdout();
     std::string first = file_of(row, form);
     FileRead read(first);
-    std::string second = igeslib_test::written(read, 0);
+    std::string second = read.written(0);
     FileRead again(second);
-    std::string third = igeslib_test::written(again, 0);
+    std::string third = again.written(0);
     std::string printed = testing::internal::GetCapturedStdout();
     EXPECT_EQ(printed.find("does not contain class code"), std::string::npos) << printed;
     ASSERT_EQ(read.size(), 1u);

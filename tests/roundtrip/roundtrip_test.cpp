@@ -20,21 +20,17 @@ namespace {
 
 using namespace igeslib_test;
 
-std::string written(FileRead& read, char zero_as_default) {
-  return write_file(read.design, read.file, zero_as_default);
-}
-
 // The second write equals the first, or differs only by the rules that settle one write later
 // and then does settle.
 void expect_settled(const std::string& first, FileRead& back, char zero_as_default,
                     bool null_selects) {
-  std::string second = written(back, zero_as_default);
+  std::string second = back.written(zero_as_default);
   if (first == second) return;
   std::string difference = first_difference(first, second, null_selects);
   EXPECT_EQ(difference, "") << "the second write differs";
   if (!difference.empty()) return;
   FileRead again(second, 0, false);
-  EXPECT_EQ(written(again, zero_as_default), second) << "no settling at the third write";
+  EXPECT_EQ(again.written(zero_as_default), second) << "no settling at the third write";
 }
 
 // Version warnings and progress lines off for a test.
@@ -152,7 +148,7 @@ TEST(RoundTrip, CorpusMutantsSettleWhereTheReadCompletes) {
       char zero_as_default = static_cast<char>(mutation != 1);
       FileRead read(mutant(bytes, name, mutation), 0, false);
       if (!read.result || unsettled_reason(read.file, zero_as_default)) continue;
-      std::string first = written(read, zero_as_default);
+      std::string first = read.written(zero_as_default);
       FileRead back(first);
       bool rejected = false;
       for (const std::string& piece : back.reports.pieces())

@@ -28,6 +28,8 @@ struct FileRead {
   }
   unsigned size() { return file->directory_entries()->size(); }
   std::vector<std::string> errors() const { return report_lines(reports); }
+  // The file that the read's design writes.
+  std::string written(char zero_as_default);
 
   LumoDesign* design = nullptr;
   igs_iges_file* file = nullptr;
