@@ -21,7 +21,17 @@ using Values = std::vector<double>;
 namespace {
 
 // The entities that stand before the records of a row, for their pointers to name.
-enum Prefix { kNone, kCurves, kSolids, kLinePoint, kBrep, kGeometry, kPoints, kPointsLineAt3 };
+enum Prefix {
+  kNone,
+  kCurves,
+  kSolids,
+  kLinePoint,
+  kBrep,
+  kShell,
+  kGeometry,
+  kPoints,
+  kPointsLineAt3
+};
 const std::vector<Entry> kPrefixes[] = {
     {},
     // a line, a circular arc, a point, a direction (no geometry) and a curve on a surface
@@ -37,6 +47,15 @@ const std::vector<Entry> kPrefixes[] = {
      {310, 0, "310,1,4HSTD1,0,8,0;"}},
     {{110, 0, "110,0.,0.,0.,1.,0.,0.;"}, {116, 0, "116,1.,2.,3.,0;"}},
     {{110, 0, "110,0.,0.,0.,1.,0.,0.;"}, {504, 1, "504,0;"}},
+    // a triangle's vertices, a line for its edges to lie on, its edges 1-2, 2-3 and 3-1, a
+    // plane surface, a loop of the three edges, a face and a shell
+    {{502, 1, "502,3,0.,0.,0.,1.,0.,0.,1.,1.,0.;"},
+     {110, 0, "110,0.,0.,0.,1.,0.,0.;"},
+     {504, 1, "504,3,3,1,1,1,2,3,1,2,1,3,3,1,3,1,1;"},
+     {190, 0, "190,0,0;"},
+     {508, 1, "508,3,0,5,1,1,0,0,5,2,1,0,0,5,3,1,0;"},
+     {510, 1, "510,7,1,1,9;"},
+     {514, 1, "514,1,11,1;"}},
     {{110, 0, "110,1.,1.,1.,2.,2.,2.;"}, {308, 0, "308,0,4HPART,1,1;"}},
     // a point's pointer names a subfigure definition (DE 1 and 7) or nothing
     {{308, 0, "308,0,1HA,0;"},
@@ -68,39 +87,11 @@ const Entry kAssociativityInstance{402, 5001, "402,1,2,3,2.5,3HABC,-1,7;", -5};
 const Entry kTableDefinition{322, 1, "322,1HT,5106,3,1,3,1,1HS,2,1,2,2,6,3,6,1,1;"};
 const Entry kTableInstance{422, 1, "422,2,1HX,5,6,1,1HY,7,8,0;", -9};
 
-// A unit cube: vertex list (DE 1), a line for every edge to lie on (DE 3), edge list (DE 5),
-// six loops (DE 7-17), a plane surface (DE 19), six faces (DE 21-31), a shell and the solid.
-std::vector<Entry> cube() {
-  const int edges[12][2] = {{1, 2}, {2, 3}, {3, 4}, {4, 1}, {5, 6}, {6, 7},
-                            {7, 8}, {8, 5}, {1, 5}, {2, 6}, {3, 7}, {4, 8}};
-  const int loops[6][4] = {{1, 2, 3, 4},   {5, 6, 7, 8},   {1, 10, 5, 9},
-                           {2, 11, 6, 10}, {3, 12, 7, 11}, {4, 9, 8, 12}};
-  std::vector<Entry> file = {
-      {502, 1, "502,8,0.,0.,0.,1.,0.,0.,1.,1.,0.,0.,1.,0.,0.,0.,1.,1.,0.,1.,1.,1.,1.,0.,1.,1.;"},
-      {110, 0, "110,0.,0.,0.,1.,0.,0.;"}};
-  std::string edge_list = "504,12", shell = "514,6";
-  for (const auto& e : edges)
-    edge_list += ",3,1," + std::to_string(e[0]) + ",1," + std::to_string(e[1]);
-  file.push_back({504, 1, edge_list + ";"});
-  for (const auto& l : loops) {
-    std::string loop = "508,4";
-    for (int edge : l) loop += ",0,5," + std::to_string(edge) + ",1,0";
-    file.push_back({508, 1, loop + ";"});
-  }
-  file.push_back({190, 0, "190,0,0;"});
-  for (int i = 0; i < 6; ++i) {
-    file.push_back({510, 1, "510,19,1,1," + std::to_string(7 + 2 * i) + ";"});
-    shell += "," + std::to_string(21 + 2 * i) + ",1";
-  }
-  file.push_back({514, 1, shell + ";"});
-  file.push_back({186, 0, "186,33,1,0;"});
-  return file;
-}
-
 // What a file of the prefix and the entries is read and written as: each entry written with
-// zeros kept as out[i] ("" or absent: as read), the first with zeros left out as defaulted;
-// the first entry's values in file order, a pointer as the place it names; the one report of
-// the read. Both writes read back to the same bytes, unless the records don't settle.
+// zeros kept as out[i] ("" or absent: as read, as is every entity of the prefix), the first with
+// zeros left out as defaulted; the first entry's values in file order, a pointer as the place it
+// names; the one report of the read. Both writes read back to the same bytes, unless the records
+// don't settle.
 void check(Prefix prefix, const std::vector<Entry>& records, const std::vector<std::string>& out,
            const std::string& defaulted_out, const Values& values, const char* report, bool settles,
            unsigned reports_again) {
@@ -116,10 +107,12 @@ void check(Prefix prefix, const std::vector<Entry>& records, const std::vector<s
     EXPECT_EQ(parameter_values((*list)[(first_de - 1) / 2], list), values);
   }
   std::string first = read.written(0), defaulted = read.written(1);
-  for (std::size_t i = 0; i < records.size(); ++i)
-    EXPECT_EQ(parameters_of(first, first_de + 2 * static_cast<int>(i)),
-              i < out.size() && !out[i].empty() ? out[i] : records[i].parameters)
+  for (std::size_t i = 0, skip = kPrefixes[prefix].size(); i < entries.size(); ++i) {
+    std::size_t k = i - skip;  // past the end of out for the prefix
+    EXPECT_EQ(parameters_of(first, static_cast<int>(2 * i + 1)),
+              i >= skip && k < out.size() && !out[k].empty() ? out[k] : entries[i].parameters)
         << "entity " << i;
+  }
   EXPECT_EQ(defaulted_out.empty() ? "" : parameters_of(defaulted, first_de), defaulted_out);
   if (!settles) return;
   FileRead again(first);
@@ -282,6 +275,7 @@ TEST(EntityRecords, ReadWriteAndSettle) {
       {"face on no surface", kBrep, 1, "510,1,0,1;", "510,0,0,1;"},
       {"solid with no voids", kBrep, 0, "186,0,0,0;"},
       {"shell of form 2 on no face", kBrep, 2, "514,1,0,1;"},
+      {"manifold solid", kShell, 0, "186,13,1,0;"},
       // Structure: colour, properties, associativities, subfigure instances, finite elements.
       {"colour", kLinePoint, 0, "314,100.,50.,0.,6HORANGE;"},
       {"colour of form 1", kLinePoint, 1, "314,1.,2.,3.,;"},
@@ -386,7 +380,6 @@ TEST(EntityRecords, FilesReadWriteAndSettle) {
         {138, 0, "138,1,7,1,12,5,1.,2.,3.,4.,5.,6.;"}},
        {"", "", "138,1,7,1,5,1.,2.,3.,4.,5.,6.;"},
        false},
-      {"cube", kNone, cube()},
       // A drawing of a linear dimension with its note, two leaders and two witness lines.
       {"small drawing",
        kNone,
@@ -463,14 +456,14 @@ TEST(EntityRecords, ArraysAndItemsThroughTheAccessors) {
   EXPECT_EQ((*(*row)[1])[1]->_int_val(), 8);
   EXPECT_TRUE((*(*row)[2])[0]->is_bool_val());
 
-  // Vertex indices count from 0: edge 11 runs from vertex 3 to vertex 7 of the file.
-  FileRead solid(iges_file(cube()));
-  igs_edge_data* edge = (*solid.entity<igs_edge_list_entity>(2)->edges())[10];
-  EXPECT_EQ(edge->curv()->_line_entity(), solid.entity<igs_line_entity>(1));
-  EXPECT_EQ(edge->svp(), solid.entity<igs_vertex_list_entity>(0));
-  EXPECT_EQ(edge->sv(), 2);
-  EXPECT_EQ(edge->tv(), 6);
-  igs_edge_use* use = (*solid.entity<igs_loop_entity>(3)->edge_tuples())[1];
+  // Vertex and edge indices count from 0: edge 2 runs from vertex 2 to vertex 3 of the file.
+  FileRead shell(read_after(kShell, {}));
+  igs_edge_data* edge = (*shell.entity<igs_edge_list_entity>(2)->edges())[1];
+  EXPECT_EQ(edge->curv()->_line_entity(), shell.entity<igs_line_entity>(1));
+  EXPECT_EQ(edge->svp(), shell.entity<igs_vertex_list_entity>(0));
+  EXPECT_EQ(edge->sv(), 1);
+  EXPECT_EQ(edge->tv(), 2);
+  igs_edge_use* use = (*shell.entity<igs_loop_entity>(4)->edge_tuples())[1];
   EXPECT_EQ(use->typ(), igs_edge_type_edge);
   EXPECT_EQ(use->ndx(), 1);
 }

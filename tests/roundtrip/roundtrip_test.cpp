@@ -1,11 +1,8 @@
 // Round trips that settle: a model written, read back and written again gives the same bytes,
 // for models made through the dictionary and for real files cut and changed.
-#include <cmath>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -70,31 +67,19 @@ struct Choices {
   }
 };
 
-std::vector<std::string> lines_of(const std::string& bytes) {
-  std::vector<std::string> lines;
-  for (std::size_t at = 0; at < bytes.size();) {
-    std::size_t end = bytes.find('\n', at);
-    if (end == std::string::npos) end = bytes.size();
-    lines.push_back(bytes.substr(at, end - at + 1));
-    at = end + 1;
-  }
-  return lines;
-}
-
-std::vector<std::size_t> lines_in(const std::vector<std::string>& lines, char section) {
-  std::vector<std::size_t> at;
-  for (std::size_t i = 0; i < lines.size(); ++i)
-    if (lines[i].size() > 72 && lines[i][72] == section) at.push_back(i);
-  return at;
-}
-
 // A file changed in one of four ways: definition fields of a Directory pair pointed at any
 // entity; a parameter line dropped; an integer parameter made to point at another entity; a
 // Directory pair dropped.
 std::string mutant(const std::string& bytes, const std::string& name, int mutation) {
   Choices choose(name, mutation);
-  std::vector<std::string> lines = lines_of(bytes);
-  std::vector<std::size_t> d = lines_in(lines, 'D'), p = lines_in(lines, 'P');
+  std::vector<std::string> lines;
+  std::vector<std::size_t> d, p;  // the D and P lines
+  std::istringstream in(bytes);
+  for (std::string line; std::getline(in, line);) {
+    if (line.size() > 72 && (line[72] == 'D' || line[72] == 'P'))
+      (line[72] == 'D' ? d : p).push_back(lines.size());
+    lines.push_back(line + (in.eof() ? "" : "\n"));
+  }
   std::size_t entities = d.size() / 2;
   if (entities == 0 || p.empty()) return bytes;
   auto pointer = [&] { return std::to_string(2 * choose.below(entities) + 1); };
