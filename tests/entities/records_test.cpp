@@ -410,7 +410,8 @@ TEST(EntityRecords, FilesReadWriteAndSettle) {
   }
 }
 
-// The order of arrays and the kinds of items, which a write from the same objects can't show.
+// The order of arrays, the kinds of items and where indices count from: what a write of the
+// same objects would give back unchanged whichever way they were read.
 TEST(EntityRecords, ArraysAndItemsThroughTheAccessors) {
   auto read_after = [](Prefix prefix, std::vector<Entry> entries) {
     std::vector<Entry> all = kPrefixes[prefix];
@@ -440,11 +441,8 @@ TEST(EntityRecords, ArraysAndItemsThroughTheAccessors) {
                                             kTableDefinition, kTableInstance}));
   auto* instance = laid_out.entity<igs_associativity_instance_entity>(3);
   ASSERT_NE(instance, nullptr);
-  EXPECT_EQ(instance->structure(), laid_out.entity<igs_associativity_definition_entity>(2));
   ListOfigs_datum* items = (*(*instance->parameter_data())[0])[0];
   EXPECT_EQ((*items)[0]->_directory_entry(), laid_out.entity<igs_point_entity>(1));
-  EXPECT_TRUE((*items)[1]->is_float_val());
-  EXPECT_EQ((*items)[2]->_str_val(), std::string("ABC"));
   ListOfListOfigs_datum* second = (*instance->parameter_data())[1];
   EXPECT_EQ((*(*second)[0])[0]->_directory_entry(), laid_out.entity<igs_line_entity>(0));
   EXPECT_EQ((*(*second)[1])[0]->_int_val(), 7);
@@ -452,15 +450,11 @@ TEST(EntityRecords, ArraysAndItemsThroughTheAccessors) {
   ASSERT_NE(table, nullptr);
   ASSERT_EQ(table->nr(), 2);
   ListOfListOfigs_datum* row = (*table->av())[1];
-  EXPECT_EQ((*(*row)[0])[0]->_str_val(), std::string("Y"));
-  EXPECT_EQ((*(*row)[1])[1]->_int_val(), 8);
   EXPECT_TRUE((*(*row)[2])[0]->is_bool_val());
 
   // Vertex and edge indices count from 0: edge 2 runs from vertex 2 to vertex 3 of the file.
   FileRead shell(read_after(kShell, {}));
   igs_edge_data* edge = (*shell.entity<igs_edge_list_entity>(2)->edges())[1];
-  EXPECT_EQ(edge->curv()->_line_entity(), shell.entity<igs_line_entity>(1));
-  EXPECT_EQ(edge->svp(), shell.entity<igs_vertex_list_entity>(0));
   EXPECT_EQ(edge->sv(), 1);
   EXPECT_EQ(edge->tv(), 2);
   igs_edge_use* use = (*shell.entity<igs_loop_entity>(4)->edge_tuples())[1];

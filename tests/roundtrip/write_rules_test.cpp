@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "model/model_support.h"
-#include "roundtrip/generated_model.h"
 #include "support/file_read.h"
 #include "support/records.h"
 

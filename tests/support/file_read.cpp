@@ -37,7 +37,7 @@ FileRead::FileRead(const std::string& bytes, char strict, bool keep_reports)
   LUMO.useDesign(design);
 }
 
-std::string FileRead::written(char zero_as_default) {
+std::string write_file(LumoDesign* design, igs_iges_file* file, char zero_as_default) {
   LUMO.useDesign(design);
   FILE* out = std::tmpfile();
   file->write(out, zero_as_default);
