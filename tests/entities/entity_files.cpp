@@ -40,15 +40,6 @@ std::string iges_file(const std::vector<Entry>& entries) {
   return text.T().str();
 }
 
-std::string written(FileRead& read, char zero_as_default) {
-  LUMO.useDesign(read.design);
-  FILE* out = std::tmpfile();
-  read.file->write(out, zero_as_default);
-  std::string bytes = slurp(out);
-  std::fclose(out);
-  return bytes;
-}
-
 std::string parameters_of(const std::string& file, int de_pointer) {
   std::string out;
   std::istringstream in(file);
@@ -61,15 +52,12 @@ std::string parameters_of(const std::string& file, int de_pointer) {
   return out;
 }
 
-int place(ListOfigs_directory_entry* list, igs_directory_entry* target) {
-  if (!target) return -1;
-  for (unsigned i = 0; i < list->size(); ++i)
-    if ((*list)[i] == target) return static_cast<int>(i);
-  return -1;
-}
-
 std::vector<double> parameter_values(igs_directory_entry* entity, ListOfigs_directory_entry* list) {
-  auto at = [list](igs_directory_entry* target) { return double(place(list, target)); };
+  auto at = [list](igs_directory_entry* target) {
+    for (unsigned i = 0; target && i < list->size(); ++i)
+      if ((*list)[i] == target) return double(i);
+    return -1.0;
+  };
   if (auto* e = lumo_cast<igs_point_entity>(entity)) return {e->x(), e->y(), e->z(), at(e->ptr())};
   if (auto* e = lumo_cast<igs_line_entity>(entity))
     return {e->x1(), e->y1(), e->z1(), e->x2(), e->y2(), e->z2()};

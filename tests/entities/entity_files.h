@@ -23,15 +23,9 @@ struct Entry {
 // A file of the entries in directory order, entry i with DE pointer 2i + 1.
 std::string iges_file(const std::vector<Entry>& entries);
 
-// The file that the read's design gives with igs_iges_file::write.
-std::string written(FileRead& read, char zero_as_default);
-
 // Columns 1-64 of the P records of the entity with DE pointer de, blanks at their ends left
 // out, joined.
 std::string parameters_of(const std::string& file, int de_pointer);
-
-// Place of target in list, -1 for null or absent.
-int place(ListOfigs_directory_entry* list, igs_directory_entry* target);
 
 // The parameters of an entity of the plain geometry in file order, a pointer as the place of
 // its target in list. Empty for other classes.

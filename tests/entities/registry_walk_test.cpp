@@ -1,7 +1,6 @@
 // Every row of the entity-type registry: an entity of its class and form, made fresh and
 // written, reads back into that class, and once read writes the same bytes at every pass; no
 // class falls to the writer that has no parameter code.
-#include <cstdio>
 #include <set>
 #include <string>
 
@@ -9,7 +8,6 @@
 
 #include "entities/entity_files.h"
 #include "igeslib_entity_rows.h"
-#include "support/corpus.h"
 #include "support/reports.h"
 
 using igeslib_test::FileRead;
@@ -37,10 +35,7 @@ std::string file_of(const IgeslibStaticEntityRow& row, int form) {
   LumoObject* entity = (*row.type)->acquireDomain()->pnewInstance();
   if (LumoAttribute* stored = entity->getAttribute("form"))
     entity->putData(stored, 0, &form, lumotype_int);
-  FILE* out = std::tmpfile();
-  file->write(out, 0);
-  std::string bytes = igeslib_test::slurp(out);
-  std::fclose(out);
+  std::string bytes = igeslib_test::write_file(design, file, 0);
   LUMO.useDesign(nullptr);
   delete design;
   return bytes;
@@ -52,16 +47,15 @@ TEST(Registry, EveryRowReadsIntoItsClassAndWritesBack) {
     LumoDomain* domain = (*row.type)->acquireDomain();
     if (std::string(domain->name()) == "null_entity") continue;  // kept as text, made by none
     int form = form_of(row);
-    SCOPED_TRACE(std::to_string(row.entity) + "/" + std::to_string(form) + " " +
-                 domain->name());
+    SCOPED_TRACE(std::to_string(row.entity) + "/" + std::to_string(form) + " " + domain->name());
     // An associativity instance made fresh has no definition: it says so, on both sides.
     igeslib_test::CapturedReports reports;
     testing::internal::CaptureStdout();
     std::string first = file_of(row, form);
     FileRead read(first);
-    std::string second = igeslib_test::written(read, 0);
+    std::string second = read.written(0);
     FileRead again(second);
-    std::string third = igeslib_test::written(again, 0);
+    std::string third = again.written(0);
     std::string printed = testing::internal::GetCapturedStdout();
     EXPECT_EQ(printed.find("does not contain class code"), std::string::npos) << printed;
     ASSERT_EQ(read.size(), 1u);

@@ -1,18 +1,23 @@
 // Round trips that settle: a model written, read back and written again gives the same bytes,
-// for models made through the dictionary and for real files cut and changed; and the write
-// rules that are kept although what they write reads back different, each with its reason.
+// for models made through the dictionary and for real files cut and changed.
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <limits>
+#include <map>
+#include <random>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "roundtrip/generated_model.h"
+#include "igeslib_registry.h"
+#include "model/model_support.h"
 #include "support/corpus.h"
 #include "support/file_read.h"
 #include "support/settle.h"
@@ -21,121 +26,323 @@ namespace {
 
 using namespace igeslib_test;
 
-std::string written(FileRead& read, char zero_as_default) {
-  return write_file(read.design, read.file, zero_as_default);
+LumoType* type_of(LumoDomain* domain) { return domain ? domain->type() : nullptr; }
+
+bool derives(LumoDomain* domain, LumoTypePtr& base) {
+  LumoType* type = type_of(domain);
+  return type && type->derivesFrom(&*base);
 }
 
-// One value of an object, for naming what changed: references by DE number and class.
-std::string render(LumoDomain* domain, LumoDataPtr slot, int depth);
-
-std::string render_object(LumoObject* object, int depth) {
-  if (!object) return "null";
-  if (auto* entity = dynamic_cast<igs_directory_entry*>(object))
-    return "DE " + std::to_string(entity->de_number) + " " + entity->domain()->name();
-  if (depth > 4) return "...";
-  if (auto* select = dynamic_cast<LumoUnion*>(object)) {
-    LumoAttribute* choice = select->getAttribute(static_cast<const char*>(nullptr));
-    if (!choice) return "(no choice)";
-    return std::string(choice->name) + "=" +
-           render(choice->slotDomain(), select->slotAddress(choice, 0), depth + 1);
-  }
-  if (auto* aggregate = dynamic_cast<LumoAggregate*>(object)) {
-    std::string out = "[";
-    LumoDomain* element = aggregate->slotType(nullptr, 0)->acquireDomain();
-    for (unsigned i = 0; i < aggregate->size(); ++i)
-      out += (i ? ", " : "") + render(element, aggregate->slotAddress(nullptr, i), depth + 1);
-    return out + "]";
-  }
-  std::string out = "{";
-  lumo_vector attributes;
-  object->domain()->allAttributes(attributes);
-  for (void* a : attributes) {
-    auto* attribute = static_cast<LumoAttribute*>(a);
-    out += std::string(attribute->name) + "=" +
-           render(attribute->slotDomain(), object->slotAddress(attribute, 0), depth + 1) + " ";
-  }
-  return out + "}";
+// The use flag of these classes is a status that the Directory reader never reads, a write
+// rule kept as it is (roundtrip/write_rules_test.cpp): it stays unset.
+bool is_status_never_read(LumoDomain* owner, const char* attribute) {
+  static const std::set<std::string> kOwners = {"connect_point_entity", "node_entity",
+                                                "nodal_results_entity", "element_results_entity"};
+  return std::strcmp(attribute, "used") == 0 && kOwners.count(owner->name()) != 0;
 }
 
-std::string render(LumoDomain* domain, LumoDataPtr slot, int depth) {
-  LumoType* type = domain ? domain->type() : nullptr;
-  if (!slot.v || !type) return "?";
-  char number[40];
-  switch (type->kind) {
-    case LumoKind::integer:
-      return std::to_string(*slot.i);
-    case LumoKind::enumeration:
-      return std::to_string(*slot.i);
-    case LumoKind::real:
-      std::snprintf(number, sizeof number, "%.17g", *slot.d);
-      return number;
-    case LumoKind::single:
-      std::snprintf(number, sizeof number, "%.9g", static_cast<double>(*slot.f));
-      return number;
-    case LumoKind::text:
-      return *slot.s ? "\"" + std::string(*slot.s) + "\"" : "null";
-    case LumoKind::boolean:
-      return *slot.c ? "true" : "false";
-    case LumoKind::object:
-      return render_object(*slot.p ? type->toObject(*slot.p) : nullptr, depth);
-  }
-  return "?";
+// Classes whose record doesn't stand on its own values, so that values drawn at random write
+// what reads back different: kept out of the generated models (tests/entities pins each with
+// a model that fits). The raw-text class writes the text it read, and is made by no one.
+bool left_out(LumoDomain* domain) {
+  static const std::set<std::string> kLeftOut = {
+      // items or values that take their kinds from the definition
+      "associativity_instance_entity", "tuple_instance_entity", "table_instance_entity",
+      // np, written as stored, counts the values read
+      "tabular_data_entity",
+      // the writer leaves out the node numbers that its reader drops
+      "nodal_displacement_and_rotation_entity", "null_entity"};
+  return kLeftOut.count(domain->name()) != 0;
 }
 
-// The attributes of entity i that read back with another value.
-std::string changed_attributes(igs_iges_file* before, igs_iges_file* after, unsigned i) {
-  // Outside a read the list is gathered from the current design.
-  LUMO.useDesign(before->design());
-  igs_directory_entry* a = (*before->directory_entries())[i];
-  LUMO.useDesign(after->design());
-  igs_directory_entry* b = (*after->directory_entries())[i];
-  if (!a || !b) return "";
-  std::string out = std::string(" (") + a->domain()->name() + "); read back as " +
-                    b->domain()->name() + ", changed:";
-  lumo_vector attributes;
-  a->domain()->allAttributes(attributes);
-  for (void* p : attributes) {
-    auto* attribute = static_cast<LumoAttribute*>(p);
-    LumoAttribute* same = b->domain()->findTypeAttribute(attribute->name);
-    if (!std::strcmp(attribute->name, "associations") ||
-        !std::strcmp(attribute->name, "properties"))
-      continue;  // selects made anew by every read
-    std::string x = render(attribute->slotDomain(), a->slotAddress(attribute, 0), 0);
-    std::string y = same ? render(same->slotDomain(), b->slotAddress(same, 0), 0) : "(none)";
-    if (x != y) out += "\n    " + std::string(attribute->name) + ": " + x + " -> " + y;
-  }
-  return out;
+// A class that the reader makes, and the forms it makes it for.
+struct FileClass {
+  LumoDomain* domain;
+  std::vector<int> forms;
+};
+
+// Every concrete class that the reader makes, but those whose records lean on another record.
+const std::vector<FileClass>& classes_with_parameter_code() {
+  static const std::vector<FileClass> classes = [] {
+    load_model();
+    const IgeslibEntityTable registry;
+    std::map<LumoDomain*, std::vector<int>> forms;
+    std::vector<LumoDomain*> order;
+    for (unsigned i = 0; i < registry.count; ++i) {
+      IgeslibEntityData* row = registry.rows[i];
+      if (!row->domain || row->entity <= 0) continue;
+      if (!forms.count(row->domain)) order.push_back(row->domain);
+      std::vector<int>& f = forms[row->domain];
+      if (row->form != igeslib_other_forms) f.push_back(row->form);
+      // A form that only the row of all other forms serves.
+      else if (!registry.find_entity_data(row->entity, 5001))
+        f.push_back(5001);
+    }
+    std::vector<FileClass> out;
+    for (LumoDomain* domain : order)
+      if (type_of(domain) && !domain->isAbstract() && !left_out(domain))
+        out.push_back({domain, forms[domain]});
+    return out;
+  }();
+  return classes;
 }
 
-// Names the entity and the field where the second write first differs from the first.
-std::string describe(const Difference& d, igs_iges_file* before, igs_iges_file* after) {
-  static const char* const kFields[2][9] = {
-      {"type", "parameter data", "structure", "line font", "level", "view", "transformation",
-       "label display", "status"},
-      {"type", "line weight", "colour", "line count", "form", "reserved", "reserved", "label",
-       "subscript"}};
-  if (d.entity < 0) return d.was;
-  std::string where =
-      d.directory_line >= 0
-          ? std::string("Directory field ") + kFields[d.directory_line][std::min(d.column / 8, 8)]
-          : "parameter " + std::to_string(d.parameter);
-  return "entity " + std::to_string(d.entity) + ", " + where + ": \"" + d.was + "\" then \"" +
-         d.became + "\"" + changed_attributes(before, after, static_cast<unsigned>(d.entity));
-}
+// A model of every class of classes_with_parameter_code() in a fresh design, each attribute
+// set to a random value of its domain drawn from seed.
+class GeneratedModel {
+ public:
+  explicit GeneratedModel(unsigned seed, int copies) : random_(seed) {
+    load_model();
+    design = LUMO.newDesign("generated", nullptr);
+    LUMO.useDesign(design);
+    file = new (design) igs_iges_file;
+    auto* global = new (design) igs_global;
+    file->global_section(global);
+    global->product_identification_sender("generated");
+    global->max_num_line_weight_gradations(1);
+    global->double_precision_significance(15);
+
+    std::vector<const FileClass*> made;
+    for (int copy = 0; copy < copies; ++copy)
+      for (const FileClass& c : classes_with_parameter_code()) made.push_back(&c);
+    for (std::size_t i = made.size(); i > 1; --i)
+      std::swap(made[i - 1], made[static_cast<std::size_t>(integer(0, static_cast<int>(i) - 1))]);
+    // All entities first, so that any of them, later ones included, can be pointed at.
+    for (const FileClass* c : made)
+      entities_.push_back(lumo_cast<igs_directory_entry>(c->domain->pnewInstance()));
+    for (std::size_t i = 0; i < made.size(); ++i) {
+      entity_ = entities_[i];
+      fill(entities_[i], made[i]->domain, 0);
+      // Points are read for an IP of 2 or 3 only.
+      if (auto* curve = lumo_cast<igs_piecewise_curve_entity>(entities_[i]))
+        curve->ip(integer(2, 3));
+      if (LumoAttribute* form = made[i]->domain->findTypeAttribute("form")) {
+        const std::vector<int>& forms = made[i]->forms;
+        int f = forms[static_cast<std::size_t>(integer(0, static_cast<int>(forms.size()) - 1))];
+        entities_[i]->putData(form, 0, &f, lumotype_int);
+      }
+    }
+  }
+
+  GeneratedModel(const GeneratedModel&) = delete;
+  GeneratedModel& operator=(const GeneratedModel&) = delete;
+
+  LumoDesign* design = nullptr;
+  igs_iges_file* file = nullptr;
+
+  ~GeneratedModel() {
+    if (LUMO.design() == design) LUMO.useDesign(nullptr);
+    delete design;
+  }
+
+ private:
+  // The selects of a value or a definition, which the file tells apart by the sign.
+  bool negative_pointer_select() const {
+    return select_ == "entity_level" || select_ == "lineFont" || select_ == "entity_color" ||
+           select_ == "font_code";
+  }
+
+  // By plain arithmetic on the engine's numbers, which every standard library gives alike (its
+  // distributions may differ).
+  int integer(int low, int high) {
+    auto span = static_cast<std::uint64_t>(static_cast<std::int64_t>(high) - low + 1);
+    std::uint64_t draw = (static_cast<std::uint64_t>(random_()) << 32) | random_();
+    return static_cast<int>(low + static_cast<std::int64_t>(draw % span));
+  }
+
+  // Reals of every kind that writes in a form the reader takes back as it was.
+  double real() {
+    static const double kReals[] = {0.0,        -0.0,
+                                    1.0,        -2.5,
+                                    0.1,        1.0 / 3,
+                                    123456.789, 1e-300,
+                                    -5e-324,    2.2250738585072014e-308,
+                                    1e14,       -99999999999999.0,
+                                    1e-7};
+    double v = kReals[integer(0, sizeof kReals / sizeof *kReals - 1)];
+    if (integer(0, 1)) v = std::ldexp(random_() / 2147483648.0 - 1.0, integer(-60, 48));
+    return v;
+  }
+
+  std::string string(bool word) {
+    static const char kCharacters[] = "ABCXYZabcxyz0123456789 ,;H.+-/()*'\"#$%&=<>?@[]^_`{|}~!\\:";
+    int length = std::array<int, 6>{0, 1, 8, 9, 64, 130}[static_cast<std::size_t>(integer(0, 5))];
+    std::string s;
+    for (int i = 0; i < length; ++i) {
+      char c = kCharacters[integer(0, sizeof kCharacters - 2)];
+      s += word && c == ' ' ? '_' : c;
+    }
+    return s;
+  }
+
+  LumoObject* new_object(LumoDomain* domain, int depth, bool never_null = false) {
+    if (derives(domain, lumotype_igs_directory_entry)) {
+      std::vector<LumoObject*> fitting;
+      for (igs_directory_entry* e : entities_)
+        if (e->isa(domain)) fitting.push_back(e);
+      if (fitting.empty() || integer(0, 4) == 0) return nullptr;
+      return fitting[static_cast<std::size_t>(integer(0, static_cast<int>(fitting.size()) - 1))];
+    }
+    if (depth > 3 || (integer(0, 6) == 0 && !never_null)) return nullptr;
+    LumoObject* object = domain->pnewInstance();
+    if (!object) return nullptr;
+    if (auto* select = dynamic_cast<LumoUnion*>(object)) {
+      ListOfLumoAttribute* choices = domain->typeImmediateAttributes();
+      std::string name = domain->name(), owner = entity_->domain()->name();
+      bool datum_written_whole = name == "datum" && (owner == "generic_data_entity" ||
+                                                     owner == "user_defined_property_entity");
+      if (!choices || choices->size() == 0 || (integer(0, 5) == 0 && !datum_written_whole))
+        return select;  // no choice
+      LumoAttribute* choice = (*choices)[static_cast<unsigned>(integer(0, choices->size() - 1))];
+      std::string chosen = choice->name;
+      // The Directory reader never chooses a segmented views visible entity for a view.
+      if (chosen == "_segmented_views_visible_entity") return select;
+      // The view blocks write a colour or line font definition without its sign.
+      if ((owner == "views_visible_color_entity" || owner == "segmented_views_visible_entity") &&
+          (name == "entity_color" || name == "lineFont"))
+        choice = (*choices)[0];
+      // A user defined property writes integers, reals and strings only.
+      if (owner == "user_defined_property_entity" && datum_written_whole && chosen != "_int_val" &&
+          chosen != "_float_val" && chosen != "_str_val")
+        choice = (*choices)[0];
+      select_ = name;
+      put(select, choice, choice->slotDomain(), depth + 1);
+      select_.clear();
+    } else if (auto* aggregate = dynamic_cast<LumoAggregate*>(object)) {
+      LumoType* element = &*aggregate->slotType(nullptr, 0);
+      LumoDomain* element_domain = element->acquireDomain();
+      int n = integer(0, 3);
+      if (aggregate->elementKind() != LumoAggregate::Elements::pointer) {
+        aggregate->size(static_cast<unsigned>(n), 0);
+        for (int i = 0; i < n; ++i) {
+          LumoDataPtr slot = aggregate->slotAddress(nullptr, static_cast<unsigned>(i));
+          switch (aggregate->elementKind()) {
+            case LumoAggregate::Elements::integer:
+              *slot.i = element->kind == LumoKind::enumeration ? integer(-1, 1) : integer(-9, 999);
+              break;
+            case LumoAggregate::Elements::real:
+              *slot.d = real();
+              break;
+            case LumoAggregate::Elements::text:
+              aggregate->putString(string(false).c_str(), static_cast<unsigned>(i));
+              break;
+            case LumoAggregate::Elements::boolean:
+              *slot.c = static_cast<char>(integer(0, 1));
+              break;
+            default:
+              break;
+          }
+        }
+      } else {
+        for (int i = 0; i < n; ++i) {
+          LumoObject* item = new_object(element_domain, depth + 1);
+          // No writer gives an absent select or structure of a list a place of its own.
+          if (!item && !derives(element_domain, lumotype_igs_directory_entry)) continue;
+          aggregate->_add(item ? item->_address() : nullptr,
+                          item ? item->classType() : *element->self());
+        }
+      }
+    } else {
+      fill(object, domain, depth + 1);
+      // An edge use's type says which list its pointer names.
+      if (auto* use = lumo_cast<igs_edge_use>(object); use && use->edge())
+        use->typ(use->edge()->is_edge_list_entity() ? 0 : 1);
+    }
+    return object;
+  }
+
+  void put(LumoObject* owner, LumoAttribute* attribute, LumoDomain* domain, int depth) {
+    LumoType* type = type_of(domain);
+    switch (type ? type->kind : LumoKind::object) {
+      case LumoKind::integer: {
+        // Small: some integers are degrees and upper indices, from which the writer computes
+        // how many items to write.
+        int v = integer(0, 1) ? integer(-2, 2) : integer(-20, 300);
+        if (negative_pointer_select()) v = std::abs(v);
+        // A value of a user defined property is told by its text, which 0 may not have.
+        if (v == 0 && std::string(entity_->domain()->name()) == "user_defined_property_entity")
+          v = 1;
+        std::string name = attribute->name;
+        // Directory fields: a number wider than eight columns is written cut to eight, and a
+        // nodal result writes its node's subscript in full.
+        if (name == "line_weight" || name == "subscript")
+          v = integer(0, 1) ? integer(-9999999, 99999999) : v;
+        owner->putData(attribute, 0, &v, lumotype_int);
+        break;
+      }
+      case LumoKind::enumeration: {
+        ListOfLumoAttribute* enumerators = domain->typeImmediateAttributes();
+        // A select's choice of an enumeration holds one of its enumerators.
+        int v = integer(select_.empty() ? -1 : 0,
+                        static_cast<int>(enumerators ? enumerators->size() : 0) - 1);
+        if (attribute->owner() && is_status_never_read(attribute->owner(), attribute->name)) v = -1;
+        owner->putData(attribute, 0, &v, lumotype_int);
+        break;
+      }
+      case LumoKind::real:
+      case LumoKind::single: {
+        double v = real();
+        // A value of a user defined property is told by its text: a real needs its point.
+        if (std::string(entity_->domain()->name()) == "user_defined_property_entity")
+          v = std::array<double, 3>{0.5, -2.5, 123456.789}[static_cast<std::size_t>(integer(0, 2))];
+        owner->putData(attribute, 0, &v, lumotype_double);
+        break;
+      }
+      case LumoKind::text: {
+        // A label is one word: the reader takes the first word of its columns.
+        std::string s = string(std::string(attribute->name) == "label");
+        // A value of a user defined property is told by its text: an empty one is no string.
+        if (s.empty() && std::string(entity_->domain()->name()) == "user_defined_property_entity")
+          s.push_back('x');
+        const char* v = s.empty() && integer(0, 1) ? nullptr : s.c_str();
+        owner->putData(attribute, 0, &v, lumotype_LumoSTR);
+        break;
+      }
+      case LumoKind::boolean: {
+        char v = static_cast<char>(integer(0, 1));
+        owner->putData(attribute, 0, &v, lumotype_LumoBoolean);
+        break;
+      }
+      case LumoKind::object: {
+        // A null line font, level or colour select of a Directory record writes blanks, which
+        // read back as the value 0.
+        std::string name = attribute->name;
+        bool directory_select =
+            depth == 0 && (name == "line_font" || name == "level" || name == "color");
+        LumoObject* v = new_object(domain, depth, directory_select);
+        owner->putData(attribute, 0, &v, lumotype_LumoObject);
+        break;
+      }
+    }
+  }
+
+  void fill(LumoObject* object, LumoDomain* domain, int depth) {
+    lumo_vector attributes;
+    domain->allAttributes(attributes);
+    for (void* a : attributes) {
+      auto* attribute = static_cast<LumoAttribute*>(a);
+      if (std::string(attribute->name) == "form") continue;  // set by the caller, from the registry
+      put(object, attribute, attribute->slotDomain(), depth);
+    }
+  }
+
+  std::mt19937 random_;
+  std::vector<igs_directory_entry*> entities_;
+  igs_directory_entry* entity_ = nullptr;  // the one being filled
+  std::string select_;                     // the domain of the select being filled, if any
+};
 
 // The second write equals the first, or differs only by the rules that settle one write later
 // and then does settle.
-void expect_settled(const std::string& first, FileRead& back, igs_iges_file* before,
-                    char zero_as_default, bool null_selects) {
-  std::string second = written(back, zero_as_default);
+void expect_settled(const std::string& first, FileRead& back, char zero_as_default,
+                    bool null_selects) {
+  std::string second = back.written(zero_as_default);
   if (first == second) return;
-  Difference d = first_difference(first, second, null_selects);
-  if (!d.found) {
-    FileRead again(second, 0, false);
-    EXPECT_EQ(written(again, zero_as_default), second) << "no settling at the third write";
-    return;
-  }
-  ADD_FAILURE() << "the second write differs: " << describe(d, before, back.file);
+  std::string difference = first_difference(first, second, null_selects);
+  EXPECT_EQ(difference, "") << "the second write differs";
+  if (!difference.empty()) return;
+  FileRead again(second, 0, false);
+  EXPECT_EQ(again.written(zero_as_default), second) << "no settling at the third write";
 }
 
 // Version warnings and progress lines off for a test.
@@ -154,14 +361,11 @@ TEST(RoundTrip, GeneratedModelsSettleAfterOneWrite) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     GeneratedModel model(seed, 2);
     std::string first = write_file(model.design, model.file, zero_as_default);
-    if (const char* keep = std::getenv("IGESLIB_ROUNDTRIP_KEEP"))  // for looking at a failure
-      if (FILE* out = std::fopen((std::string(keep) + std::to_string(seed) + ".igs").c_str(), "w"))
-        std::fputs(first.c_str(), out), std::fclose(out);
     FileRead back(first);
     ASSERT_EQ(back.result, back.file);
     EXPECT_EQ(back.errors(), std::vector<std::string>{})
         << "what one write made reads with reports";
-    expect_settled(first, back, model.file, zero_as_default, false);
+    expect_settled(first, back, zero_as_default, false);
   }
 }
 
@@ -178,31 +382,19 @@ struct Choices {
   }
 };
 
-std::vector<std::string> lines_of(const std::string& bytes) {
-  std::vector<std::string> lines;
-  for (std::size_t at = 0; at < bytes.size();) {
-    std::size_t end = bytes.find('\n', at);
-    if (end == std::string::npos) end = bytes.size();
-    lines.push_back(bytes.substr(at, end - at + 1));
-    at = end + 1;
-  }
-  return lines;
-}
-
-std::vector<std::size_t> lines_in(const std::vector<std::string>& lines, char section) {
-  std::vector<std::size_t> at;
-  for (std::size_t i = 0; i < lines.size(); ++i)
-    if (lines[i].size() > 72 && lines[i][72] == section) at.push_back(i);
-  return at;
-}
-
 // A file changed in one of four ways: definition fields of a Directory pair pointed at any
 // entity; a parameter line dropped; an integer parameter made to point at another entity; a
 // Directory pair dropped.
 std::string mutant(const std::string& bytes, const std::string& name, int mutation) {
   Choices choose(name, mutation);
-  std::vector<std::string> lines = lines_of(bytes);
-  std::vector<std::size_t> d = lines_in(lines, 'D'), p = lines_in(lines, 'P');
+  std::vector<std::string> lines;
+  std::vector<std::size_t> d, p;  // the D and P lines
+  std::istringstream in(bytes);
+  for (std::string line; std::getline(in, line);) {
+    if (line.size() > 72 && (line[72] == 'D' || line[72] == 'P'))
+      (line[72] == 'D' ? d : p).push_back(lines.size());
+    lines.push_back(line + (in.eof() ? "" : "\n"));
+  }
   std::size_t entities = d.size() / 2;
   if (entities == 0 || p.empty()) return bytes;
   auto pointer = [&] { return std::to_string(2 * choose.below(entities) + 1); };
@@ -254,18 +446,16 @@ TEST(RoundTrip, CorpusMutantsSettleWhereTheReadCompletes) {
     for (int mutation = 0; mutation < 4; ++mutation) {
       SCOPED_TRACE(name + ", mutation " + std::to_string(mutation));
       char zero_as_default = static_cast<char>(mutation != 1);
-      std::string first;
-      igs_iges_file* before = nullptr;
       FileRead read(mutant(bytes, name, mutation), 0, false);
       if (!read.result || unsettled_reason(read.file, zero_as_default)) continue;
-      first = written(read, zero_as_default);
-      before = read.file;
+      std::string first = read.written(zero_as_default);
       FileRead back(first);
+      bool rejected = false;
       for (const std::string& piece : back.reports.pieces())
-        if (is_rejected_real_report(piece.c_str())) before = nullptr;
-      if (!before) continue;
+        rejected = rejected || is_rejected_real_report(piece.c_str());
+      if (rejected) continue;
       // Without a Directory pair the reader leaves the selects of the pair it never reaches.
-      expect_settled(first, back, before, zero_as_default, mutation == 3);
+      expect_settled(first, back, zero_as_default, mutation == 3);
       ++checked;
     }
   }

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "model/model_support.h"
+#include "support/corpus.h"
 #include "support/records.h"
 
 namespace igeslib_test {
@@ -34,6 +35,15 @@ FileRead::FileRead(const std::string& bytes, char strict, bool keep_reports)
   MemoryFile stream(bytes);
   result = file->read(stream.get(), strict);
   LUMO.useDesign(design);
+}
+
+std::string write_file(LumoDesign* design, igs_iges_file* file, char zero_as_default) {
+  LUMO.useDesign(design);
+  FILE* out = std::tmpfile();
+  file->write(out, zero_as_default);
+  std::string bytes = slurp(out);
+  std::fclose(out);
+  return bytes;
 }
 
 FileRead::~FileRead() {

@@ -10,6 +10,9 @@
 
 namespace igeslib_test {
 
+// The file that a design's file object writes.
+std::string write_file(LumoDesign* design, igs_iges_file* file, char zero_as_default);
+
 // The reports of an error output, one "line:column message" each; a NUL warning reads
 // "warning line:column".
 std::vector<std::string> report_lines(const CapturedReports& reports);
@@ -28,6 +31,7 @@ struct FileRead {
   }
   unsigned size() { return file->directory_entries()->size(); }
   std::vector<std::string> errors() const { return report_lines(reports); }
+  std::string written(char zero_as_default) { return write_file(design, file, zero_as_default); }
 
   LumoDesign* design = nullptr;
   igs_iges_file* file = nullptr;

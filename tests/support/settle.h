@@ -114,31 +114,19 @@ inline WrittenFile take_apart(const std::string& text) {
 }
 
 // Where a second write first differs from the first other than by the write rules that are
-// kept although what they write reads back different, each of which settles one write later:
+// kept although what they write reads back different, each of which settles one write later,
+// or "" where it doesn't:
 // - a null line font, level or colour select (with null_selects; the reader leaves them so for
 //   a Directory pair that it never reached) writes blanks, which read back as the value 0 and
 //   write as "       0";
 // - a pointer parameter that holds no entity is written as 0, and where it has no test for 0
 //   that names the first entity of the file, DE number 1.
-struct Difference {
-  int entity = -1;          // index in the directory list, -1 for none or the whole file
-  int directory_line = -1;  // 0 or 1, or -1 for a parameter
-  int column = -1;          // of the Directory line, from 0
-  int parameter = -1;       // index of the token, the entity number being 0
-  std::string was, became;  // the Directory field or the parameter, in each write
-  bool found = false;
-};
-
-inline Difference first_difference(const std::string& first, const std::string& second,
-                                   bool null_selects = true) {
-  Difference d;
+inline std::string first_difference(const std::string& first, const std::string& second,
+                                    bool null_selects = true) {
   WrittenFile one = take_apart(first), two = take_apart(second);
   if (one.start_global != two.start_global || one.directory.size() != two.directory.size() ||
-      one.parameters.size() != two.parameters.size()) {
-    d.found = true;
-    d.was = "the Start or Global section, or the number of entities";
-    return d;
-  }
+      one.parameters.size() != two.parameters.size())
+    return "the Start or Global section, or the number of entities";
   for (std::size_t i = 0; i < one.directory.size(); ++i) {
     std::string& a = one.directory[i];
     const std::string& b = two.directory[i];
@@ -151,29 +139,24 @@ inline Difference first_difference(const std::string& first, const std::string& 
     std::size_t column = 0;
     while (a[column] == b[column]) ++column;
     column = column / 8 * 8;
-    d = {static_cast<int>(i / 2),
-         static_cast<int>(i % 2),
-         static_cast<int>(column),
-         -1,
-         a.substr(column, 8),
-         b.substr(column, 8),
-         true};
-    return d;
+    return "entity " + std::to_string(i / 2) + ", Directory line " + std::to_string(i % 2 + 1) +
+           " columns " + std::to_string(column + 1) + "-" + std::to_string(column + 8) + ": \"" +
+           a.substr(column, 8) + "\" then \"" + b.substr(column, 8) + "\"";
   }
   for (auto& [number, a] : one.parameters) {
     const std::vector<std::string>& b = two.parameters[number];
     for (std::size_t k = 0; k < a.size() || k < b.size(); ++k) {
       std::string x = k < a.size() ? a[k] : "(none)", y = k < b.size() ? b[k] : "(none)";
       if (x == y || ((x.empty() || x == "0") && y == "1")) continue;
-      d = {(number - 1) / 2, -1, -1, static_cast<int>(k), x, y, true};
-      return d;
+      return "entity " + std::to_string((number - 1) / 2) + ", parameter " + std::to_string(k) +
+             ": \"" + x + "\" then \"" + y + "\"";
     }
   }
-  return d;
+  return "";
 }
 
 inline bool differs_only_where_allowed(const std::string& first, const std::string& second) {
-  return !first_difference(first, second).found;
+  return first_difference(first, second).empty();
 }
 
 }  // namespace igeslib_test
