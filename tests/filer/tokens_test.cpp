@@ -19,26 +19,25 @@ namespace {
 
 constexpr int V = PARAM_VALUE, D = PARAM_DEFAULTED, E = PARAM_END_OF_RECORD;
 
-// The reports' messages without their positions.
-Errors messages_of(const FilerOver& f) {
-  Errors out;
-  for (const std::string& e : f.errors()) out.push_back(e.substr(e.find(' ') + 1));
-  return out;
+// P records at DE 1, one for each piece of data.
+std::string P(const std::vector<std::string>& data) {
+  IgesText text;
+  for (const std::string& d : data) text.P(1, d);
+  return text.str();
 }
 
-// A filer on the first of P records holding data in line, or on the given lines as they are.
+// A filer on the first record of bytes.
 struct Tokens : FilerOver {
-  explicit Tokens(const std::vector<std::string>& data, bool raw = false)
-      : FilerOver(file_of(data, raw)) {
-    io.line_terminator_seen = raw;
+  explicit Tokens(const std::string& bytes) : FilerOver(bytes) {
+    io.line_terminator_seen = 1;
     EXPECT_TRUE(next());
   }
-  static std::string file_of(const std::vector<std::string>& data, bool raw) {
-    IgesText text;
-    for (const std::string& d : data) raw ? text.raw(d) : text.P(1, d);
-    return text.str();
+  // The reports' messages without their positions.
+  Errors messages() const {
+    Errors out;
+    for (const std::string& e : errors()) out.push_back(e.substr(e.find(' ') + 1));
+    return out;
   }
-  Errors messages() const { return messages_of(*this); }
   // The next token read as an integer, real, logical or string, as text.
   std::string read(char kind) {
     char text[32];
@@ -47,6 +46,19 @@ struct Tokens : FilerOver {
     if (kind == 'r') return std::snprintf(text, sizeof text, "%.17g", io.read_real()), text;
     const char* s = io.read_string();
     return s ? s : "(none)";
+  }
+  // Tokens of the given kinds read in turn, each "value/state" (V, D or E); then where the
+  // reader stands, "line:column", and whether the entity is poisoned or the read stopped.
+  std::string read_in_turn(const char* kinds) {
+    std::string out;
+    bool completed = igeslib_catch_abort([&] {
+      for (const char* k = kinds; *k; ++k) {
+        std::string value = read(*k);
+        out += value + "/" + "?VDE"[io.param_state - PARAM_VALUE + 1] + " ";
+      }
+    });
+    out += std::to_string(io.line_number) + ":" + std::to_string(io.column);
+    return out + (io.record_failed ? " failed" : "") + (completed ? "" : " stopped");
   }
 };
 
@@ -58,28 +70,11 @@ std::string ending_in(const std::string& last, const std::string& before = "") {
 // A P record whose data field is one blank shorter (by -1) or longer (by 1) than 64 columns.
 std::string shifted(const std::string& data, int by, int sequence = 1) {
   std::string r = p_record(1, sequence, data);
-  return by < 0 ? r.erase(63, 1) : r.insert(64, " ");
+  return (by < 0 ? r.erase(63, 1) : r.insert(64, " ")) + "\n";
 }
 
 }  // namespace
 
-TEST(Tokens, ValuesDefaultsAndTheEndOfRecord) {
-  Tokens t({"5,  ,7;"});
-  int states[4], values[4];
-  for (int k = 0; k < 4; ++k) values[k] = t.io.read_int(), states[k] = t.io.param_state;
-  EXPECT_EQ(std::vector<int>(values, values + 4), (std::vector<int>{5, 0, 7, 0}));
-  EXPECT_EQ(std::vector<int>(states, states + 4), (std::vector<int>{V, D, V, E}));
-  EXPECT_EQ(t.io.column, 6);
-  // Past the end every read is a no-op that fails nothing.
-  EXPECT_EQ(t.io.read_real(), 0.0);
-  EXPECT_EQ(t.io.read_string(), nullptr);
-  EXPECT_EQ(t.io.column, 6);
-  EXPECT_EQ(t.io.record_failed, 0);
-  EXPECT_EQ(t.errors(), Errors{});
-}
-
-// Integers ('i'), reals ('r'), logicals ('l') and strings ('s'): the value, the state left,
-// the one report, and whether it poisoned the entity.
 TEST(Tokens, OneTokenOfEachKind) {
   const char* no = nullptr;
   const struct {
@@ -136,7 +131,7 @@ TEST(Tokens, OneTokenOfEachKind) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(1, c.kind) + " " + c.data);
-    Tokens t({c.data});
+    Tokens t(P({c.data}));
     EXPECT_EQ(t.read(c.kind), c.value);
     EXPECT_EQ(t.io.param_state, c.state);
     EXPECT_EQ(t.io.record_failed, c.message && c.state == E ? 1 : 0);
@@ -147,7 +142,7 @@ TEST(Tokens, OneTokenOfEachKind) {
 TEST(Tokens, IntegerOfEightyNineDigitsIsTooLong) {
   // Digits may not cross a line, so no data field of a record holds that many; the buffer
   // limit shows with a wider field.
-  Tokens t({"1;"});
+  Tokens t(P({"1;"}));
   t.io.end_column = 88;
   std::memset(t.io.line, '1', 89);
   t.io.line[89] = '\0';
@@ -179,7 +174,7 @@ std::string scan_real_at(FilerOver& f, const std::string& data, int at, bool qui
 // The quick way of reading a real gives what the general way gives, bit for bit, at the edges
 // of its exact range and of every shape of token.
 TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
-  Tokens t({"0;"});
+  Tokens t(P({"0;"}));
   std::vector<std::pair<std::string, int>> cases;
   for (const char* c :
        {// the bounds of the exact product: 2^53 and the powers of ten up to 22
@@ -210,72 +205,8 @@ TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
   }
 }
 
-// Numbers may not cross records; blank fields between tokens are passed over.
-TEST(Tokens, AcrossRecords) {
-  {
-    Tokens t({ending_in("2", "1.5,"), ",3;"});
-    EXPECT_EQ(t.io.read_real(), 1.5);
-    EXPECT_EQ(t.io.read_int(), 0);
-    EXPECT_EQ(t.errors(), Errors{"1:65 Integer values cannot cross line boundaries"});
-  }
-  {
-    Tokens t({ending_in("1.5", "2,"), ",3;"});
-    EXPECT_EQ(t.io.read_int(), 2);
-    EXPECT_EQ(t.io.read_real(), 0.0);
-    EXPECT_EQ(t.errors(), Errors{"1:65 Floating point values cannot cross line boundaries"});
-    EXPECT_EQ(t.io.record_failed, 1);
-  }
-  Tokens t({"1,", "", "   ", "  2.5;"});
-  EXPECT_TRUE(igeslib_catch_abort([&] {
-    EXPECT_EQ(t.io.read_int(), 1);
-    EXPECT_EQ(t.io.read_real(), 2.5);
-  }));
-  EXPECT_EQ(t.io.line_number, 4);
-  EXPECT_EQ(t.io.column, 5);
-}
-
-TEST(Tokens, PoisonedEntityReadsAsZeros) {
-  Tokens t({"x,1,1.5,1,3Habc;"});
-  EXPECT_EQ(t.io.read_int(), 0);
-  EXPECT_EQ(t.io.record_failed, 1);
-  const int column = t.io.column;
-  EXPECT_EQ(t.read('i') + t.read('r') + t.read('l') + t.read('s'), "000(none)");
-  EXPECT_EQ(t.io.column, column);
-  EXPECT_EQ(t.messages(), Errors{"Invalid integer value"});
-}
-
-TEST(Tokens, StringsCrossRecords) {
-  std::string text(150, 'q');
-  const struct {
-    std::vector<std::string> records;
-    std::string value;
-  } cases[] = {
-      // From the end of a full data field into the next record.
-      {{ending_in("3Hab"), "c,7;"}, "abc"},
-      // Unlike a number, a string may find its delimiter on the next record.
-      {{ending_in("3Habc"), "  ,7;"}, "abc"},
-      // A long string over three records, in the one buffer that grows.
-      {{"150H" + text.substr(0, 60), text.substr(60, 64), text.substr(124) + ",7;"}, text},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.value);
-    Tokens t(c.records);
-    const char* value = nullptr;
-    ASSERT_TRUE(igeslib_catch_abort([&] { value = t.io.read_string(); }));
-    ASSERT_NE(value, nullptr);
-    EXPECT_EQ(std::string(value), c.value);
-    EXPECT_EQ(value, t.io.string_value.c_str());
-    EXPECT_EQ(t.io.param_state, V);
-    EXPECT_EQ(t.io.read_int(), 7);
-    EXPECT_EQ(t.errors(), Errors{});
-  }
-  Tokens t({ending_in("9Habc")});  // the end of the file inside a string stops the read
-  EXPECT_FALSE(igeslib_catch_abort([&] { t.io.read_string(); }));
-  EXPECT_EQ(t.messages(), Errors{"Error while reading IGES file, or premature EOF"});
-}
-
 TEST(Tokens, StringFollowedByItsOwnDelimiter) {
-  Tokens t({"1H//1H;/1H;,"});
+  Tokens t(P({"1H//1H;/1H;,"}));
   EXPECT_STREQ(t.io.read_string(true), "/");
   t.io.param_delimiter = '/';
   EXPECT_STREQ(t.io.read_string(false), ";");
@@ -284,54 +215,73 @@ TEST(Tokens, StringFollowedByItsOwnDelimiter) {
   EXPECT_EQ(t.messages(), Errors{"Missing delimiter after string value"});
 }
 
-// A line that began with a dot, stripped or doubled in mail transport, is one column shorter
-// or longer than 80.
-TEST(Tokens, MailerRepairs) {
-  const char* shorter = "Short record length in IGES file";
-  const char* stripped = "Repairing decimal possibly stripped by emailer";
+// Tokens in turn, the quick way of reading reals and the general way alike: the end of a
+// record, a poisoned entity, records crossed, and the two mailer repairs (a line that began
+// with a dot, stripped or doubled in mail transport, is one column shorter or longer than 80).
+TEST(Tokens, ReadInTurn) {
+  const std::string text(150, 'q'), shorter = "1:1 Short record length in IGES file";
+  const std::string stripped = "Repairing decimal possibly stripped by emailer";
   const struct {
-    std::string line;
-    double value;
-    Errors messages;
+    std::string bytes;
+    const char* kinds;
+    std::string reads;
+    Errors errors;
   } cases[] = {
-      {shifted("5,", -1), 0.5, {shorter, stripped}},
-      {shifted("-5,", -1), 0.0, {shorter, stripped}},
-      {shifted("5.5,", -1), 5.5, {shorter}},
-      {shifted(" 5,", -1), 5.0, {shorter}},
+      // Past the end every read is a no-op that fails nothing.
+      {P({"5,  ,7;"}), "iiiirs", "5/V 0/D 7/V 0/E 0/E (none)/E 1:6", {}},
+      {P({"x,1,1.5,1,3Habc;"}),
+       "iirls",
+       "0/E 0/E 0/E 0/E (none)/E 1:0 failed",
+       {"1:1 Invalid integer value"}},
+      // Numbers may not cross records; blank fields between tokens are passed over.
+      {P({ending_in("2", "1.5,"), ",3;"}),
+       "ri",
+       "1.5/V 0/E 1:64 failed",
+       {"1:65 Integer values cannot cross line boundaries"}},
+      {P({ending_in("1.5", "2,"), ",3;"}),
+       "ir",
+       "2/V 0/E 1:64 failed",
+       {"1:65 Floating point values cannot cross line boundaries"}},
+      {P({"1,", "", "   ", "  2.5;"}), "ir", "1/V 2.5/V 4:5", {}},
+      // Strings may: from the end of a full data field, to find their delimiter on the next
+      // record, or over three records in the one buffer that grows.
+      {P({ending_in("3Hab"), "c,7;"}), "si", "abc/V 7/V 2:3", {}},
+      {P({ending_in("3Habc"), "  ,7;"}), "si", "abc/V 7/V 2:4", {}},
+      {P({"150H" + text.substr(0, 60), text.substr(60, 64), text.substr(124) + ",7;"}),
+       "si",
+       text + "/V 7/V 3:28",
+       {}},
+      {P({ending_in("9Habc")}),
+       "s",
+       "2:0 stopped",
+       {"2:1 Error while reading IGES file, or premature EOF"}},
+      {shifted("5,", -1), "r", "0.5/V 1:2", {shorter, "1:1 " + stripped}},
+      {shifted("-5,", -1), "r", "0/V 1:3", {shorter, "1:1 " + stripped}},
+      {shifted("5.5,", -1), "r", "5.5/V 1:4", {shorter}},
+      {shifted(" 5,", -1), "r", "5/V 1:3", {shorter}},
       {shifted("..5,", 1),
-       0.5,
-       {"Long record length in IGES file", "Ignoring doubled decimal possibly added by emailer"}},
+       "r",
+       "0.5/V 1:4",
+       {"1:1 Long record length in IGES file",
+        "1:2 Ignoring doubled decimal possibly added by emailer"}},
+      // A real on the next record, unless that record is one column short and may have lost
+      // the real's leading dot.
+      {p_record(1, 1, ending_in("1.5,")) + "\n" + p_record(1, 2, "  -2.5;") + "\n",
+       "rr",
+       "1.5/V -2.5/V 2:6",
+       {}},
+      {p_record(1, 1, ending_in("1.5,")) + "\n" + shifted("5,-2.5;", -1, 2),
+       "rr",
+       "1.5/V 0.5/V 2:2",
+       {"2:1 Short record length in IGES file", "2:1 " + stripped}},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.line);
-    Tokens t({c.line}, true);
-    EXPECT_DOUBLE_EQ(t.io.read_real(), c.value);
-    EXPECT_EQ(t.io.param_state, V);
-    EXPECT_EQ(t.messages(), c.messages);
-  }
-}
-
-// A real that begins on the next record is read there the quick way, unless that record is
-// one column short and may have lost the real's leading dot.
-TEST(Tokens, QuickRealsOnTheNextRecord) {
-  const std::string records[] = {p_record(1, 2, "  -2.5;"), shifted("5,-2.5;", -1, 2)};
-  const Errors expected[] = {
-      {}, {"Short record length in IGES file", "Repairing decimal possibly stripped by emailer"}};
-  for (int k = 0; k < 2; ++k) {
     for (bool quick : {true, false}) {
-      SCOPED_TRACE(records[k] + (quick ? " quick" : " general"));
-      Tokens t({p_record(1, 1, ending_in("1.5,")), records[k]}, true);
+      SCOPED_TRACE(c.bytes.substr(0, 64) + (quick ? " quick" : " general"));
+      Tokens t(c.bytes);
       t.io.quick_numbers = quick;
-      double values[2] = {};
-      ASSERT_TRUE(igeslib_catch_abort([&] {
-        values[0] = t.io.read_real();
-        values[1] = t.io.read_real();
-      }));
-      EXPECT_EQ(values[0], 1.5);
-      EXPECT_EQ(values[1], k == 0 ? -2.5 : 0.5);
-      EXPECT_EQ(t.io.line_number, 2);
-      EXPECT_EQ(t.io.column, k == 0 ? 6 : 2);
-      EXPECT_EQ(t.messages(), expected[k]);
+      EXPECT_EQ(t.read_in_turn(c.kinds), c.reads);
+      EXPECT_EQ(t.errors(), c.errors);
     }
   }
 }
