@@ -1,6 +1,7 @@
 // The Parameter Data section: each entity's parameters to its own code, the back-pointer lists
 // behind them, the mismatch test, the recovery at the next change of DE pointer, the typed
 // items of associativity and property instances, and the bounds on counts from hostile input.
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -23,164 +24,104 @@ IgesText head() {
   return text;
 }
 
-// Four entities: a line (DE 1), a group (DE 3), a name property (DE 5) and a line (DE 7),
-// with the given P records; the second line always reads "110,4.,5.,6.,7.,8.,9.;".
-std::string four_entities(const std::vector<std::pair<int, std::string>>& p_records) {
-  IgesText text = head();
-  text.DE(110, 0).DE(402, 1).DE(406, 15).DE(110, 0);
-  for (const auto& [pointer, data] : p_records) text.P(pointer, data);
-  return text.P(7, "110,4.,5.,6.,7.,8.,9.;").T().str();
-}
-
-void expect_second_line_read(FileRead& read) {
-  auto* line = read.entity<igs_line_entity>(3);
-  ASSERT_NE(line, nullptr);
-  EXPECT_EQ(line->x1(), 4.0);
-  EXPECT_EQ(line->z2(), 9.0);
-}
-
-TEST(ParameterSection, BackPointerLists) {
-  const std::string line = "110,1.,2.,3.,4.,5.,6.";
-  const std::string at = "11:", lists = " assoc_prop_parse: ";
-  struct Case {
-    std::string data;
-    unsigned associations, properties;
-    bool group_chosen, name_chosen;
-    Errors errors;
-  } const cases[] = {
-      {line + ";", 0, 0, false, false, {}},
-      {line + ",0,0;", 0, 0, false, false, {}},
-      {line + ",,;", 0, 0, false, false, {}},
-      {line + ",2,3;",
-       1,
-       0,
-       true,
-       false,
-       {at + "26" + lists + "Value for the associativity pointer not specified"}},
-      {line + ",,1,5;", 0, 1, false, true, {}},
-      // a line is no associativity and no property; 99 names no entity
-      {line + ",1,7;",
-       1,
-       0,
-       false,
-       false,
-       {at + "26" + lists + "Illegal entity type in association list"}},
-      {line + ",0,1,1;",
-       0,
-       1,
-       false,
-       false,
-       {at + "28" + lists + "Illegal entity type in property list"}},
-      {line + ",1,99;",
-       1,
-       0,
-       false,
-       false,
-       {at + "27" + lists + "Illegal entity type in association list"}},
-      {line + ",0,1,;",
-       0,
-       0,
-       false,
-       false,
-       {at + "27" + lists + "Value for the property pointer not specified"}},
-      {line + ",0,0,7;",
-       0,
-       0,
-       false,
-       false,
-       {"11:28 parse_pd_section: Unknown parameters after associativity and property fields"}},
+// The first line of the four entities of ParametersAndBackPointerLists (a line, a group, a
+// name property and a line): x1 y1 z1 y2 z2, then its back-pointer lists, an item each:
+// G the group, N the name property, 0 no entity, x another.
+std::string first_line(FileRead& read) {
+  auto* line = read.entity<igs_line_entity>(0);
+  char text[160];
+  std::snprintf(text, sizeof text, "%g %g %g %g %g a:", line->x1(), line->y1(), line->z1(),
+                line->y2(), line->z2());
+  auto item = [&read](LumoObject* choice, auto entity) {
+    if (!choice->getAttribute(nullptr)) return '0';
+    LumoObject* e = entity();
+    return e == read.entity<igs_group_entity>(1)  ? 'G'
+           : e == read.entity<igs_name_entity>(2) ? 'N'
+                                                  : 'x';
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.data);
-    FileRead read(four_entities({{1, c.data}}));
-    ASSERT_EQ(read.result, read.file);
-    auto* first = read.entity<igs_line_entity>(0);
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(first->x1(), 1.0);
-    EXPECT_EQ(first->z2(), 6.0);
-    ASSERT_EQ(first->associations()->size(), c.associations);
-    ASSERT_EQ(first->properties()->size(), c.properties);
-    if (c.associations) {
-      igs_associativities* a = (*first->associations())[0];
-      EXPECT_EQ(a->_associativity_entity() == read.entity<igs_group_entity>(1), c.group_chosen);
-      if (!c.group_chosen) {
-        EXPECT_EQ(a->getAttribute(nullptr), nullptr);  // an empty select
-      }
-    }
-    if (c.properties) {
-      igs_properties* p = (*first->properties())[0];
-      EXPECT_EQ(p->_property_entity() == read.entity<igs_name_entity>(2), c.name_chosen);
-    }
-    EXPECT_EQ(read.errors(), c.errors);
-    expect_second_line_read(read);
+  std::string out = text;
+  for (unsigned i = 0; i < line->associations()->size(); ++i) {
+    igs_associativities* a = (*line->associations())[i];
+    out += item(a, [a] { return a->_associativity_entity(); });
   }
+  out += " p:";
+  for (unsigned i = 0; i < line->properties()->size(); ++i) {
+    igs_properties* p = (*line->properties())[i];
+    out += item(p, [p] { return p->_property_entity(); });
+  }
+  return out;
 }
 
-// An entity whose parameters don't match its Directory pair, or fail as a token, is skipped
-// from there on, and the next entity read.
-TEST(ParameterSection, FailedEntityIsSkippedAndTheNextRead) {
+// An entity's parameters and the back-pointer lists behind them; an entity whose parameters
+// don't match its Directory pair, or fail as a token, is skipped from there on. The next
+// entity is read whatever comes before it.
+TEST(ParameterSection, ParametersAndBackPointerLists) {
+  const std::string line = "110,1.,2.,3.,4.,5.,6.", at = "11:", lists = " assoc_prop_parse: ";
   const std::string mismatch =
       "11:5 parse_pd_section: Entity type in the PD section does not match the entity pointed to "
       "by the sequence number";
   const struct {
-    const char* label;
     std::vector<std::pair<int, std::string>> records;
-    double x1, y1;
-    std::string error;
+    const char* first_line;
+    Errors errors;
   } cases[] = {
-      {"a point's parameters for a line", {{1, "116,1.,2.,3.;"}, {1, "more"}}, 0, 0, mismatch},
-      {"a DE pointer that names no entity",
-       {{99, "110,1.,2.,3.,4.,5.,6.;"}, {99, "more"}},
-       0,
-       0,
-       mismatch},
-      {"a token error",
-       {{1, "110,1.,2.,x3.,4.,"}, {1, "5.,6.,0,0;"}},
-       1,
-       2,
-       "11:11 Invalid floating point value"},
+      {{{1, line + ";"}}, "1 2 3 5 6 a: p:", {}},
+      {{{1, line + ",0,0;"}}, "1 2 3 5 6 a: p:", {}},
+      {{{1, line + ",,;"}}, "1 2 3 5 6 a: p:", {}},
+      {{{1, line + ",2,3;"}},
+       "1 2 3 5 6 a:G p:",
+       {at + "26" + lists + "Value for the associativity pointer not specified"}},
+      {{{1, line + ",,1,5;"}}, "1 2 3 5 6 a: p:N", {}},
+      // a line is no associativity and no property; 99 names no entity
+      {{{1, line + ",1,7;"}},
+       "1 2 3 5 6 a:0 p:",
+       {at + "26" + lists + "Illegal entity type in association list"}},
+      {{{1, line + ",0,1,1;"}},
+       "1 2 3 5 6 a: p:0",
+       {at + "28" + lists + "Illegal entity type in property list"}},
+      {{{1, line + ",1,99;"}},
+       "1 2 3 5 6 a:0 p:",
+       {at + "27" + lists + "Illegal entity type in association list"}},
+      {{{1, line + ",0,1,;"}},
+       "1 2 3 5 6 a: p:",
+       {at + "27" + lists + "Value for the property pointer not specified"}},
+      {{{1, line + ",0,0,7;"}},
+       "1 2 3 5 6 a: p:",
+       {"11:28 parse_pd_section: Unknown parameters after associativity and property fields"}},
+      // A point's parameters for a line, and a DE pointer that names no entity.
+      {{{1, "116,1.,2.,3.;"}, {1, "more"}}, "0 0 0 0 0 a: p:", {mismatch}},
+      {{{99, line + ";"}, {99, "more"}}, "0 0 0 0 0 a: p:", {mismatch}},
+      {{{1, "110,1.,2.,x3.,4.,"}, {1, "5.,6.,0,0;"}},
+       "1 2 0 0 0 a: p:",
+       {"11:11 Invalid floating point value"}},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.label);
-    FileRead read(four_entities(c.records));
+    SCOPED_TRACE(c.records[0].second);
+    IgesText text = head();
+    text.DE(110, 0).DE(402, 1).DE(406, 15).DE(110, 0);
+    for (const auto& [pointer, data] : c.records) text.P(pointer, data);
+    FileRead read(text.P(7, "110,4.,5.,6.,7.,8.,9.;").T().str());
     ASSERT_EQ(read.result, read.file);
-    auto* first = read.entity<igs_line_entity>(0);
-    EXPECT_EQ(first->x1(), c.x1);
-    EXPECT_EQ(first->y1(), c.y1);
-    EXPECT_EQ(first->z1(), 0.0);  // the rest of the entity reads zeros
-    EXPECT_EQ(first->y2(), 0.0);
-    EXPECT_EQ(read.errors(), Errors{c.error});
-    expect_second_line_read(read);
+    EXPECT_EQ(first_line(read), c.first_line);
+    EXPECT_EQ(read.errors(), c.errors);
+    EXPECT_EQ(read.entity<igs_line_entity>(3)->x1(), 4.0);
+    EXPECT_EQ(read.entity<igs_line_entity>(3)->z2(), 9.0);
   }
 }
 
-TEST(ParameterSection, OrderOfEntitiesAndParameterPointersDontMatter) {
-  IgesText forward = head();
-  forward.DE(110, 0, 1).DE(116, 0, 2);
-  forward.P(1, "110,1.,2.,3.,4.,5.,6.;").P(3, "116,7.,8.,9.;").T();
-  IgesText reverse = head();
-  reverse.DE(110, 0, 99).DE(116, 0, 0);  // wrong parameter pointers as well
-  reverse.P(3, "116,7.,8.,9.;").P(1, "110,1.,2.,3.,4.,5.,6.;").T();
-  for (const IgesText* text : {&forward, &reverse}) {
-    FileRead read(text->str());
-    ASSERT_EQ(read.result, read.file);
-    EXPECT_EQ(read.errors(), Errors{});
-    EXPECT_EQ(read.entity<igs_line_entity>(0)->z2(), 6.0);
-    EXPECT_EQ(read.entity<igs_point_entity>(1)->z(), 9.0);
-  }
-}
-
-// Two runs of lines for one entity read it twice, the second winning; an entity with no lines
-// keeps its Directory values.
-TEST(ParameterSection, TwoRunsOrNoneForAnEntity) {
+// Entities in any order, whatever their parameter pointers say; two runs of lines for one
+// entity read it twice, the second winning; an entity with no lines keeps its Directory values.
+TEST(ParameterSection, OrderAndRunsOfLines) {
   IgesText text = head();
-  text.DE(110, 0, 1, 1, "KEPT").DE(116, 0).DE(110, 0);
-  text.P(3, "116,1.,2.,3.;").P(5, "110,1.,1.,1.,2.,2.,2.;").P(3, "116,4.,5.,6.;").T();
+  text.DE(110, 0, 1, 1, "KEPT").DE(116, 0, 99).DE(110, 0, 0);
+  text.P(5, "110,9.,9.,9.,9.,9.,9.;").P(3, "116,7.,8.,9.;").P(5, "110,1.,2.,3.,4.,5.,6.;").T();
   FileRead read(text.str());
+  EXPECT_EQ(read.result, read.file);
   EXPECT_EQ(read.errors(), Errors{});
   EXPECT_STREQ(read.entity<igs_line_entity>(0)->label(), "KEPT");
-  EXPECT_EQ(read.entity<igs_point_entity>(1)->x(), 4.0);
-  EXPECT_EQ(read.entity<igs_line_entity>(2)->x2(), 2.0);
+  EXPECT_EQ(read.entity<igs_point_entity>(1)->z(), 9.0);
+  EXPECT_EQ(read.entity<igs_line_entity>(2)->x1(), 1.0);
+  EXPECT_EQ(read.entity<igs_line_entity>(2)->z2(), 6.0);
 }
 
 TEST(ParameterSection, UnplacedEntityKeepsItsLinesWithTheirBackPointers) {
@@ -241,18 +182,19 @@ TEST(Datum, ReadEachKindIntoTheList) {
   FilerOver f(IgesText().P(1, "7,2.5,3Habc,3,-1,9,99,,").str());
   ASSERT_TRUE(f.next());
   for (int kind : {1, 2, 3, 4, 6, 6, 4, 1, 0}) f.io.read_datum(list, kind, entities);
-  ASSERT_EQ(list->size(), 9u);
-  EXPECT_EQ((*list)[0]->_int_val(), 7);
-  EXPECT_EQ((*list)[1]->_float_val(), 2.5);
-  EXPECT_STREQ((*list)[2]->_str_val(), "abc");
-  EXPECT_EQ((*list)[3]->_directory_entry(), second);
-  EXPECT_EQ((*list)[4]->_directory_entry(), first);
-  EXPECT_TRUE((*list)[5]->is_int_val());
-  EXPECT_EQ((*list)[5]->_int_val(), 9);
-  EXPECT_EQ((*list)[6]->_directory_entry(), nullptr);  // no entity 99
-  EXPECT_TRUE((*list)[7]->is_int_val());               // defaulted: its zero
-  EXPECT_EQ((*list)[7]->_int_val(), 0);
-  EXPECT_EQ((*list)[8]->getAttribute(nullptr), nullptr);  // kind 0: unset
+  // Each item: i, f or s and its value, e and the entity's place, or - unset.
+  auto item = [&](igs_datum* d) -> std::string {
+    if (!d->getAttribute(nullptr)) return "-";
+    if (d->is_int_val()) return "i" + std::to_string(d->_int_val());
+    if (d->is_float_val()) return "f" + std::to_string(d->_float_val());
+    if (d->is_str_val()) return std::string("s") + d->_str_val();
+    igs_directory_entry* e = d->_directory_entry();
+    return e == first ? "e1" : e == second ? "e2" : e ? "e?" : "e0";
+  };
+  std::string items;
+  for (unsigned i = 0; i < list->size(); ++i) items += item((*list)[i]) + " ";
+  // No entity 99; a defaulted integer is its zero; kind 0 is unset.
+  EXPECT_EQ(items, "i7 f2.500000 sabc e2 e1 i9 e0 i0 - ");
   EXPECT_EQ(f.errors(), Errors{});
   LUMO.useDesign(before);
 }
