@@ -83,7 +83,9 @@ std::vector<std::string> section(const std::string& delimiters, const std::strin
 }
 
 const std::string kExpects = "\tThis IGES filer expects version 4 or 5.x\n";
+const std::string kWarning10 = "\tWARNING: File uses IGES specification 1.0\n" + kExpects;
 const std::string kWarning20 = "\tWARNING: File uses IGES specification 2.0\n" + kExpects;
+const std::string kWarning30 = "\tWARNING: File uses IGES specification 3.0\n" + kExpects;
 
 }  // namespace
 
@@ -119,74 +121,77 @@ TEST(Global, EveryParameterOfAFullSectionAndTheDefaultsOfAShortOne) {
   EXPECT_EQ(r.out, kWarning20);
 }
 
-TEST(Global, Delimiters) {
+// Sections read with their delimiters, version and reports: what the section holds, the
+// delimiters in force, the sender, file name, version and MIL specification, the G records
+// counted, and whether the section failed. Rows without the text printed are read quiet.
+TEST(Global, DelimitersVersionAndReports) {
+  const std::string unknown = " parsing global section: Global section contains unknown parameters";
+  auto renamed = [](const char* name) {
+    std::vector<std::string> g = section(",,", "11");
+    g[0].replace(g[0].find("8Hpart.igs,"), 11, name);
+    return file_of(g);
+  };
+  auto full = [](const std::string& version, const std::string& end = "4Hmil1;") {
+    return file_of(section(",,", version, end));
+  };
+  const std::string single = " delimiter must be a single character";
+  const char* quiet = nullptr;
   const struct {
-    const char* delimiters;
-    const char* parameter;  // stored
-    const char* record;
-    bool fails;
-    Errors errors;
+    std::string bytes, read;
+    const char* out;     // null: read quiet, and nothing printed
+    std::string errors;  // "|" between them
   } cases[] = {
-      {",,", ",", ";", false, {}},
-      {"1H//1H;/", "/", ";", false, {}},
-      {"1H##1H!#", "#", "!", false, {}},
-      // The parameter delimiter must be followed by itself.
-      // Neither delimiter is then read: both are reported, and the ones in force stay.
-      {"1H/,",
-       "",
-       "",
-       true,
-       {"2:4 Missing delimiter after string value",
-        "2:4 Parameter delimiter must be a single character",
-        "2:4 Record delimiter must be a single character"}},
+      {file_of({",,4Hsend,8Hpart.igs;"}), ",; ,; send part.igs v3 - G1", quiet, ""},
+      {file_of({"1H//1H;/4Hsend/8Hpart.igs;"}), "/; /; send part.igs v3 - G1", quiet, ""},
+      {file_of({"1H##1H!#4Hsend#8Hpart.igs!"}), "#! #! send part.igs v3 - G1", quiet, ""},
+      // The parameter delimiter must be followed by itself. Neither delimiter is then read:
+      // both are reported, and the ones in force stay.
+      {file_of({"1H/,4Hsend,8Hpart.igs;"}), " ,; - - v3 - G1 fails", quiet,
+       "2:4 Missing delimiter after string value|2:4 Parameter" + single + "|2:4 Record" + single},
       // Too long: the first character wins, and the rest is read on to its end.
-      {"2H,,,1H;,", ",", ";", true, {"2:6 Parameter delimiter must be a single character"}},
-      {",2H;;,", ",", ";", true, {"2:7 Record delimiter must be a single character"}},
+      {file_of({"2H,,,1H;,4Hsend,8Hpart.igs;"}), ",; ,; send part.igs v3 - G1 fails", quiet,
+       "2:6 Parameter" + single},
+      {file_of({",2H;;,4Hsend,8Hpart.igs;"}), ",; ,; send part.igs v3 - G1 fails", quiet,
+       "2:7 Record" + single},
+      {full(""), ",; ,; send part.igs v3 mil1 G3", kWarning20.c_str(), ""},
+      {full(""), ",; ,; send part.igs v3 mil1 G3", quiet, ""},
+      {full("0"), ",; ,; send part.igs v0 mil1 G3", kWarning20.c_str(), ""},
+      {full("2"), ",; ,; send part.igs v2 mil1 G3", kWarning10.c_str(), ""},
+      {full("3"), ",; ,; send part.igs v3 mil1 G3", kWarning20.c_str(), ""},
+      {full("5"), ",; ,; send part.igs v5 mil1 G3", kWarning30.c_str(), ""},
+      {full("6"), ",; ,; send part.igs v6 mil1 G3", "", ""},
+      // Parameters past the last fail the section.
+      {full("11", "4Hmil1,5;"), ",; ,; send part.igs v11 mil1 G3 fails", quiet, "4:33" + unknown},
+      {full("11", "4Hmil1,5,"), ",; ,; send part.igs v11 mil1 G3 fails", quiet, "4:34" + unknown},
+      {full("11", "4Hmil1,,;"), ",; ,; send part.igs v11 mil1 G3 fails", quiet, "4:33" + unknown},
+      // A token error there ends the list, and a wrong Hollerith count poisons the rest,
+      // without failing the section.
+      {full("11", "4Hmil1,3Habc;"), ",; ,; send part.igs v11 mil1 G3", quiet,
+       "4:33 Missing delimiter after integer value"},
+      {renamed("9Hpart.igs,"), ",; ,; send - v3 - G3", quiet,
+       "2:21 Missing delimiter after string value"},
+      // With no Global section the read stops on the record after the Start section.
+      {IgesText().S("a test file").S("second start record").D(" 110").T().str(),
+       ",; ,; - - v0 - G0 fails", "",
+       "3:73 Global section does not follow the start section in the file"},
   };
+  auto text = [](const char* t) { return std::string(t ? t : "-"); };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.delimiters);
-    char p = c.parameter[0] ? c.parameter[0] : ',';
-    char e = c.record[0] ? c.record[0] : ';';
-    // The rest of the section, written with the delimiters that should be in force.
-    std::string rest = "4Hsend" + std::string(1, p) + "8Hpart.igs" + std::string(1, e);
-    GlobalRead r(file_of({c.delimiters + rest}), true);
+    SCOPED_TRACE("row " + std::to_string(&c - cases));
+    GlobalRead r(c.bytes, !c.out);
     ASSERT_TRUE(r.completed);
-    EXPECT_EQ(r.result == nullptr, c.fails);
-    EXPECT_EQ(r.filer.errors(), c.errors);
-    EXPECT_STREQ(r.global->parameter_delimiter(), c.parameter);
-    EXPECT_STREQ(r.global->record_delimiter(), c.record);
-    EXPECT_EQ(r.io().param_delimiter, p);
-    EXPECT_EQ(r.io().record_delimiter, e);
-    if (c.record[0]) {
-      EXPECT_EQ(values_of(r.global).substr(4, 14), "send|part.igs|");
-    }
-    EXPECT_EQ(r.io().global_count, 1);
-  }
-}
-
-TEST(Global, VersionAndItsWarning) {
-  const struct {
-    const char* version;
-    bool quiet;
-    int stored;
-    std::string out;
-  } cases[] = {
-      {"", false, 3, kWarning20},
-      {"", true, 3, ""},
-      {"0", false, 0, kWarning20},
-      {"2", false, 2, "\tWARNING: File uses IGES specification 1.0\n" + kExpects},
-      {"3", false, 3, kWarning20},
-      {"5", false, 5, "\tWARNING: File uses IGES specification 3.0\n" + kExpects},
-      {"6", false, 6, ""},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::string("version '") + c.version + "'");
-    GlobalRead r(file_of(section(",,", c.version)), c.quiet);
-    ASSERT_TRUE(r.completed);
-    EXPECT_NE(r.result, nullptr);
-    EXPECT_EQ(r.filer.errors(), Errors{});
-    EXPECT_EQ(r.global->version(), c.stored);
-    EXPECT_EQ(r.out, c.out);
+    igs_global* g = r.global;
+    EXPECT_EQ(text(g->parameter_delimiter()) + text(g->record_delimiter()) + " " +
+                  r.io().param_delimiter + r.io().record_delimiter + " " +
+                  text(g->product_identification_sender()) + " " + text(g->file_name()) + " v" +
+                  std::to_string(g->version()) + " " + text(g->milspec()) + " G" +
+                  std::to_string(r.io().global_count) + (r.result ? "" : " fails"),
+              c.read);
+    std::string errors;
+    for (const std::string& e : r.filer.errors()) errors += (errors.empty() ? "" : "|") + e;
+    EXPECT_EQ(errors, c.errors);
+    EXPECT_EQ(r.out, c.out ? c.out : "");
+    EXPECT_EQ(r.io().f_rec_section, 'D');
   }
 }
 
@@ -202,87 +207,12 @@ TEST(Global, CodesWithNoEnumeratorLeaveTheValue) {
   EXPECT_STREQ(r.global->milspec(), "mil1");
 }
 
-// Sections that read with one report: parameters past the last fail the section; a token
-// error there ends the list, and a wrong Hollerith count poisons the rest, without failing it.
-// With no Global section at all, the read stops on the record after the Start section.
-TEST(Global, OneReportAndWhetherTheSectionFails) {
-  const std::string unknown = " parsing global section: Global section contains unknown parameters";
-  auto renamed = [](const char* name) {
-    std::vector<std::string> g = section(",,", "11");
-    g[0].replace(g[0].find("8Hpart.igs,"), 11, name);
-    return g;
-  };
-  const std::string no_global =
-      IgesText()
-          .S("a test file")
-          .S("second start record")
-          .D("     110       1       0       0       0       0       0       000000000")
-          .T()
-          .str();
-  const struct {
-    std::string bytes;
-    bool fails;
-    std::string error;
-    const char* values;  // sender, file name, version and MIL specification
-    int global_count, line_number;
-  } cases[] = {
-      {file_of(section(",,", "11", "4Hmil1,5;")), true, "4:33" + unknown, "send|part.igs|11|mil1",
-       3, 5},
-      {file_of(section(",,", "11", "4Hmil1,5,")), true, "4:34" + unknown, "send|part.igs|11|mil1",
-       3, 5},
-      {file_of(section(",,", "11", "4Hmil1,,;")), true, "4:33" + unknown, "send|part.igs|11|mil1",
-       3, 5},
-      {file_of(section(",,", "11", "4Hmil1,3Habc;")), false,
-       "4:33 Missing delimiter after integer value", "send|part.igs|11|mil1", 3, 5},
-      {file_of(renamed("9Hpart.igs,")), false, "2:21 Missing delimiter after string value",
-       "send|-|3|-", 3, 5},
-      {file_of(renamed("7Hpart.igs,")), false, "2:19 Missing delimiter after string value",
-       "send|-|3|-", 3, 5},
-      // No record is skipped.
-      {no_global, true, "3:73 Global section does not follow the start section in the file",
-       "-|-|0|-", 0, 3},
-  };
-  auto text = [](const char* t) { return std::string(t ? t : "-"); };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.error);
-    GlobalRead r(c.bytes, true);
-    ASSERT_TRUE(r.completed);
-    EXPECT_EQ(r.result == nullptr, c.fails);
-    EXPECT_EQ(r.filer.errors(), Errors{c.error});
-    igs_global* g = r.global;
-    EXPECT_EQ(text(g->product_identification_sender()) + "|" + text(g->file_name()) + "|" +
-                  std::to_string(g->version()) + "|" + text(g->milspec()),
-              c.values);
-    EXPECT_EQ(r.io().global_count, c.global_count);
-    EXPECT_EQ(r.io().line_number, c.line_number);
-    EXPECT_EQ(r.io().f_rec_section, 'D');
-  }
-}
-
-namespace {
-
-// The G records that write_global_section makes of global.
-struct GlobalWritten {
-  explicit GlobalWritten(igs_global* global) {
-    io.fp = std::tmpfile();
-    io.write_global_section(global);
-    text = igeslib_test::slurp(io.fp);
-    std::fclose(io.fp);
-  }
-  igeslib_test::CapturedReports reports;
-  IgeslibIO io;
-  std::string text;
-};
-
-}  // namespace
-
 // Absent values are empty parameters, none is lost, and the delimiters of the file's own are
 // stated the way the reader takes them back.
 TEST(GlobalWrite, AbsentValuesAndDelimitersOfTheFileOwn) {
   const struct {
-    const char* parameter;
-    const char* record;
-    const char* data;  // the record's data; null: nothing written, and this report
+    const char *parameter, *record;
+    std::string data;  // the record's data; empty: nothing written, and this report
     const char* error;
   } cases[] = {
       {",", ";", ",,4Hsend,,,,,,7,,15,,,-1,,,,,,,,,11,-1,,1Hm;", nullptr},
@@ -292,8 +222,8 @@ TEST(GlobalWrite, AbsentValuesAndDelimitersOfTheFileOwn) {
       // A record delimiter of its own is stated with the parameter delimiter's text.
       {",", "!", ",1H,,4Hsend,,,,,,7,,15,,,-1,,,,,,,,,11,-1,,1Hm!", nullptr},
       {"/", "!", "1H//1H//4Hsend//////7//15///-1/////////11/-1//1Hm!", nullptr},
-      {"//", ";", nullptr, "write_global_section: parameter delimiter length > 1"},
-      {",", ";;", nullptr, "write_global_section: record delimiter length > 1"},
+      {"//", ";", "", "write_global_section: parameter delimiter length > 1"},
+      {",", ";;", "", "write_global_section: record delimiter length > 1"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.parameter) + " " + c.record);
@@ -304,17 +234,18 @@ TEST(GlobalWrite, AbsentValuesAndDelimitersOfTheFileOwn) {
     g->product_identification_sender("send");
     g->milspec("m");
     g->version(5);
-    GlobalWritten w(g);
-    if (!c.data) {
-      EXPECT_EQ(w.text, "");
-      EXPECT_EQ(w.io.global_count, 0);
-      EXPECT_NE(w.reports.text().find(c.error), std::string::npos) << w.reports.text();
-      continue;
-    }
-    EXPECT_EQ(w.reports.count(), 0u) << w.reports.text();
-    std::string data = c.data;
-    EXPECT_EQ(w.text, data.append(72 - data.size(), ' ') + "G      1\n");
-    EXPECT_EQ(w.io.global_count, 1);
+    igeslib_test::CapturedReports reports;
+    IgeslibIO io;
+    io.fp = std::tmpfile();
+    io.write_global_section(g);
+    std::string text = igeslib_test::slurp(io.fp);
+    std::fclose(io.fp);
+    std::string record = c.data;
+    EXPECT_EQ(text, c.error ? "" : record.append(72 - record.size(), ' ') + "G      1\n");
+    EXPECT_EQ(io.global_count, c.error ? 0 : 1);
+    EXPECT_NE(reports.text().find(c.error ? c.error : ""), std::string::npos) << reports.text();
+    EXPECT_EQ(reports.count(), c.error ? 1u : 0u);
+    if (c.error) continue;
     EXPECT_EQ(g->version(), 11);
     EXPECT_EQ(g->single_precision_significance(), 7);
     EXPECT_EQ(g->double_precision_significance(), 15);
