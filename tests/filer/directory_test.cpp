@@ -118,7 +118,14 @@ std::string fields(std::initializer_list<const char*> values) {
   return out;
 }
 
-TEST(DirectorySection, PointersResolveForwardAndLabelsAreOneWord) {
+// The fields of a pair: pointers resolved forward, the label's first word, the subscript, and
+// the four two-column status fields (blank, subordinate, use, hierarchy) in every shape a file
+// gives them: digits, blanks, one digit per field, a stray character.
+TEST(DirectorySection, PointersLabelsAndStatus) {
+  const struct {
+    const char *status, *read;  // columns 65-72; blank, subordinate and use read
+  } statuses[] = {{"01020300", "1 2 3"}, {"        ", "0 0 0"}, {" 1 2 3 0", "1 2 3"},
+                  {"0001 2  ", "0 1 2"}, {"01x20300", "1 0 3"}, {"1 0 1 0 ", "1 0 1"}};
   IgesText text = head();
   // A line on level -3 (the definition levels entity below it), coloured by the colour
   // definition at 5, under the matrix at 7, with a label and a subscript.
@@ -128,8 +135,11 @@ TEST(DirectorySection, PointersResolveForwardAndLabelsAreOneWord) {
       .DE(314, 0)
       .DE(124, 0)
       .DE(110, 0, 1, 1, "        ");
+  for (const auto& s : statuses)
+    text.D(fields({"116", "1", "0", "0", "0", "0", "0", "0", s.status}))
+        .D(fields({"116", "0", "0", "1", "0"}));
   FileRead read(text.T().str());
-  ASSERT_EQ(read.size(), 5u);
+  ASSERT_EQ(read.size(), 11u);
   auto* line = read.entity<igs_line_entity>(0);
   ASSERT_NE(line, nullptr);
   ASSERT_NE(line->level(), nullptr);
@@ -141,6 +151,15 @@ TEST(DirectorySection, PointersResolveForwardAndLabelsAreOneWord) {
   EXPECT_STREQ(line->label(), "EDGE");  // a blank ends the label
   EXPECT_EQ(line->subscript(), 42);
   EXPECT_EQ(read.entity<igs_line_entity>(4)->label(), nullptr);  // blanks give no label
+  for (unsigned i = 0; i < std::size(statuses); ++i) {
+    auto* point = read.entity<igs_point_entity>(5 + i);
+    ASSERT_NE(point, nullptr);
+    EXPECT_EQ(std::to_string(static_cast<int>(point->blank())) + " " +
+                  std::to_string(static_cast<int>(point->subordinate())) + " " +
+                  std::to_string(static_cast<int>(point->used())),
+              statuses[i].read)
+        << statuses[i].status;
+  }
 }
 
 // Pairs stated in the order 3, 1, 77: each class comes from its position, each set of fields
@@ -230,30 +249,6 @@ TEST(FixedFields, EightColumnsAtOnceAgreeWithTheScan) {
     int expected = 0;
     igeslib_scan_int(record, 8, &expected);
     ASSERT_EQ(igeslib_scan_eight_columns(record), expected) << '"' << eight << '"';
-  }
-}
-
-// The four two-column status fields (blank, subordinate, use, hierarchy) in every shape a
-// file gives them: digits, blanks, one digit per field, a stray character.
-TEST(DirectorySection, StatusFieldsOfEveryShape) {
-  struct Case {
-    const char* status;  // columns 65-72
-    int blank, subordinate, used;
-  } const cases[] = {
-      {"01020300", 1, 2, 3}, {"        ", 0, 0, 0}, {" 1 2 3 0", 1, 2, 3},
-      {"0001 2  ", 0, 1, 2}, {"01x20300", 1, 0, 3}, {"1 0 1 0 ", 1, 0, 1},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.status);
-    IgesText text = head();
-    text.D(fields({"116", "1", "0", "0", "0", "0", "0", "0", c.status}))
-        .D(fields({"116", "0", "0", "1", "0"}));
-    FileRead read(text.T().str());
-    auto* point = read.entity<igs_point_entity>(0);
-    ASSERT_NE(point, nullptr);
-    EXPECT_EQ(static_cast<int>(point->blank()), c.blank);
-    EXPECT_EQ(static_cast<int>(point->subordinate()), c.subordinate);
-    EXPECT_EQ(static_cast<int>(point->used()), c.used);
   }
 }
 
