@@ -89,36 +89,48 @@ const std::string kWarning30 = "\tWARNING: File uses IGES specification 3.0\n" +
 
 }  // namespace
 
-TEST(Global, EveryParameterOfAFullSectionAndTheDefaultsOfAShortOne) {
-  {
-    GlobalRead r(file_of(section("1H,,1H;,", "11")));
+// Every parameter of a full section (with Fortran D exponents, either case), the defaults of a
+// short one (the scale 0, not 1; one line weight gradation; version 3), and codes with no
+// enumerator, which leave the value as it was.
+TEST(Global, EveryParameterAndTheDefaults) {
+  std::vector<std::string> unknown_codes = section(",,", "11");
+  unknown_codes[0].replace(unknown_codes[0].rfind(",2,"), 3, ",99,");
+  unknown_codes[2].replace(unknown_codes[2].find(",7,"), 3, ",8,");
+  const std::string all =
+      ",|;|send|part.igs|system|1.0|32|38|6|308|15|recv|5|MM|4|0.02|20240101.120000|0.0001|150|"
+      "author|org|11|20240102.130000|mil1|";
+  const struct {
+    std::vector<std::string> g;
+    std::string values;
+    igs_unitFlag unit;
+    igs_draftingStandardCode drafting;
+    std::string out;
+  } cases[] = {
+      {section("1H,,1H;,", "11"), all, igs_unitFlag_millimeters, igs_draftingStandardCode_JIS, ""},
+      {{",,;"},
+       ",|;|-|-|-|-|0|0|0|0|0|-|0|-|1|0|-|0|0|-|-|3|-|-|",
+       igs_unitFlag_none,
+       igs_draftingStandardCode_none,
+       kWarning20},
+      {unknown_codes, all, igs_unitFlag_unspecified, igs_draftingStandardCode_unset, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.values);
+    GlobalRead r(file_of(c.g), false, 3);
     ASSERT_TRUE(r.completed);
     EXPECT_EQ(r.result, &r.io());
     EXPECT_EQ(r.filer.errors(), Errors{});
-    EXPECT_EQ(r.out, "");
-    // Fortran D exponents, either case.
-    EXPECT_EQ(values_of(r.global),
-              ",|;|send|part.igs|system|1.0|32|38|6|308|15|recv|5|MM|4|0.02|20240101.120000|"
-              "0.0001|150|author|org|11|20240102.130000|mil1|");
-    EXPECT_EQ(r.global->unit_flag(), igs_unitFlag_millimeters);
-    EXPECT_EQ(r.global->drafting_standard_code(), igs_draftingStandardCode_JIS);
+    EXPECT_EQ(values_of(r.global), c.values);
+    EXPECT_EQ(r.global->unit_flag(), c.unit);
+    EXPECT_EQ(r.global->drafting_standard_code(), c.drafting);
+    EXPECT_EQ(r.out, c.out);
     // Past the G records, and the D section's place kept for its phase.
-    EXPECT_EQ(r.io().global_count, 3);
-    EXPECT_EQ(r.io().f_rec_section, 'D');
+    EXPECT_EQ(r.io().global_count, static_cast<int>(c.g.size()));
     ASSERT_EQ(std::fsetpos(r.io().fp, &r.io().section_position), 0);
     ASSERT_TRUE(r.filer.next());
     EXPECT_EQ(r.io().f_rec_section, 'D');
     EXPECT_EQ(r.io().sequence_number, 1);
   }
-  GlobalRead r(file_of({",,;"}));
-  ASSERT_TRUE(r.completed);
-  EXPECT_EQ(r.result, &r.io());
-  EXPECT_EQ(r.filer.errors(), Errors{});
-  // The scale is 0, not 1; one line weight gradation; version 3.
-  EXPECT_EQ(values_of(r.global), ",|;|-|-|-|-|0|0|0|0|0|-|0|-|1|0|-|0|0|-|-|3|-|-|");
-  EXPECT_EQ(r.global->unit_flag(), igs_unitFlag_none);
-  EXPECT_EQ(r.global->drafting_standard_code(), igs_draftingStandardCode_none);
-  EXPECT_EQ(r.out, kWarning20);
 }
 
 // Sections read with their delimiters, version and reports: what the section holds, the
@@ -193,18 +205,6 @@ TEST(Global, DelimitersVersionAndReports) {
     EXPECT_EQ(r.out, c.out ? c.out : "");
     EXPECT_EQ(r.io().f_rec_section, 'D');
   }
-}
-
-TEST(Global, CodesWithNoEnumeratorLeaveTheValue) {
-  std::vector<std::string> g = section(",,", "11");
-  g[0].replace(g[0].rfind(",2,"), 3, ",99,");
-  g[2].replace(g[2].find(",7,"), 3, ",8,");
-  GlobalRead r(file_of(g), true, 3);
-  ASSERT_TRUE(r.completed);
-  EXPECT_NE(r.result, nullptr);
-  EXPECT_EQ(r.global->unit_flag(), igs_unitFlag_unspecified);
-  EXPECT_EQ(r.global->drafting_standard_code(), igs_draftingStandardCode_unset);
-  EXPECT_STREQ(r.global->milspec(), "mil1");
 }
 
 // Absent values are empty parameters, none is lost, and the delimiters of the file's own are
