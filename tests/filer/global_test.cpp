@@ -134,7 +134,7 @@ TEST(Global, EveryParameterAndTheDefaults) {
 }
 
 // Sections read with their delimiters, version and reports: what the section holds, the
-// delimiters in force, the sender, file name, version and MIL specification, the G records
+// delimiters in force, the sender, file name, version and milspec fields, the G records
 // counted, and whether the section failed. Rows without the text printed are read quiet.
 TEST(Global, DelimitersVersionAndReports) {
   const std::string unknown = " parsing global section: Global section contains unknown parameters";
