@@ -2,7 +2,6 @@
 // the coded units and drafting standard, the version warning, parameters past the 26th; and
 // the Global section written.
 #include <cstdio>
-#include <cstring>
 #include <sstream>
 #include <string>
 #include <vector>

@@ -32,23 +32,17 @@ std::string first_line(FileRead& read) {
   char text[160];
   std::snprintf(text, sizeof text, "%g %g %g %g %g a:", line->x1(), line->y1(), line->z1(),
                 line->y2(), line->z2());
-  auto item = [&read](LumoObject* choice, auto entity) {
-    if (!choice->getAttribute(nullptr)) return '0';
-    LumoObject* e = entity();
-    return e == read.entity<igs_group_entity>(1)  ? 'G'
-           : e == read.entity<igs_name_entity>(2) ? 'N'
-                                                  : 'x';
+  LumoObject* group = read.entity<igs_group_entity>(1);
+  LumoObject* name = read.entity<igs_name_entity>(2);
+  auto item = [&](LumoObject* choice, LumoObject* e) {
+    return !choice->getAttribute(nullptr) ? '0' : e == group ? 'G' : e == name ? 'N' : 'x';
   };
   std::string out = text;
-  for (unsigned i = 0; i < line->associations()->size(); ++i) {
-    igs_associativities* a = (*line->associations())[i];
-    out += item(a, [a] { return a->_associativity_entity(); });
-  }
+  for (unsigned i = 0; i < line->associations()->size(); ++i)
+    out += item((*line->associations())[i], (*line->associations())[i]->_associativity_entity());
   out += " p:";
-  for (unsigned i = 0; i < line->properties()->size(); ++i) {
-    igs_properties* p = (*line->properties())[i];
-    out += item(p, [p] { return p->_property_entity(); });
-  }
+  for (unsigned i = 0; i < line->properties()->size(); ++i)
+    out += item((*line->properties())[i], (*line->properties())[i]->_property_entity());
   return out;
 }
 

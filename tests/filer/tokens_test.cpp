@@ -1,6 +1,5 @@
 // The parameter token reader: values, defaults, the end of a record, poisoning, records
 // crossed, the two mailer repairs, Hollerith strings and the quick way of reading reals.
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -16,8 +15,6 @@ using igeslib_test::p_record;
 using Errors = std::vector<std::string>;
 
 namespace {
-
-constexpr int V = PARAM_VALUE, D = PARAM_DEFAULTED, E = PARAM_END_OF_RECORD;
 
 // P records at DE 1, one for each piece of data.
 std::string P(const std::vector<std::string>& data) {
@@ -127,7 +124,7 @@ TEST(Tokens, StringFollowedByItsOwnDelimiter) {
   EXPECT_STREQ(t.io.read_string(true), "/");
   t.io.param_delimiter = '/';
   EXPECT_STREQ(t.io.read_string(false), ";");
-  EXPECT_EQ(t.io.param_state, V);
+  EXPECT_EQ(t.io.param_state, PARAM_VALUE);
   EXPECT_EQ(t.io.read_string(true), nullptr);
   EXPECT_EQ(t.errors(), Errors{"1:12 Missing delimiter after string value"});
 }

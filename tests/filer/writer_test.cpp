@@ -1,5 +1,6 @@
 // The writer: empty parameters, real formatting, numbers kept whole and strings
 // running over record ends, and a small file's S, D, P and T sections byte for byte.
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -8,7 +9,6 @@
 #include <functional>
 #include <random>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
