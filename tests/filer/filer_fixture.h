@@ -20,9 +20,15 @@ struct FilerOver {
   bool next() {
     return igeslib_catch_abort([this] { io.read_record(); });
   }
-
   // The reports, one "line:column message" each; a NUL warning reads "warning line:column".
-  std::vector<std::string> errors() const;
+  std::vector<std::string> errors() const { return report_lines(reports); }
+  // The record read: its section letter, DE pointer, sequence number, last data column (from
+  // 0) and length.
+  std::string record() const {
+    return std::string(1, io.f_rec_section) + " " + std::to_string(io.back_pointer) + " " +
+           std::to_string(io.sequence_number) + " " + std::to_string(io.end_column) + " " +
+           std::to_string(io.line_length);
+  }
 
   MemoryFile file;
   IgeslibIO io;

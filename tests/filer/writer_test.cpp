@@ -1,5 +1,6 @@
 // The writer: empty parameters, real formatting, numbers kept whole and strings
 // running over record ends, and a small file's S, D, P and T sections byte for byte.
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -8,17 +9,16 @@
 #include <functional>
 #include <random>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "igeslib_io.h"
 #include "model/model_support.h"
+#include "support/corpus.h"
 #include "support/records.h"
 #include "support/reports.h"
 
 using igeslib_test::IgesText;
-using Lines = std::vector<std::string>;
 using Write = std::function<void(IgeslibIO&)>;
 
 namespace {
@@ -33,22 +33,14 @@ struct Written {
     io.zero_as_default = zero_as_default;
   }
   ~Written() { std::fclose(io.fp); }
-  std::string text() {
-    std::fflush(io.fp);
-    std::rewind(io.fp);
-    std::string out;
-    for (int c; (c = std::fgetc(io.fp)) != EOF;) out += static_cast<char>(c);
-    return out;
-  }
-  // The data columns of each record written, and of the one being assembled, less trailing
-  // blanks.
-  Lines data() {
-    std::string all = text();
-    Lines out;
-    for (std::size_t at = 0; at + 81 <= all.size(); at += 81)
-      out.push_back(trim(all.substr(at, 64)));
-    out.push_back(trim(std::string(io.line, static_cast<std::size_t>(io.column))));
-    return out;
+  std::string text() { return igeslib_test::slurp(io.fp); }
+  // The data columns of each record written from column start on, and of the one being
+  // assembled, less trailing blanks, "|" between them.
+  std::string data(int start) {
+    std::string all = text(), out;
+    for (std::size_t at = 0; at + 81 <= all.size(); at += 81) out += trim(all.substr(at, 64)) + "|";
+    out += trim(std::string(io.line, static_cast<std::size_t>(io.column)));
+    return out.substr(std::min(out.find_first_not_of(' '), static_cast<std::size_t>(start)));
   }
   static std::string trim(std::string s) { return s.erase(s.find_last_not_of(' ') + 1); }
 
@@ -56,36 +48,50 @@ struct Written {
   IgeslibIO io;
 };
 
-TEST(Writer, TokensWithAndWithoutZeroAsDefault) {
-  struct Case {
+// Tokens written from a column, with zero_as_default on and off: empty parameters, numbers
+// kept whole, strings running over record ends.
+TEST(Writer, Tokens) {
+  const std::string x61(61, 'x'), x150(150, 'x');
+  const struct {
+    int start;  // column of the first character, 0-based
     Write write;
-    const char *on, *off;
-  } const cases[] = {
-      {[](IgeslibIO& io) { io.write_int(0); }, ",", "0,"},
-      {[](IgeslibIO& io) { io.write_int(-17); }, "-17,", "-17,"},
-      {[](IgeslibIO& io) { io.write_real(0.0); }, ",", "0.,"},
-      {[](IgeslibIO& io) { io.write_real(-0.0); }, ",", "-0.,"},
-      {[](IgeslibIO& io) { io.write_logical(false); }, ",", "0,"},
-      {[](IgeslibIO& io) { io.write_logical(true); }, "1,", "1,"},
-      {[](IgeslibIO& io) { io.write_string(""); }, ",", ","},
-      {[](IgeslibIO& io) { io.write_string(nullptr); }, ",", ","},
-      {[](IgeslibIO& io) { io.write_string("a,b"); }, "3Ha,b,", "3Ha,b,"},
-      {[](IgeslibIO& io) { io.param_delimiter = '/', io.write_int(0), io.write_int(5); }, "/5/",
+    std::string on;
+    const char* off;  // null: as on
+  } cases[] = {
+      {0, [](IgeslibIO& io) { io.write_int(0); }, ",", "0,"},
+      {0, [](IgeslibIO& io) { io.write_int(-17); }, "-17,", nullptr},
+      {0, [](IgeslibIO& io) { io.write_real(0.0); }, ",", "0.,"},
+      {0, [](IgeslibIO& io) { io.write_real(-0.0); }, ",", "-0.,"},
+      {0, [](IgeslibIO& io) { io.write_logical(false); }, ",", "0,"},
+      {0, [](IgeslibIO& io) { io.write_logical(true); }, "1,", nullptr},
+      {0, [](IgeslibIO& io) { io.write_string(""); }, ",", nullptr},
+      {0, [](IgeslibIO& io) { io.write_string(nullptr); }, ",", nullptr},
+      {0, [](IgeslibIO& io) { io.write_string("a,b"); }, "3Ha,b,", nullptr},
+      {0, [](IgeslibIO& io) { io.param_delimiter = '/', io.write_int(0), io.write_int(5); }, "/5/",
        "0/5/"},
+      // A token and its delimiter end in column 64; the next token flushes the record.
+      {60, [](IgeslibIO& io) { io.put_int(123), io.put_int(4); }, "123,|4,", nullptr},
+      {60, [](IgeslibIO& io) { io.put_int(1234); }, "|1234,", nullptr},
+      {60, [](IgeslibIO& io) { io.put_real(0.5); }, "0.5,", nullptr},
+      {60, [](IgeslibIO& io) { io.put_real(0.25); }, "|0.25,", nullptr},
+      {62, [](IgeslibIO& io) { io.write_real(1.0); }, "|1.,", nullptr},
+      {63, [](IgeslibIO& io) { io.write_int(0), io.write_int(0); }, ",|,", "|0,0,"},
+      // Strings: the length and its H together, the text over as many records as it takes.
+      {62, [](IgeslibIO& io) { io.put_string("ab"); }, "2H|ab,", nullptr},
+      {63, [](IgeslibIO& io) { io.put_string("ab"); }, "|2Hab,", nullptr},
+      {0, [&](IgeslibIO& io) { io.put_string(x61.c_str()); }, "61H" + x61 + "|,", nullptr},
+      {0, [&](IgeslibIO& io) { io.put_string(x150.c_str()); },
+       "150H" + x150.substr(0, 60) + "|" + x150.substr(60, 64) + "|" + x150.substr(124) + ",",
+       nullptr},
   };
-  for (const Case& c : cases)
+  for (const auto& c : cases)
     for (char zero : {1, 0}) {
       Written w('P', zero);
+      w.io.column = c.start;
       c.write(w.io);
-      EXPECT_EQ(w.data(), Lines{zero ? c.on : c.off}) << "zero_as_default " << int(zero);
+      EXPECT_EQ(w.data(c.start), zero || !c.off ? c.on : c.off)
+          << "from column " << c.start + 1 << ", zero_as_default " << int(zero);
     }
-}
-
-std::string real_token(double v) {
-  Written w;
-  w.io.put_real(v);
-  std::string token = w.data().back();
-  return token.substr(0, token.size() - 1);
 }
 
 // What a real token is by definition: "%.15G" in the "C" locale, a point behind a whole number
@@ -101,39 +107,35 @@ std::string printf_token(double v) {
   return expected;
 }
 
-TEST(Writer, RealFormatting) {
-  struct Case {
+// The token of every kind of value against its definition, which a few tokens pin down: whole
+// numbers, ties at the fifteenth digit, the edges of the fixed form and of the exactly rounded
+// range (1e-8 to 1e15), powers of ten and their neighbours, and random values of every
+// magnitude and bit pattern.
+TEST(Writer, RealTokensMatchPrintfOverManyValues) {
+  auto token = [](double v) {
+    char text[32];
+    return std::string(text, static_cast<std::size_t>(igeslib_real_text(v, text)));
+  };
+  const struct {
     double value;
     const char* text;
-  } const cases[] = {
-      {1.0, "1."},
-      {0.5, "0.5"},
-      {100.0, "100."},
-      {-0.0, "-0."},
-      {1e-7, "1D-07"},
-      {-2.5e-300, "-2.5D-300"},
-      {1e14, "100000000000000."},
-      {1.0 / 3.0, "0.333333333333333"},
-      {0.1 + 0.2, "0.3"},
-      {4.9e-324, "4.94065645841247D-324"},
-      // Whole numbers get their point even behind an exponent.
-      {1e15, "1D+15."},
-      {1.5e300, "1.5D+300."},
-      {DBL_MAX, "1.79769313486232D+308."},
-  };
-  for (const Case& c : cases) EXPECT_EQ(real_token(c.value), c.text) << c.value;
-}
-
-// The token of every kind of value against its definition: whole numbers, ties at the
-// fifteenth digit, the edges of the fixed form and of the exactly rounded range (1e-8 to 1e15),
-// powers of ten and their neighbours, and random values of every magnitude and bit pattern.
-TEST(Writer, RealTokensMatchPrintfOverManyValues) {
-  auto check = [](double v) {
-    char text[32];
-    int n = igeslib_real_text(v, text);
-    ASSERT_EQ(std::string(text, static_cast<std::size_t>(n)), printf_token(v))
-        << std::hexfloat << v;
-  };
+  } pinned[] = {{1.0, "1."},
+                {0.5, "0.5"},
+                {-0.0, "-0."},
+                {1e-7, "1D-07"},
+                {-2.5e-300, "-2.5D-300"},
+                {1e14, "100000000000000."},
+                {1.0 / 3.0, "0.333333333333333"},
+                {0.1 + 0.2, "0.3"},
+                {4.9e-324, "4.94065645841247D-324"},
+                // Whole numbers get their point even behind an exponent.
+                {1e15, "1D+15."},
+                {DBL_MAX, "1.79769313486232D+308."}};
+  for (const auto& p : pinned) {
+    EXPECT_EQ(token(p.value), p.text);
+    EXPECT_EQ(printf_token(p.value), p.text);
+  }
+  auto check = [&token](double v) { ASSERT_EQ(token(v), printf_token(v)) << std::hexfloat << v; };
   const double edges[] = {0.0, -0.0, 1.0, -1.0, 0.1, 0.5, 25.0, 1e-8, 1e-5, 1e-4, 1e14, 1e15, 1e16,
                           5e-324, -5e-324, DBL_MIN, DBL_MAX, -DBL_MAX, DBL_EPSILON, HUGE_VAL,
                           -HUGE_VAL, 9007199254740992.0, 999999999999999.0, 999999999999999.5,
@@ -142,17 +144,12 @@ TEST(Writer, RealTokensMatchPrintfOverManyValues) {
                           100000000000000.5, 100000000000001.5, 123456789012345.5,
                           1234567890123455.0, 1234567890123465.0, 0.000099999999999999995, 0.00001,
                           9.999999999999995e-5, 9.9999999999999995e-9};
-  for (double v : edges) {
-    check(v);
-    check(-v);
-    check(std::nextafter(v, 0.0));
-    check(std::nextafter(v, HUGE_VAL));
-  }
+  for (double v : edges)
+    for (double w : {v, -v})
+      check(w), check(std::nextafter(w, 0.0)), check(std::nextafter(w, HUGE_VAL));
   for (int p = -324; p <= 308; ++p) {
     double v = std::pow(10.0, p);
-    check(v);
-    check(std::nextafter(v, 0.0));
-    check(std::nextafter(v, HUGE_VAL));
+    check(v), check(std::nextafter(v, 0.0)), check(std::nextafter(v, HUGE_VAL));
   }
   std::mt19937_64 random(20261123);
   std::uniform_real_distribution<double> unit(-1.0, 1.0), scale(-10.0, 17.0);
@@ -166,38 +163,6 @@ TEST(Writer, RealTokensMatchPrintfOverManyValues) {
     check(v);
     check(std::round(v * 1000.0) / 1000.0);
     check(static_cast<double>(whole(random) >> (i % 50)));
-  }
-}
-
-TEST(Writer, FittingAtTheEndOfARecord) {
-  const std::string x61(61, 'x'), x150(150, 'x');
-  struct Case {
-    int start;  // column of the first character, 0-based
-    Write write;
-    Lines lines;  // the first one after the blanks before start
-  } const cases[] = {
-      // A token and its delimiter end in column 64; the next token flushes the record.
-      {60, [](IgeslibIO& io) { io.put_int(123), io.put_int(4); }, {"123,", "4,"}},
-      {60, [](IgeslibIO& io) { io.put_int(1234); }, {"", "1234,"}},
-      {60, [](IgeslibIO& io) { io.put_real(0.5); }, {"0.5,"}},
-      {60, [](IgeslibIO& io) { io.put_real(0.25); }, {"", "0.25,"}},
-      {62, [](IgeslibIO& io) { io.write_real(1.0); }, {"", "1.,"}},
-      {63, [](IgeslibIO& io) { io.write_int(0), io.write_int(0); }, {",", ","}},
-      // Strings: the length and its H together, the text over as many records as it takes.
-      {62, [](IgeslibIO& io) { io.put_string("ab"); }, {"2H", "ab,"}},
-      {63, [](IgeslibIO& io) { io.put_string("ab"); }, {"", "2Hab,"}},
-      {0, [&](IgeslibIO& io) { io.put_string(x61.c_str()); }, {"61H" + x61, ","}},
-      {0,
-       [&](IgeslibIO& io) { io.put_string(x150.c_str()); },
-       {"150H" + x150.substr(0, 60), x150.substr(60, 64), x150.substr(124) + ","}},
-  };
-  for (const Case& c : cases) {
-    Written w;
-    w.io.column = c.start;
-    c.write(w.io);
-    Lines expected = c.lines;
-    expected[0] = Written::trim(std::string(static_cast<std::size_t>(c.start), ' ') + expected[0]);
-    EXPECT_EQ(w.data(), expected) << "from column " << c.start + 1;
   }
 }
 
@@ -216,6 +181,12 @@ TEST(Writer, ReportsWithoutWriting) {
   EXPECT_NE(reports.find("longer than 72 characters"), std::string::npos);
 }
 
+std::string de_text(int a, int b) {
+  char text[20];
+  std::snprintf(text, sizeof text, "%8d%8d", a, b);
+  return text;
+}
+
 // An entity whose parameters and directory fields the test states.
 template <class Base>
 struct Probe : Base {
@@ -225,11 +196,11 @@ struct Probe : Base {
   int entity_type() override { return type; }
   int form() override { return form_number; }
   void pdwrite() override { parameters(*io); }
-  void de_write_record_one(char* out) override { stamp(out, type, this->pd_pointer); }
-  void de_write_record_two(char* out) override { stamp(out, form_number, this->pd_line_count); }
-  static void stamp(char* out, int a, int b) {
-    std::snprintf(out, 17, "%8d%8d", a, b);
-    out[16] = ' ';
+  void de_write_record_one(char* out) override {
+    std::memcpy(out, de_text(type, this->pd_pointer).c_str(), 16);
+  }
+  void de_write_record_two(char* out) override {
+    std::memcpy(out, de_text(form_number, this->pd_line_count).c_str(), 16);
   }
 };
 
@@ -238,12 +209,6 @@ Probe<Base>* probe(LumoDesign* design, IgeslibIO& io, int type, int form) {
   auto* p = new (design) Probe<Base>;
   p->type = type, p->form_number = form, p->io = &io;
   return p;
-}
-
-std::string de_text(int a, int b) {
-  char text[20];
-  std::snprintf(text, sizeof text, "%8d%8d", a, b);
-  return text;
 }
 
 TEST(Writer, DirectoryReservedThenOverwrittenAroundTheParameters) {
@@ -260,15 +225,10 @@ TEST(Writer, DirectoryReservedThenOverwrittenAroundTheParameters) {
     auto* group = probe<igs_associativity_instance_entity>(design, w.io, 402, 1);
     auto* property_choice = new (design.design) igs_properties;
     property_choice->_property_entity(property);
-    auto* properties = new (design.design) ListOfigs_properties;
-    properties->add(property_choice);
-    point->properties(properties);
+    point->properties()->add(property_choice);
     auto* group_choice = new (design.design) igs_associativities;
     group_choice->_associativity_entity(group);
-    auto* associations = new (design.design) ListOfigs_associativities;
-    associations->add(group_choice);
-    property->associations(associations);
-
+    property->associations()->add(group_choice);
     ListOfigs_directory_entry list(0);
     list.add(point).add(property).add(group);
     ListOfString start(0);

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -40,41 +40,30 @@ std::size_t peak_memory() {
 // process had before.
 constexpr std::size_t kMemoryBound = 256u << 20;
 
-struct Case {
-  const char* file;
-  // The read answers the file object; false: it stops at a fatal error and answers null.
-  bool completes;
-  // Every report of the read, "line:column message", in order.
-  std::vector<std::string> reports;
-};
-
-const std::vector<Case> kCases = {
+// Each file: whether the read answers the file object (false: it stops at a fatal error and
+// answers null), and every report of the read, "line:column message", in order.
+const std::map<std::string, std::pair<bool, std::vector<std::string>>> kCases = {
     // A Hollerith length of 2147483647 in a file of 240 bytes: the string can't be there, so
     // the read runs into the end of the file, having reserved no more than the file holds.
-    {"hollerith_length_beyond_file.igs", false,
-     {"4:1 Error while reading IGES file, or premature EOF"}},
+    {"hollerith_length_beyond_file.igs",
+     {false, {"4:1 Error while reading IGES file, or premature EOF"}}},
 };
 
 }  // namespace
 
-TEST(Hardening, EveryDataFileHasItsCase) {
-  std::set<std::string> listed;
-  for (const Case& c : kCases) listed.insert(c.file);
-  for (const auto& entry : std::filesystem::directory_iterator(kData))
-    EXPECT_TRUE(listed.count(entry.path().filename().string()))
-        << entry.path().filename() << " has no case";
-}
-
 TEST(Hardening, ReadAndWrittenAsTheBytesCallFor) {
-  for (const Case& c : kCases) {
-    SCOPED_TRACE(c.file);
-    std::string bytes = contents(kData / c.file);
-    ASSERT_FALSE(bytes.empty()) << "missing " << (kData / c.file);
+  std::size_t files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(kData)) {
+    ++files;
+    std::string name = entry.path().filename().string();
+    SCOPED_TRACE(name);
+    auto found = kCases.find(name);
+    ASSERT_NE(found, kCases.end()) << "a file without its case";
     std::size_t memory_before = peak_memory();
     {
-      FileRead read(bytes, 0, true);
-      EXPECT_EQ(read.result != nullptr, c.completes);
-      EXPECT_EQ(read.errors(), c.reports);
+      FileRead read(contents(entry.path()), 0, true);
+      EXPECT_EQ(read.result != nullptr, found->second.first);
+      EXPECT_EQ(read.errors(), found->second.second);
       // What a failed read made is written too: the writer must cope with half-read entities.
       LUMO.useDesign(read.design);
       FILE* out = std::tmpfile();
@@ -86,6 +75,7 @@ TEST(Hardening, ReadAndWrittenAsTheBytesCallFor) {
       EXPECT_LT(peak_memory() - memory_before, kMemoryBound);
     }
   }
+  EXPECT_EQ(files, kCases.size()) << "a case without its file";
 }
 
 TEST(Hardening, RepeatedReadsLeaveNothingBehind) {
@@ -115,4 +105,3 @@ TEST(Hardening, RepeatedReadsLeaveNothingBehind) {
   for (int i = 0; i < 20; ++i) read_and_write();
   EXPECT_EQ(runtime_storage->bytesReserved(), before);
 }
-
