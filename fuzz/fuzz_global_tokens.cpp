@@ -36,6 +36,7 @@
 
 #include "fuzz_support.h"
 #include "igeslib_io.h"
+#include "support/records.h"
 
 namespace {
 
@@ -47,20 +48,13 @@ struct Control {
   unsigned operations;
 };
 
-// One record: the text in its data columns, then (P only) the DE pointer, the letter and the
-// sequence number.
+// One record of the tests' builders, cut short behind its text when the control says so, and
+// without its line end as a card image.
 std::string record(char letter, int sequence, std::string_view text, const Control& c,
                    int de_pointer = 0) {
-  const std::size_t width = letter == 'P' ? 64 : 72;
-  std::string out(text);
-  if (!c.ragged && out.size() < width) out.resize(width, ' ');
-  char stamp[32];
-  if (letter == 'P') {
-    std::snprintf(stamp, sizeof stamp, " %7d", de_pointer);
-    out += stamp;
-  }
-  std::snprintf(stamp, sizeof stamp, "%c%7d", letter, sequence);
-  out += stamp;
+  std::string out = letter == 'P' ? igeslib_test::p_record(de_pointer, sequence, text)
+                                  : igeslib_test::record(letter, sequence, text);
+  if (c.ragged) out.erase(text.size(), (letter == 'P' ? 64 : 72) - text.size());
   if (!c.card_images) out += '\n';
   return out;
 }
@@ -96,9 +90,7 @@ void global_mode(std::string_view text, const Control& c) {
   bytes +=
       record('D', 2, "     116       0       0       1       0                               0", c);
   bytes += record('P', 1, "116,1.,2.,3.;", c, 1);
-  char counts[64];
-  std::snprintf(counts, sizeof counts, "S%7dG%7dD%7dP%7d", 1, g, 2, 1);
-  bytes += record('T', 1, counts, c);
+  bytes += record('T', 1, igeslib_test::terminate_text(1, g, 2, 1), c);
 
   std::string written;
   {

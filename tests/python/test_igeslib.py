@@ -2,6 +2,7 @@
 dictionary, and agrees with the compiled classes and the command-line tools on every corpus
 file."""
 
+import json
 import math
 import os
 import subprocess
@@ -191,9 +192,9 @@ class Registry(unittest.TestCase):
 
 
 class Corpus(unittest.TestCase):
-    """Every corpus file: the reports and Global values iges-info shows, a sample of values of
-    every entity as the compiled classes give them, every attribute walked, and the bytes of a
-    Python write those of iges-copy."""
+    """Every corpus file: the reports, entities and Global values iges-info shows, every entity
+    in both forms of iges-dump, a sample of values of every entity as the compiled classes give
+    them, every attribute walked, and the bytes of a Python write those of iges-copy."""
 
     def test_every_corpus_file(self):
         files = sorted(p for p in CORPUS.glob("*") if p.suffix.lower() in (".igs", ".iges"))
@@ -206,14 +207,25 @@ class Corpus(unittest.TestCase):
 
     def check(self, path, folder):
         m = igeslib.read(path)
-        info = output(BUILD / "tools" / "iges-info", path)
+        tools = BUILD / "tools"
+        info = output(tools / "iges-info", path)
         fields = dict(line.split(": ", 1) for line in info.stdout.splitlines() if ": " in line)
         self.assertEqual(m.completed, info.returncode != 1)
-        self.assertEqual(len(m.reports), int(fields["Reports"]))
+        reports = info.stderr.count("Error at line #: ") + info.stderr.count("Warning at line #: ")
+        self.assertEqual((len(m.reports), reports), (int(fields["Reports"]),) * 2)
+        self.assertEqual(int(fields["Total entities"]), len(m.entities))
         g = m.global_section
         self.assertEqual(g.author or "", fields.get("Author", ""))
         self.assertEqual(g.version, int(fields["Version"]))
         self.assertTrue(math.isclose(g.model_space_scale, float(fields["Model space scale"])))
+        dump = output(tools / "iges-dump", path, "--json")
+        document = json.loads(dump.stdout)
+        self.assertEqual(dump.returncode, info.returncode)
+        self.assertEqual(document["entity_count"], len(m.entities))
+        self.assertEqual([e["class"] for e in document["entities"]],
+                         [e.class_name for e in m.entities])
+        text = output(tools / "iges-dump", path).stdout
+        self.assertEqual(text.count("\nEntity "), len(m.entities))
         typed = output(BUILD / "python" / "igeslib-typed-read", path)
         self.assertEqual([sample_line(e) for e in m.entities], typed.stdout.splitlines())
         seen = {}
@@ -222,9 +234,8 @@ class Corpus(unittest.TestCase):
         if m.completed:
             ours, theirs = folder / "python.igs", folder / "copy.igs"
             m.write(ours)
-            output(BUILD / "tools" / "iges-copy", path, theirs)
+            output(tools / "iges-copy", path, theirs)
             self.assertEqual(ours.read_bytes(), theirs.read_bytes())
-
 
 if __name__ == "__main__":
     unittest.main()

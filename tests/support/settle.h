@@ -155,8 +155,4 @@ inline std::string first_difference(const std::string& first, const std::string&
   return "";
 }
 
-inline bool differs_only_where_allowed(const std::string& first, const std::string& second) {
-  return first_difference(first, second).empty();
-}
-
 }  // namespace igeslib_test
