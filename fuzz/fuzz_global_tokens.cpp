@@ -73,13 +73,6 @@ std::string wrap(char letter, std::string_view text, const Control& c, int* coun
   return out;
 }
 
-void read_bytes(const std::string& bytes, char strict) {
-  igeslib_fuzz::ScratchDesign design;
-  auto* file = new (design.get()) igs_iges_file;
-  igeslib_fuzz::InputStream in(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-  file->read(in.get(), strict);
-}
-
 void global_mode(std::string_view text, const Control& c) {
   int g = 0;
   std::string bytes = record('S', 1, "Global section under test", c);
@@ -92,22 +85,8 @@ void global_mode(std::string_view text, const Control& c) {
   bytes += record('P', 1, "116,1.,2.,3.;", c, 1);
   bytes += record('T', 1, igeslib_test::terminate_text(1, g, 2, 1), c);
 
-  std::string written;
-  {
-    igeslib_fuzz::ScratchDesign design;
-    auto* file = new (design.get()) igs_iges_file;
-    {
-      igeslib_fuzz::InputStream in(reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                                   bytes.size());
-      file->read(in.get(), c.flag);
-    }
-    LUMO.useDesign(design.get());
-    igeslib_fuzz::OutputStream out;
-    file->write(out.get(), 1);
-    std::size_t n = out.close();
-    written.assign(out.text(), n);
-  }
-  read_bytes(written, 0);
+  std::string written = igeslib_fuzz::read_and_write(bytes, c.flag, 1).written;
+  igeslib_fuzz::read_and_write(written, 0, 1);
 }
 
 // --- token mode ---

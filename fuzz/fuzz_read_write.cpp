@@ -1,5 +1,5 @@
-// Reads a whole file from arbitrary bytes into a fresh design and writes what was read; the
-// design is then deleted, so that whatever a read or a write leaves behind shows as a leak.
+// Reads a whole file from arbitrary bytes into a fresh design and writes what was read (see
+// igeslib_fuzz::read_and_write).
 //
 // Each input is read twice: from a buffered stream, where the record reader may take whole
 // records from the stream's buffer, and from an unbuffered one, where it reads character by
@@ -22,53 +22,17 @@
 
 namespace {
 
-struct Outcome {
-  bool completed = false;
-  unsigned long reports = 0;
-  std::string written;
-  const char* unsettled = nullptr;  // why the model can't write the same bytes twice
-};
+using igeslib_fuzz::read_and_write;
+using Outcome = igeslib_fuzz::ReadWrite;
 
-Outcome read_and_write(const std::uint8_t* data, std::size_t size, bool buffered,
-                       char zero_as_default) {
-  Outcome outcome;
-  unsigned long reports_before = igeslib_fuzz::reports();
-  igeslib_fuzz::ScratchDesign design;
-  auto* file = new (design.get()) igs_iges_file;
-  {
-    igeslib_fuzz::InputStream in(data, size);
-    if (!buffered) std::setvbuf(in.get(), nullptr, _IONBF, 0);
-    // strict 0: a broken Start or Global section doesn't stop the rest from being read.
-    outcome.completed = file->read(in.get(), 0) != nullptr;
-  }
-  outcome.unsettled = igeslib_test::unsettled_reason(file, zero_as_default);
-  // A read that stopped at a fatal error leaves what it had made; the writer must cope with
-  // half-filled entities too.
-  LUMO.useDesign(design.get());
-  igeslib_fuzz::OutputStream out;
-  file->write(out.get(), zero_as_default);
-  std::size_t n = out.close();
-  outcome.written.assign(out.text(), n);
-  outcome.reports = igeslib_fuzz::reports() - reports_before;
-  return outcome;
-}
-
+// Where a write differs from the one before it; the third write must not differ even by the
+// rules that settle one write later.
 [[noreturn]] void unsettled(const std::string& first, const std::string& second, int pass) {
-  std::size_t at = 0;
-  while (at < first.size() && at < second.size() && first[at] == second[at]) ++at;
-  std::size_t line_start = first.rfind('\n', at);
-  line_start = line_start == std::string::npos ? 0 : line_start + 1;
-  std::fprintf(stderr,
-               "write %d differs from write %d (%zu/%zu bytes), from byte %zu:\n"
-               "write %d: %.81s\nwrite %d: %.81s\n",
-               pass + 1, pass, first.size(), second.size(), at, pass, first.c_str() + line_start,
-               pass + 1, line_start < second.size() ? second.c_str() + line_start : "");
+  std::string where = igeslib_test::first_difference(first, second, false);
+  std::fprintf(stderr, "write %d differs from write %d (%zu/%zu bytes): %s\n", pass + 1, pass,
+               first.size(), second.size(),
+               where.empty() ? "by a rule that settles one write later" : where.c_str());
   std::abort();
-}
-
-Outcome read_back(const Outcome& written, char zero_as_default) {
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(written.written.data());
-  return read_and_write(bytes, written.written.size(), true, zero_as_default);
 }
 
 // The first write read and written again must give the same bytes, save for the known
@@ -76,12 +40,12 @@ Outcome read_back(const Outcome& written, char zero_as_default) {
 void check_settled(const Outcome& first, char zero_as_default) {
   if (first.unsettled) return;
   unsigned long excused_before = igeslib_fuzz::rejected_real_reports();
-  Outcome second = read_back(first, zero_as_default);
+  Outcome second = read_and_write(first.written, 0, zero_as_default);
   if (second.written == first.written) return;
   if (igeslib_fuzz::rejected_real_reports() != excused_before) return;
   if (!igeslib_test::first_difference(first.written, second.written).empty())
     unsettled(first.written, second.written, 1);
-  Outcome third = read_back(second, zero_as_default);
+  Outcome third = read_and_write(second.written, 0, zero_as_default);
   if (third.written != second.written) unsettled(second.written, third.written, 2);
 }
 
@@ -94,8 +58,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   char zero_as_default = static_cast<char>(size & 1);
-  Outcome buffered = read_and_write(data, size, true, zero_as_default);
-  Outcome unbuffered = read_and_write(data, size, false, zero_as_default);
+  // strict 0: a broken Start or Global section doesn't stop the rest from being read.
+  std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  Outcome buffered = read_and_write(bytes, 0, zero_as_default, true);
+  Outcome unbuffered = read_and_write(bytes, 0, zero_as_default, false);
   if (buffered.completed != unbuffered.completed || buffered.reports != unbuffered.reports ||
       buffered.written != unbuffered.written) {
     std::fprintf(stderr,

@@ -97,4 +97,26 @@ ScratchDesign::~ScratchDesign() {
   delete design_;
 }
 
+ReadWrite read_and_write(std::string_view bytes, char strict, char zero_as_default, bool buffered) {
+  ReadWrite outcome;
+  unsigned long reports_before = report_count;
+  ScratchDesign design;
+  auto* file = new (design.get()) igs_iges_file;
+  {
+    InputStream in(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    if (!buffered) std::setvbuf(in.get(), nullptr, _IONBF, 0);
+    outcome.completed = file->read(in.get(), strict) != nullptr;
+  }
+  outcome.unsettled = igeslib_test::unsettled_reason(file, zero_as_default);
+  // A read that stopped at a fatal error leaves what it had made; the writer must cope with
+  // half-filled entities too.
+  LUMO.useDesign(design.get());
+  OutputStream out;
+  file->write(out.get(), zero_as_default);
+  std::size_t n = out.close();
+  outcome.written.assign(out.text(), n);
+  outcome.reports = report_count - reports_before;
+  return outcome;
+}
+
 }  // namespace igeslib_fuzz

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 class LumoDesign;
 
@@ -70,5 +72,17 @@ class ScratchDesign {
  private:
   LumoDesign* design_ = nullptr;
 };
+
+// A file read into a fresh design, which is deleted after the write, so that whatever a read or
+// a write leaves behind shows as a leak.
+struct ReadWrite {
+  bool completed = false;
+  unsigned long reports = 0;
+  std::string written;              // what was read, written, also after a fatal error
+  const char* unsettled = nullptr;  // why the model can't write the same bytes twice
+};
+// buffered false: the record reader takes the stream character by character.
+ReadWrite read_and_write(std::string_view bytes, char strict, char zero_as_default,
+                         bool buffered = true);
 
 }  // namespace igeslib_fuzz
