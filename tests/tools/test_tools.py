@@ -92,8 +92,8 @@ class ToolTestCase(unittest.TestCase):
         path.write_bytes(data)
         return path
 
-    def info(self, path, status=0):
-        result = run(IGES_INFO, path)
+    def info(self, path, *flags, status=0):
+        result = run(IGES_INFO, path, *flags)
         self.assertEqual(result.returncode, status, result.stderr[-2000:])
         info = Info(result.stdout)
         self.assertEqual(int(info.fields["Reports"]), reports_in(result.stderr))
@@ -178,10 +178,7 @@ class SampleTest(ToolTestCase):
                     path = self.file("damaged.igs", data)
                     damaged = fault and not strict
                     flags = ["--strict-end"] if strict else []
-                    result = run(IGES_INFO, path, *flags)
-                    self.assertEqual(result.returncode, 3 if damaged else 1, result.stderr)
-                    info = Info(result.stdout)
-                    self.assertEqual(int(info.fields["Reports"]), reports_in(result.stderr))
+                    info, result = self.info(path, *flags, status=3 if damaged else 1)
                     self.assertEqual(info.fields["System id"], "igeslib")
                     if damaged:
                         self.assertEqual(info.fields["Read"], "completed, last record damaged")
@@ -206,7 +203,6 @@ class SampleTest(ToolTestCase):
         self.assertEqual(document["schema_version"], 1)
         self.assertEqual(document["global"]["unit_flag"], "millimeters")
         entities = document["entities"]
-        self.assertEqual([e["de"] for e in entities], list(range(1, 31, 2)))
         point = entities[-1]
         self.assertEqual((point["type"], point["form"], point["class"]), (116, 0, "point_entity"))
         self.assertEqual(point["attributes"]["ptr"],
@@ -216,7 +212,6 @@ class SampleTest(ToolTestCase):
         text = run(IGES_DUMP, SAMPLE).stdout
         self.assertIn("Entity 29: point_entity (type 116, form 0)\n", text)
         self.assertIn("  ptr: #27 subfigure_definition_entity\n", text)
-        self.assertEqual(text.count("\nEntity "), 15)
 
     def test_arguments(self):
         missing = self.dir / "no such file.igs"
@@ -256,6 +251,7 @@ class SampleTest(ToolTestCase):
 
     def test_dump_selections(self):
         cases = [
+            ([], list(range(1, 31, 2))),
             (["--type", "110"], [3, 7, 11, 15, 23, 25]),
             (["--type=100,0", "--entity", "5"], [5]),
             (["--type", "100,1"], []),
