@@ -116,8 +116,7 @@ TEST(Corpus, EveryFileReadsWalksAndSettles) {
   std::vector<std::filesystem::path> files = corpus_files();
   if (files.empty()) GTEST_SKIP() << "../shared/corpus is absent: corpus checks skipped";
   IgeslibEntityTable registry;
-  char was_quiet = LUMO.quiet();
-  LUMO.quiet(1);
+  igeslib_test::Quiet quiet;
   int solids = 0;
   for (const auto& path : files) {
     SCOPED_TRACE(path.filename().string());
@@ -158,7 +157,6 @@ TEST(Corpus, EveryFileReadsWalksAndSettles) {
     EXPECT_NE(again.result, nullptr);
     EXPECT_TRUE(again.written(1) == first) << "the second write differs from the first";
   }
-  LUMO.quiet(was_quiet);
   EXPECT_GT(solids, 0);
 }
 

@@ -345,13 +345,6 @@ void expect_settled(const std::string& first, FileRead& back, char zero_as_defau
   EXPECT_EQ(again.written(zero_as_default), second) << "no settling at the third write";
 }
 
-// Version warnings and progress lines off for a test.
-struct Quiet {
-  char was = LUMO.quiet();
-  Quiet() { LUMO.quiet(1); }
-  ~Quiet() { LUMO.quiet(was); }
-};
-
 // Every class in every form of the registry: read back into the class that wrote it, without
 // a report, and settled after one write; no class falls to the writer without parameter code.
 TEST(RoundTrip, GeneratedModelsSettleAfterOneWrite) {

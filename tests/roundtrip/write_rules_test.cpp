@@ -26,11 +26,8 @@ std::pair<std::string, std::string> two_writes(const std::function<void(LumoDesi
   design->rootObject(file);
   setup(design);
   std::string first = write_file(design, file, 1);
-  char was_quiet = LUMO.quiet();
-  LUMO.quiet(1);
-  FileRead back(first, 0, false);
-  LUMO.quiet(was_quiet);
-  std::string second = back.written(1);
+  Quiet quiet;
+  std::string second = FileRead(first, 0, false).written(1);
   LUMO.useDesign(nullptr);
   return {first, second};
 }

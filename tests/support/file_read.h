@@ -17,6 +17,13 @@ std::string write_file(LumoDesign* design, igs_iges_file* file, char zero_as_def
 // "warning line:column".
 std::vector<std::string> report_lines(const CapturedReports& reports);
 
+// Version warnings and progress lines off while in scope.
+struct Quiet {
+  char was = LUMO.quiet();
+  Quiet() { LUMO.quiet(1); }
+  ~Quiet() { LUMO.quiet(was); }
+};
+
 struct FileRead {
   // keep_reports false: the reports are only counted.
   explicit FileRead(const std::string& bytes, char strict = 0, bool keep_reports = true);
