@@ -24,8 +24,6 @@ const EnumRow kSpots[] = {
     {"iges_types_schema", "unitFlag",
      "none, inches, millimeters, unspecified, feet, miles, meters, kilometers, mils, microns, "
      "centimeters, microinches"},
-    {"iges_types_schema", "use_flag",
-     "geometry, annotation, definition, other, logical_positional, parametric"},
     {"iges_types_schema", "datum", "_int_val, _float_val, _str_val, _directory_entry, _bool_val"},
     {"iges_types_schema", "entity_level", "_definition_levels_entity, _int_val"},
 };
