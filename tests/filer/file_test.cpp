@@ -144,9 +144,7 @@ TEST(ReadDriver, AMissingPathIsError2034AndASecondReadAppends) {
   auto* file = new (design.design) igs_iges_file;
   {
     CapturedReports reports;
-    EXPECT_EQ(file->read("no/such/file.igs", 0), nullptr);
-    EXPECT_NE(reports.text().find("Error 2034: Cannot open file no/such/file.igs"),
-              std::string::npos);
+    EXPECT_EQ(file->read("no/such/file.igs", 0), nullptr);  // the report: see Model below
     EXPECT_EQ(file->write("no/such/dir/out.igs", 0), nullptr);
     EXPECT_EQ(reports.count(), 2u);
   }
