@@ -131,12 +131,13 @@ std::string written(igs_directory_entry* e, bool first) {
   return std::string(out, 72);
 }
 
-// A file of the entities that the pointers of the rows below name, DE 1 to 15, then the rows.
-FileRead pairs_after_targets(const std::vector<std::pair<std::string, std::string>>& pairs) {
+// A file of the pairs among the entities that their pointers name: DE 1 to 11 before them, an
+// attribute table definition and a segmented views visible entity after them.
+FileRead pairs_among_targets(const std::vector<std::pair<std::string, std::string>>& pairs) {
   IgesText text = head();
-  text.DE(304, 1).DE(406, 1).DE(410, 0).DE(124, 0).DE(402, 5).DE(314, 0).DE(322, 0).DE(402, 19);
+  text.DE(304, 1).DE(406, 1).DE(410, 0).DE(124, 0).DE(402, 5).DE(314, 0);
   for (const auto& [one, two] : pairs) text.D(one).D(two);
-  return FileRead(text.T().str());
+  return FileRead(text.DE(322, 0).DE(402, 19).T().str());
 }
 
 // Pairs read and written again: each pointer resolves to the entity of its DE number, which
@@ -150,7 +151,7 @@ TEST(DirectoryRecords, ReadAndWrittenAgain) {
   } rows[] = {
       {"     128      21               1      -3       5       7       901000200",
        "     128       2       3      12       8                   SURF1       2"},
-      {"     422      60     -13                                        00010100",
+      {"     422      60     -27                                        00010100",
        "     422                       1       0                      T1       3"},
       // A blank ends the label; a definition colour is negative.
       {"     110       1       0       0      -3       0       7       000000000",
@@ -172,26 +173,26 @@ TEST(DirectoryRecords, ReadAndWrittenAgain) {
       {"     422      95       3                                        00000000",
        "     422                       1       1                               0",
        "     422      95                                                00000000"},
-      // Level names a matrix, view a segmented views visible entity, label display and line
-      // font point past the list, colour 9 is no colour number: choices with nothing chosen,
-      // which write 0 (as the value 0 they read back as) or blanks.
-      {"     100       0       0     -99      -7      15       7      4100000000",
+      // Level names a matrix, view the segmented views visible entity behind, label display
+      // and line font point past the list, colour 9 is no colour number: choices with nothing
+      // chosen, which write 0 (as the value 0 they read back as) or blanks.
+      {"     100       0       0     -99      -7      29       7      4100000000",
        "     100       0       9       1       0                               0",
        "     100       0               0       0               7        00000000",
        "     100       0       0       1       0                               0"},
   };
   std::vector<std::pair<std::string, std::string>> pairs;
   for (const auto& r : rows) pairs.emplace_back(r.one, r.two);
-  FileRead read = pairs_after_targets(pairs);
+  FileRead read = pairs_among_targets(pairs);
   ASSERT_EQ(read.size(), 8 + std::size(rows));
   for (std::size_t i = 0; i < std::size(rows); ++i) {
     SCOPED_TRACE(rows[i].one);
-    igs_directory_entry* e = read.entity<igs_directory_entry>(8 + i);
+    igs_directory_entry* e = read.entity<igs_directory_entry>(6 + i);
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(written(e, true), rows[i].one_out ? rows[i].one_out : rows[i].one);
     EXPECT_EQ(written(e, false), rows[i].two_out ? rows[i].two_out : rows[i].two);
   }
-  auto* arc = read.entity<igs_circular_arc_entity>(8 + std::size(rows) - 1);
+  auto* arc = read.entity<igs_circular_arc_entity>(6 + std::size(rows) - 1);
   ASSERT_NE(arc, nullptr);
   EXPECT_TRUE(arc->level()->is_definition_levels_entity());
   EXPECT_EQ(arc->level()->_definition_levels_entity(), nullptr);
@@ -234,11 +235,11 @@ TEST(DirectoryRecords, StatusByClass) {
     pairs.emplace_back(
         fields({std::to_string(r.type).c_str(), "0", "0", "0", "0", "0", "0", "0", r.in}),
         fields({std::to_string(r.type).c_str(), "0", "0", "1", std::to_string(r.form).c_str()}));
-  FileRead read = pairs_after_targets(pairs);
+  FileRead read = pairs_among_targets(pairs);
   ASSERT_EQ(read.size(), 8 + std::size(rows));
   for (std::size_t i = 0; i < std::size(rows); ++i) {
     SCOPED_TRACE(std::to_string(rows[i].type) + " " + rows[i].in);
-    EXPECT_EQ(written(read.entity<igs_directory_entry>(8 + i), true).substr(64), rows[i].out);
+    EXPECT_EQ(written(read.entity<igs_directory_entry>(6 + i), true).substr(64), rows[i].out);
   }
 }
 
