@@ -1,8 +1,11 @@
 // The entity-type registry and the Directory section: which class each (type, form) pair gets,
-// the rows a file adds, and the second pass that fills the fields by sequence number, forward
-// references included.
+// the rows a file adds, the fields of a pair read into an entity and written back column by
+// column, the second pass that fills the fields by sequence number, and the fixed fields'
+// own readers and writers at their edges.
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -10,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "filer_fixture.h"
+#include "igeslib_directory.h"
 #include "model/model_support.h"
 
 using igeslib_test::FileRead;
@@ -118,48 +122,139 @@ std::string fields(std::initializer_list<const char*> values) {
   return out;
 }
 
-// The fields of a pair: pointers resolved forward, the label's first word, the subscript, and
-// the four two-column status fields (blank, subordinate, use, hierarchy) in every shape a file
-// gives them: digits, blanks, one digit per field, a stray character.
-TEST(DirectorySection, PointersLabelsAndStatus) {
-  const struct {
-    const char *status, *read;  // columns 65-72; blank, subordinate and use read
-  } statuses[] = {{"01020300", "1 2 3"}, {"        ", "0 0 0"}, {" 1 2 3 0", "1 2 3"},
-                  {"0001 2  ", "0 1 2"}, {"01x20300", "1 0 3"}, {"1 0 1 0 ", "1 0 1"}};
+// The 72 columns that an entity writes into a blank record, the first or the second.
+std::string written(igs_directory_entry* e, bool first) {
+  char out[90];
+  std::memset(out, ' ', sizeof out - 1);
+  out[sizeof out - 1] = '\0';
+  first ? e->de_write_record_one(out) : e->de_write_record_two(out);
+  return std::string(out, 72);
+}
+
+// A file of the pairs among the entities that their pointers name: DE 1 to 11 before them, an
+// attribute table definition and a segmented views visible entity after them.
+FileRead pairs_among_targets(const std::vector<std::pair<std::string, std::string>>& pairs) {
   IgesText text = head();
-  // A line on level -3 (the definition levels entity below it), coloured by the colour
-  // definition at 5, under the matrix at 7, with a label and a subscript.
-  text.D(fields({"110", "1", "0", "0", "-3", "0", "7", "0", "00000000"}))
-      .D(fields({"110", "0", "-5", "1", "0", "", "", "EDGE 1", "42"}))
-      .DE(406, 1)
-      .DE(314, 0)
-      .DE(124, 0)
-      .DE(110, 0, 1, 1, "        ");
-  for (const auto& s : statuses)
-    text.D(fields({"116", "1", "0", "0", "0", "0", "0", "0", s.status}))
-        .D(fields({"116", "0", "0", "1", "0"}));
-  FileRead read(text.T().str());
-  ASSERT_EQ(read.size(), 11u);
-  auto* line = read.entity<igs_line_entity>(0);
-  ASSERT_NE(line, nullptr);
-  ASSERT_NE(line->level(), nullptr);
-  EXPECT_EQ(line->level()->_definition_levels_entity(),
-            read.entity<igs_definition_levels_entity>(1));
-  ASSERT_NE(line->color(), nullptr);
-  EXPECT_EQ(line->color()->_color_definition_entity(), read.entity<igs_color_definition_entity>(2));
-  EXPECT_EQ(line->transformation(), read.entity<igs_transformation_matrix_entity>(3));
-  EXPECT_STREQ(line->label(), "EDGE");  // a blank ends the label
-  EXPECT_EQ(line->subscript(), 42);
-  EXPECT_EQ(read.entity<igs_line_entity>(4)->label(), nullptr);  // blanks give no label
-  for (unsigned i = 0; i < std::size(statuses); ++i) {
-    auto* point = read.entity<igs_point_entity>(5 + i);
-    ASSERT_NE(point, nullptr);
-    EXPECT_EQ(std::to_string(static_cast<int>(point->blank())) + " " +
-                  std::to_string(static_cast<int>(point->subordinate())) + " " +
-                  std::to_string(static_cast<int>(point->used())),
-              statuses[i].read)
-        << statuses[i].status;
+  text.DE(304, 1).DE(406, 1).DE(410, 0).DE(124, 0).DE(402, 5).DE(314, 0);
+  for (const auto& [one, two] : pairs) text.D(one).D(two);
+  return FileRead(text.DE(322, 0).DE(402, 19).T().str());
+}
+
+// Pairs read and written again: each pointer resolves to the entity of its DE number, which
+// writes that number back, forward references included; where the written record differs from
+// the one read, the row says how. Every class is read and written again with values drawn at
+// random in the round trips.
+TEST(DirectoryRecords, ReadAndWrittenAgain) {
+  const struct {
+    const char *one, *two;
+    const char *one_out = nullptr, *two_out = nullptr;  // null: as read
+  } rows[] = {
+      {"     128      21               1      -3       5       7       901000200",
+       "     128       2       3      12       8                   SURF1       2"},
+      {"     422      60     -27                                        00010100",
+       "     422                       1       0                      T1       3"},
+      // A blank ends the label; a definition colour is negative.
+      {"     110       1       0       0      -3       0       7       000000000",
+       "     110       0     -11       1       0                  EDGE 1      42",
+       "     110       1               0      -3               7        00000000",
+       "     110       0     -11       1       0                    EDGE      42"},
+      // Blank fields read as zeros: pattern none and level 0 write as zeros, the status never
+      // set as zeros; a negative transformation is ignored.
+      {"     110       5                                      -3                ",
+       "     110                                                               0",
+       "     110       5               0       0                        00000000",
+       "     110       0       0       0       0                               0"},
+      // A fixed line font: the field is not read.
+      {"     106      90              -7                                00000000",
+       "     106                       1      40                               0",
+       "     106      90               1       0                        00000100",
+       "     106       0       0       1      40                               0"},
+      // A positive structure names no definition: blank columns, and no end of text inside.
+      {"     422      95       3                                        00000000",
+       "     422                       1       1                               0",
+       "     422      95                                                00000000"},
+      // Level names a matrix, view the segmented views visible entity behind, label display
+      // and line font point past the list, colour 9 is no colour number: choices with nothing
+      // chosen, which write 0 (as the value 0 they read back as) or blanks.
+      {"     100       0       0     -99      -7      29       7      4100000000",
+       "     100       0       9       1       0                               0",
+       "     100       0               0       0               7        00000000",
+       "     100       0       0       1       0                               0"},
+  };
+  std::vector<std::pair<std::string, std::string>> pairs;
+  for (const auto& r : rows) pairs.emplace_back(r.one, r.two);
+  FileRead read = pairs_among_targets(pairs);
+  ASSERT_EQ(read.size(), 8 + std::size(rows));
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    SCOPED_TRACE(rows[i].one);
+    igs_directory_entry* e = read.entity<igs_directory_entry>(6 + i);
+    ASSERT_NE(e, nullptr);
+    EXPECT_EQ(written(e, true), rows[i].one_out ? rows[i].one_out : rows[i].one);
+    EXPECT_EQ(written(e, false), rows[i].two_out ? rows[i].two_out : rows[i].two);
   }
+  auto* arc = read.entity<igs_circular_arc_entity>(6 + std::size(rows) - 1);
+  ASSERT_NE(arc, nullptr);
+  EXPECT_TRUE(arc->level()->is_definition_levels_entity());
+  EXPECT_EQ(arc->level()->_definition_levels_entity(), nullptr);
+  ASSERT_NE(arc->view(), nullptr);
+  EXPECT_EQ(arc->view()->getAttribute(nullptr), nullptr);
+  EXPECT_EQ(arc->label_display(), nullptr);
+  EXPECT_TRUE(arc->line_font()->is_line_font_definition_entity());
+  EXPECT_FALSE(arc->color()->is_color_number());
+  EXPECT_FALSE(arc->color()->is_color_definition_entity());
+  EXPECT_EQ(arc->label(), nullptr);  // blanks give no label
+}
+
+// The four two-column status fields (blank, subordinate, use, hierarchy) in every shape a file
+// gives them, and what each class keeps of them: stored, constant, absent, skipped, and the
+// unchecked u digit.
+TEST(DirectoryRecords, StatusByClass) {
+  const struct {
+    int type, form;
+    const char *in, *out;
+  } rows[] = {
+      {116, 0, "01020300", "01020300"},
+      {116, 0, "        ", "00000000"},
+      {116, 0, " 1 2 3 0", "01020300"},
+      {116, 0, "0001 2  ", "00010200"},
+      {116, 0, "01x20300", "01000300"},
+      {116, 0, "1 0 1 0 ", "01000100"},
+      // aa0-: the use flag 5 of the file is dropped; 00 stands for it.
+      {150, 0, "01010501", "01010000"},
+      // z---: whatever the file said, 00 four times.
+      {124, 0, "01020301", "00000000"},
+      // aaua: an unset u digit writes 0-1 and the hierarchy digit takes its last column.
+      {132, 0, "01010402", "01010-02"},
+      // -02-: constants of the class.
+      {314, 0, "01010101", "00000200"},
+      // a1aa: out-of-range blank status stays unset.
+      {510, 1, "07000901", "00010001"},
+  };
+  std::vector<std::pair<std::string, std::string>> pairs;
+  for (const auto& r : rows)
+    pairs.emplace_back(
+        fields({std::to_string(r.type).c_str(), "0", "0", "0", "0", "0", "0", "0", r.in}),
+        fields({std::to_string(r.type).c_str(), "0", "0", "1", std::to_string(r.form).c_str()}));
+  FileRead read = pairs_among_targets(pairs);
+  ASSERT_EQ(read.size(), 8 + std::size(rows));
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    SCOPED_TRACE(std::to_string(rows[i].type) + " " + rows[i].in);
+    EXPECT_EQ(written(read.entity<igs_directory_entry>(6 + i), true).substr(64), rows[i].out);
+  }
+}
+
+TEST(DirectoryRecords, OutsideAFileEveryPointerIsNull) {
+  ScratchDesign design;
+  LumoDesign* previous = LUMO.useDesign(design);
+  EXPECT_EQ(igeslib_resolve_de(1), nullptr);  // no root object
+  auto* file = new (design.design) igs_iges_file;
+  design->rootObject(file);
+  auto* point = new (design.design) igs_point_entity;
+  EXPECT_EQ(igeslib_resolve_de(1), point);  // the list is gathered from the design
+  EXPECT_EQ(igeslib_resolve_de(-1), point);
+  EXPECT_EQ(igeslib_resolve_de(3), nullptr);
+  EXPECT_EQ(igeslib_resolve_de(0), nullptr);
+  LUMO.useDesign(previous);
 }
 
 // Pairs stated in the order 3, 1, 77: each class comes from its position, each set of fields
@@ -250,6 +345,43 @@ TEST(FixedFields, EightColumnsAtOnceAgreeWithTheScan) {
     igeslib_scan_int(record, 8, &expected);
     ASSERT_EQ(igeslib_scan_eight_columns(record), expected) << '"' << eight << '"';
   }
+}
+
+// The integer field is the eight-column case of FormatIntIsThePrintfField.
+TEST(DirectoryFields, FormattedAsThePrintfFieldsTheyStandFor) {
+  struct Case {
+    std::function<void(char*)> write;
+    const char* text;
+  } const cases[] = {
+      {[](char* out) { igeslib_de_write_blank(out); }, "        "},
+      {[](char* out) { igeslib_de_write_label(out, nullptr); }, "        "},
+      {[](char* out) { igeslib_de_write_label(out, "A LONGER LABEL"); }, "A LONGER"},
+      {[](char* out) { igeslib_de_write_digit(out, 12); }, "012"},
+  };
+  for (const Case& c : cases) {
+    char out[32];
+    std::memset(out, 'x', sizeof out);
+    c.write(out);
+    EXPECT_STREQ(out, c.text);
+  }
+}
+
+// Every width a field has, and more, against "%*d": values that fit, that fill the width
+// exactly, that spill over, negative ones and the ends of int.
+TEST(DirectoryFields, FormatIntIsThePrintfField) {
+  std::vector<int> values = {0, 1, -1, 9, 10, 99, 100, 2147483647, -2147483647 - 1};
+  for (long long power = 10; power <= 1000000000; power *= 10)
+    for (long long v : {power - 1, power, power + 1})
+      values.insert(values.end(), {static_cast<int>(v), static_cast<int>(-v)});
+  for (int width = 1; width <= 12; ++width)
+    for (int v : values) {
+      char out[32], printed[32];
+      std::memset(out, 'x', sizeof out);
+      int n = igeslib_format_int(out, width, v);
+      int expected = std::snprintf(printed, sizeof printed, "%*d", width, v);
+      ASSERT_STREQ(out, printed) << width << " " << v;
+      ASSERT_EQ(n, expected);
+    }
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "filer_fixture.h"
-#include "model/model_support.h"
 
 using igeslib_test::FileRead;
 using igeslib_test::FilerOver;
@@ -163,34 +162,6 @@ TEST(Datum, KindToldFromTheText) {
   EXPECT_EQ(f.io.column, 2);
   EXPECT_EQ(f.errors(), Errors{"1:3 parameter data field in an associativity or property "
                                "instance is unspecified"});
-}
-
-TEST(Datum, ReadEachKindIntoTheList) {
-  ScratchDesign current("datum test");
-  LumoDesign* before = LUMO.useDesign(current);
-  auto* entities = new (current.design) ListOfigs_directory_entry(0);
-  auto* first = new (current.design) igs_line_entity;
-  auto* second = new (current.design) igs_line_entity;
-  entities->add(first).add(second);
-  auto* list = new (current.design) ListOfigs_datum(0);
-  FilerOver f(IgesText().P(1, "7,2.5,3Habc,3,-1,9,99,,").str());
-  ASSERT_TRUE(f.next());
-  for (int kind : {1, 2, 3, 4, 6, 6, 4, 1, 0}) f.io.read_datum(list, kind, entities);
-  // Each item: i, f or s and its value, e and the entity's place, or - unset.
-  auto item = [&](igs_datum* d) -> std::string {
-    if (!d->getAttribute(nullptr)) return "-";
-    if (d->is_int_val()) return "i" + std::to_string(d->_int_val());
-    if (d->is_float_val()) return "f" + std::to_string(d->_float_val());
-    if (d->is_str_val()) return std::string("s") + d->_str_val();
-    igs_directory_entry* e = d->_directory_entry();
-    return e == first ? "e1" : e == second ? "e2" : e ? "e?" : "e0";
-  };
-  std::string items;
-  for (unsigned i = 0; i < list->size(); ++i) items += item((*list)[i]) + " ";
-  // No entity 99; a defaulted integer is its zero; kind 0 is unset.
-  EXPECT_EQ(items, "i7 f2.500000 sabc e2 e1 i9 e0 i0 - ");
-  EXPECT_EQ(f.errors(), Errors{});
-  LUMO.useDesign(before);
 }
 
 // Limits set for one test, the defaults again afterwards.

@@ -154,12 +154,19 @@ TEST(RecordReader, NulIsWarnedAndReadAsBlank) {
             "\tASCII NULL (0x00) character found, treated as space\n");
 }
 
-TEST(RecordReader, ProgressEveryThousandRecords) {
+// A progress line every thousand records, held back when quiet.
+TEST(RecordReader, ProgressEveryThousandRecordsUnlessQuiet) {
   IgesText text;
   for (int i = 0; i < 2001; ++i) text.G("");
-  FilerOver f(text.str());
-  for (int i = 0; i < 2001; ++i) ASSERT_TRUE(f.next());
-  EXPECT_EQ(f.reports.messages(), (Errors{"Reading line 1000", "Reading line 2000"}));
+  const char was = LUMO.quiet();
+  for (char quiet : {0, 1}) {
+    LUMO.quiet(quiet);
+    FilerOver f(text.str());
+    for (int i = 0; i < 2001; ++i) EXPECT_TRUE(f.next());
+    const Errors progress = {"Reading line 1000", "Reading line 2000"};
+    EXPECT_EQ(f.reports.messages(), quiet ? Errors{} : progress);
+  }
+  LUMO.quiet(was);
 }
 
 TEST(StartSection, KeepsSeventyTwoColumnsOfEachRecordOrReportsNone) {

@@ -119,16 +119,6 @@ TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
   }
 }
 
-TEST(Tokens, StringFollowedByItsOwnDelimiter) {
-  Tokens t(P({"1H//1H;/1H;,"}));
-  EXPECT_STREQ(t.io.read_string(true), "/");
-  t.io.param_delimiter = '/';
-  EXPECT_STREQ(t.io.read_string(false), ";");
-  EXPECT_EQ(t.io.param_state, PARAM_VALUE);
-  EXPECT_EQ(t.io.read_string(true), nullptr);
-  EXPECT_EQ(t.errors(), Errors{"1:12 Missing delimiter after string value"});
-}
-
 // Tokens in turn, the quick way of reading reals and the general way alike: one token of each
 // kind (integers, reals, logicals and strings) with its value, state and report, the end of a
 // record, a poisoned entity, records crossed, and the two mailer repairs (a line that began

@@ -1,5 +1,5 @@
-// The error channel, progress messages and shared strings. Numbered errors and the reports of
-// a read are tested with the filer.
+// The error channel and shared strings. Numbered errors, progress lines and the reports of a
+// read are tested with the filer.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -55,18 +55,6 @@ TEST(Errors, ReportsCanGoToAStream) {
   EXPECT_STREQ(line, "to the stream\n");
   std::fclose(sink);
   EXPECT_EQ(lumo_fopen(nullptr, "rb"), nullptr);
-}
-
-TEST(Messages, ProgressLinesAreHeldBackWhenQuiet) {
-  igeslib_test::CapturedReports reports;
-  char was = LUMO.quiet();
-  LUMO.quiet(0);
-  LUMO.message("Reading line %d", 1000);
-  LUMO.quiet(1);
-  EXPECT_TRUE(LUMO.quiet());
-  LUMO.message("Reading line %d", 2000);
-  LUMO.quiet(was);
-  EXPECT_EQ(reports.messages(), std::vector<std::string>{"Reading line 1000"});
 }
 
 TEST(Strings, StorageIsSharedUntilWritten) {
