@@ -164,7 +164,8 @@ TEST(WriteRules, KnownExceptionsStayAsTheyAre) {
 }
 
 // An entity of a type without a class is kept as the text read and written behind a 0 for its
-// number: with a three-digit type its first parameter line goes out cut short.
+// number: with a three-digit type its first parameter line goes out cut short, with no stamps
+// and no line end, so the next line runs on behind it.
 TEST(WriteRules, AnEntityKeptAsTextDoesNotSettle) {
   std::string file =
       IgesText().S("unknown entity").G("1H,,1H;;").DE(999, 0, 1, 1).P(1, "999,1,2,3;").T().str();
