@@ -14,7 +14,7 @@
 
 #include "filer_fixture.h"
 #include "igeslib_directory.h"
-#include "model/model_support.h"
+#include "support/model_support.h"
 
 using igeslib_test::FileRead;
 using igeslib_test::IgesText;

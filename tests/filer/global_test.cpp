@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "filer_fixture.h"
-#include "model/model_support.h"
+#include "support/model_support.h"
 #include "support/corpus.h"
 
 using igeslib_test::FilerOver;

@@ -14,7 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "igeslib_io.h"
-#include "model/model_support.h"
+#include "support/model_support.h"
 #include "support/corpus.h"
 #include "support/records.h"
 #include "support/reports.h"

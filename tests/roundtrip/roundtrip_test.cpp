@@ -17,7 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "igeslib_registry.h"
-#include "model/model_support.h"
+#include "support/model_support.h"
 #include "support/corpus.h"
 #include "support/file_read.h"
 #include "support/settle.h"

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "model/model_support.h"
+#include "support/model_support.h"
 #include "support/file_read.h"
 #include "support/records.h"
 

@@ -2,7 +2,7 @@
 // enumerators and the untyped element operations beneath them.
 #include <gtest/gtest.h>
 
-#include "model/model_support.h"
+#include "support/model_support.h"
 
 namespace {
 

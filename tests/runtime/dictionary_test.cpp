@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "model/model_support.h"
+#include "support/model_support.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "igeslib_entity_rows.h"
-#include "model/model_support.h"
+#include "support/model_support.h"
 
 namespace {
 

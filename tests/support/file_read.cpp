@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "model/model_support.h"
+#include "support/model_support.h"
 #include "support/corpus.h"
 #include "support/records.h"
 

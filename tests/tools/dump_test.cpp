@@ -10,7 +10,7 @@
 
 #include "dump.h"
 #include "igeslib_registry.h"
-#include "model/model_support.h"
+#include "support/model_support.h"
 
 namespace {
 
