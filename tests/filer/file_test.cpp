@@ -14,8 +14,8 @@
 #include <gtest/gtest.h>
 
 #include "filer_fixture.h"
-#include "support/model_support.h"
 #include "support/corpus.h"
+#include "support/model_support.h"
 
 using igeslib_test::CapturedReports;
 using igeslib_test::FileRead;

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "filer_fixture.h"
-#include "support/model_support.h"
 #include "support/corpus.h"
+#include "support/model_support.h"
 
 using igeslib_test::FilerOver;
 using igeslib_test::IgesText;

@@ -14,8 +14,8 @@
 #include <gtest/gtest.h>
 
 #include "igeslib_io.h"
-#include "support/model_support.h"
 #include "support/corpus.h"
+#include "support/model_support.h"
 #include "support/records.h"
 #include "support/reports.h"
 

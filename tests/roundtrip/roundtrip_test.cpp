@@ -17,9 +17,9 @@
 #include <gtest/gtest.h>
 
 #include "igeslib_registry.h"
-#include "support/model_support.h"
 #include "support/corpus.h"
 #include "support/file_read.h"
+#include "support/model_support.h"
 #include "support/settle.h"
 
 namespace {

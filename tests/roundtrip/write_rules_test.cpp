@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/model_support.h"
 #include "support/file_read.h"
+#include "support/model_support.h"
 #include "support/records.h"
 
 namespace {

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "support/model_support.h"
 #include "support/corpus.h"
+#include "support/model_support.h"
 #include "support/records.h"
 
 namespace igeslib_test {
