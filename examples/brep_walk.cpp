@@ -2,6 +2,7 @@
 // faces and their surfaces, loops, edge uses, edges with their curves, and the vertices that
 // bound each edge.
 #include <cstdio>
+#include <span>
 
 #include <igeslib.h>
 
@@ -55,15 +56,12 @@ int main(int argc, char** argv) {
     std::fputs("Usage: brep_walk FILE\n", stderr);
     return 2;
   }
-  igeslib_force_load();
-  LumoDesign* design = LUMO.newDesign("part");
-  LUMO.useDesign(design);
-  auto* file = new (design) igs_iges_file;
-  if (!file->read(argv[1], 0)) return 1;
-  ListOfigs_directory_entry* entities = file->directory_entries();
+  igeslib::Model model = igeslib::read(argv[1]);  // reports go to standard error
+  if (!model.completed()) return 1;
+  std::span<igs_directory_entry* const> entities = model.entities();
   unsigned solids = 0;
-  for (unsigned i = 0; i < entities->size(); ++i) {
-    auto* solid = lumo_cast<igs_manifold_solid_brep_entity>((*entities)[i]);
+  for (unsigned i = 0; i < entities.size(); ++i) {
+    auto* solid = lumo_cast<igs_manifold_solid_brep_entity>(entities[i]);
     if (!solid) continue;
     std::printf("Solid %u\n", 2 * i + 1);
     walk_shell(solid->shell());
@@ -72,7 +70,5 @@ int main(int argc, char** argv) {
     ++solids;
   }
   std::printf("%u solids\n", solids);
-  LUMO.useDesign(nullptr);
-  delete design;
-  return 0;
+  return 0;  // the model releases its design
 }

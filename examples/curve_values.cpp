@@ -1,6 +1,7 @@
 // curve_values FILE: every value of every rational B-spline curve (126) of an IGES file, read
 // through its typed accessors; nothing is evaluated.
 #include <cstdio>
+#include <span>
 
 #include <igeslib.h>
 
@@ -40,22 +41,17 @@ int main(int argc, char** argv) {
     std::fputs("Usage: curve_values FILE\n", stderr);
     return 2;
   }
-  igeslib_force_load();
-  LumoDesign* design = LUMO.newDesign("part");
-  LUMO.useDesign(design);
-  auto* file = new (design) igs_iges_file;
-  if (!file->read(argv[1], 0)) return 1;
-  ListOfigs_directory_entry* entities = file->directory_entries();
+  igeslib::Model model = igeslib::read(argv[1]);  // reports go to standard error
+  if (!model.completed()) return 1;
+  std::span<igs_directory_entry* const> entities = model.entities();
   unsigned curves = 0;
-  for (unsigned i = 0; i < entities->size(); ++i) {
-    auto* curve = lumo_cast<igs_rational_bspline_curve_entity>((*entities)[i]);
+  for (unsigned i = 0; i < entities.size(); ++i) {
+    auto* curve = lumo_cast<igs_rational_bspline_curve_entity>(entities[i]);
     if (!curve) continue;  // another class: lumo_cast answers null
     std::printf("Entity %u: ", 2 * i + 1);
     print_curve(curve);
     ++curves;
   }
   std::printf("%u curves\n", curves);
-  LUMO.useDesign(nullptr);
-  delete design;
-  return 0;
+  return 0;  // the model releases its design
 }

@@ -2,6 +2,7 @@
 // file it lists every attribute of its class by name with the domain of its values and, for
 // plain values, the value itself; then it changes one attribute by name and reads it back.
 #include <cstdio>
+#include <span>
 
 #include <igeslib.h>
 
@@ -47,14 +48,11 @@ int main(int argc, char** argv) {
     std::fputs("Usage: dictionary_walk FILE\n", stderr);
     return 2;
   }
-  igeslib_force_load();
-  LumoDesign* design = LUMO.newDesign("part");
-  LUMO.useDesign(design);
-  auto* file = new (design) igs_iges_file;
-  if (!file->read(argv[1], 0)) return 1;
-  ListOfigs_directory_entry* entities = file->directory_entries();
-  if (entities->size() == 0) return 1;
-  igs_directory_entry* entity = (*entities)[0];
+  igeslib::Model model = igeslib::read(argv[1]);  // reports go to standard error
+  if (!model.completed()) return 1;
+  std::span<igs_directory_entry* const> entities = model.entities();
+  if (entities.size() == 0) return 1;
+  igs_directory_entry* entity = entities[0];
 
   LumoDomain* domain = entity->domain();  // the class as the dictionary knows it
   std::printf("%s\n", domain->name());
@@ -72,7 +70,5 @@ int main(int argc, char** argv) {
   entity->putString("FIRST", "label", 0);
   std::printf("label now \"%s\"\n", *entity->slotAddress(label, 0).s);
 
-  LUMO.useDesign(nullptr);
-  delete design;
-  return 0;
+  return 0;  // the model releases its design
 }

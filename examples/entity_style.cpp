@@ -1,5 +1,6 @@
 // entity_style FILE: the colour, level and name of every entity of an IGES file that has them.
 #include <cstdio>
+#include <span>
 
 #include <igeslib.h>
 
@@ -61,14 +62,11 @@ int main(int argc, char** argv) {
     std::fputs("Usage: entity_style FILE\n", stderr);
     return 2;
   }
-  igeslib_force_load();
-  LumoDesign* design = LUMO.newDesign("part");
-  LUMO.useDesign(design);
-  auto* file = new (design) igs_iges_file;
-  if (!file->read(argv[1], 0)) return 1;
-  ListOfigs_directory_entry* entities = file->directory_entries();
-  for (unsigned i = 0; i < entities->size(); ++i) {
-    igs_directory_entry* entity = (*entities)[i];
+  igeslib::Model model = igeslib::read(argv[1]);  // reports go to standard error
+  if (!model.completed()) return 1;
+  std::span<igs_directory_entry* const> entities = model.entities();
+  for (unsigned i = 0; i < entities.size(); ++i) {
+    igs_directory_entry* entity = entities[i];
     std::printf("%d %s:", 2 * i + 1, entity->domain()->name());
     bool styled = print_style<igs_geometric_entity>(entity) ||
                   print_style<igs_annotation_entity>(entity) ||
@@ -78,7 +76,5 @@ int main(int argc, char** argv) {
     print_name(entity);
     std::printf("\n");
   }
-  LUMO.useDesign(nullptr);
-  delete design;
-  return 0;
+  return 0;  // the model releases its design
 }
