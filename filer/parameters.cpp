@@ -42,9 +42,12 @@ IgeslibIO* IgeslibIO::parse_pd_section(ListOfigs_directory_entry* list) {
     record_failed = 0;
     igs_directory_entry* entity = igeslib_entity_at(list, pointer);
     entity_items_past_end = 0;
+    entity_de = pointer;
     in_entity = true;
-    igeslib_catch_skip([&] { read_entity(entity, list); });
+    bool whole = igeslib_catch_skip([&] { read_entity(entity, list); });
     in_entity = false;
+    if (whole && entity_items_past_end && !record_failed)
+      note(IgeslibNoteKind::short_record, {}, static_cast<int>(entity_items_past_end));
     read_record();
     while (back_pointer == pointer) {
       if (f_rec_section != 'P') break;
