@@ -15,38 +15,12 @@
 
 #include <igeslib.h>
 
+#include "module.h"
+
 namespace py = pybind11;
+using namespace igeslib_python;
 
 namespace {
-
-// What a wrapper needs of its model: the model itself (its design owns every object) and the
-// one wrapper of each object now alive, so that an object is the same Python object each time.
-struct ModelState {
-  igeslib::Model model;
-  std::unordered_map<LumoObject*, PyObject*> wrappers;  // borrowed: each wrapper erases itself
-  py::object reports;                                   // the read's, made on first request
-};
-using StatePtr = std::shared_ptr<ModelState>;
-
-// A structure of a model: an entity, or a value structure such as the Global section or a
-// coordinate. Entities are wrapped as the subclass Entity.
-struct Object {
-  Object(StatePtr s, LumoObject* o) : state(std::move(s)), object(o) {}
-  ~Object() { state->wrappers.erase(object); }
-  Object(const Object&) = delete;
-  Object& operator=(const Object&) = delete;
-  StatePtr state;
-  LumoObject* object;
-};
-struct Entity : Object {
-  using Object::Object;
-};
-
-// A live view of an aggregate attribute (a list or array of values, objects or aggregates).
-struct Aggregate {
-  StatePtr state;
-  LumoAggregate* aggregate;
-};
 
 struct EntityList {
   StatePtr state;
@@ -707,5 +681,6 @@ PYBIND11_MODULE(igeslib, m) {
         return rows;
       },
       "The entity-type registry: (type, form or None for every other form, class name) rows.");
+  bind_geometry(m);
   m.attr("__version__") = igeslib_version();
 }

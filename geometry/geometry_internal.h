@@ -1,0 +1,117 @@
+// What the evaluators of the geometry floor share: the one dispatch on the entity's class,
+// the guard against reference loops, B-spline bases and the adaptive polyline.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "igeslib_geometry.h"
+
+class ArrayOfDouble;
+class ListOfigs_coordinate;
+class igs_directory_entry;
+
+namespace igeslib::detail {
+
+// The state of one make_curve or make_surface call: how deep the chain of references runs
+// (a composite curve of composite curves..., or a loop of them in a damaged file) and where
+// the reason for a failure goes.
+class Build {
+ public:
+  explicit Build(std::string* why) : why_(why) {}
+  // Records the first reason given and answers null, so that a factory can
+  // `return build.fail("no control points");`.
+  std::nullptr_t fail(const std::string& reason) {
+    if (why_ && why_->empty()) *why_ = reason;
+    return nullptr;
+  }
+  // Entered around each followed reference; false (with the reason recorded) past the depth
+  // that no real file reaches.
+  bool enter() {
+    if (++depth_ > max_depth) {
+      fail("references nested too deep or in a loop");
+      return false;
+    }
+    return true;
+  }
+  void leave() { --depth_; }
+  // The failure of a factory handed an entity of another class: "entity not read" for one
+  // that the reader kept as text, else "not a <kind>".
+  std::nullptr_t wrong_class(igs_directory_entry* entity, const char* kind);
+  static constexpr int max_depth = 64;
+
+ private:
+  std::string* why_;
+  int depth_ = 0;
+};
+
+// The dispatch: the evaluator of entity in its own coordinates, or null with the reason.
+std::unique_ptr<Curve> build_curve(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> build_surface(igs_directory_entry* entity, Build& build);
+// An entity that another refers to, placed into its parent's coordinates by its own matrix.
+// A null entity fails with "missing <what>".
+std::unique_ptr<Curve> child_curve(igs_directory_entry* entity, Build& build, const char* what);
+std::unique_ptr<Surface> child_surface(igs_directory_entry* entity, Build& build, const char* what);
+
+// Factories, one per class, by the file that holds them. Each takes the entity as the class
+// the dispatch found.
+std::unique_ptr<Curve> make_circular_arc(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_composite_curve(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_conic_arc(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_copious_data(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_line(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_parametric_spline_curve(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_point(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_bspline_curve(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_offset_curve(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Curve> make_curve_on_surface(igs_directory_entry* entity, Build& build);
+
+std::unique_ptr<Surface> make_plane(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_parametric_spline_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_ruled_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_surface_of_revolution(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_tabulated_cylinder(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_bspline_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_offset_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_bounded_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_trimmed_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_plane_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_cylindrical_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_conical_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_spherical_surface(igs_directory_entry* entity, Build& build);
+std::unique_ptr<Surface> make_toroidal_surface(igs_directory_entry* entity, Build& build);
+
+// ---- B-spline bases
+
+// The knot span of t for degree p over knots (n + 1 basis functions, knots.size() ==
+// n + p + 2): the index i with knots[i] <= t < knots[i + 1], clamped to [p, n], so that t at
+// the end of the range takes the last nonempty span.
+int find_span(std::span<const double> knots, int p, int n, double t);
+// The p + 1 nonzero basis functions at t in span i and their first derivatives (ders may be
+// null): values[j] and ders[j] belong to basis function i - p + j.
+void basis(std::span<const double> knots, int p, int i, double t, double* values, double* ders);
+
+// Checks the counts and order of a B-spline's data: degree at least 1 (0 for a polyline of
+// points is allowed), knots non-decreasing and finite, as many as points + degree + 1,
+// weights positive. Returns an empty string when fit, else the reason.
+std::string bspline_fault(int degree, std::size_t points, std::span<const double> knots,
+                          std::span<const double> weights);
+
+// The values of a list of reals and the points of a list of coordinates; empty for null.
+std::vector<double> values_of(ArrayOfDouble* array);
+std::vector<Vec3> points_of(ListOfigs_coordinate* list);
+
+// ---- polylines
+
+// The adaptive polyline of a curve over [lo, hi] through the given breaks: each span between
+// breaks is split at its middle until the chord and angle tolerances hold (or the point
+// bound is met).
+Polyline adaptive_polyline(const Curve& curve, const Tolerance& tolerance, double lo, double hi,
+                           std::span<const double> breaks);
+// The chord to use: the tolerance's, or 1/1000 of the box's diagonal when it is 0 (and a
+// tiny positive value when that is 0 too).
+double chord_for(const Tolerance& tolerance, const Box& box);
+
+}  // namespace igeslib::detail

@@ -1,0 +1,267 @@
+// Geometry from the model: curves and surfaces evaluated, placed in model space, sampled and
+// bounded. The entity classes hold what a file says; this floor reads them (never the file)
+// and answers points, derivatives, normals, polylines and boxes.
+//
+//   std::string why;
+//   std::unique_ptr<igeslib::Curve> curve = igeslib::make_curve(entity, &why);
+//   if (!curve) ...                                   // why says what was missing
+//   igeslib::Vec3 p = curve->point(curve->range().lo);
+//   igeslib::Polyline line = curve->polyline({.chord = 0.01});
+//
+// An evaluator works in its entity's own coordinates (before the entity's transformation
+// matrix); placed() or make_placed_curve() puts it in model space. Members of a composite
+// curve, the curves of a ruled surface and every other entity that an entity refers to are
+// placed by their own matrices into their parent's coordinates, as the file format defines.
+// Evaluators hold pointers to the entity objects and read them at every call: they live no
+// longer than the model, and a change of an entity after make_curve may or may not show.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+class igs_directory_entry;
+class igs_global;
+class igs_transformation_matrix_entity;
+
+namespace igeslib {
+
+struct Vec3 {
+  double x = 0, y = 0, z = 0;
+  constexpr Vec3 operator+(const Vec3& b) const { return {x + b.x, y + b.y, z + b.z}; }
+  constexpr Vec3 operator-(const Vec3& b) const { return {x - b.x, y - b.y, z - b.z}; }
+  constexpr Vec3 operator-() const { return {-x, -y, -z}; }
+  constexpr Vec3 operator*(double s) const { return {x * s, y * s, z * s}; }
+  constexpr Vec3 operator/(double s) const { return {x / s, y / s, z / s}; }
+  constexpr Vec3& operator+=(const Vec3& b) { return *this = *this + b; }
+  constexpr Vec3& operator-=(const Vec3& b) { return *this = *this - b; }
+  constexpr bool operator==(const Vec3&) const = default;
+};
+constexpr Vec3 operator*(double s, const Vec3& v) { return v * s; }
+constexpr double dot(const Vec3& a, const Vec3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+constexpr Vec3 cross(const Vec3& a, const Vec3& b) {
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+inline double norm(const Vec3& v) { return std::sqrt(dot(v, v)); }
+// v scaled to length 1; the zero vector (and one that isn't finite) stays as it is.
+Vec3 normalized(const Vec3& v);
+inline bool finite(const Vec3& v) {
+  return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
+}
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+// A closed parameter interval. An unbounded end is infinite (the ray and line forms of a
+// line, the axial direction of an analytic cylinder or cone, an unbounded plane).
+struct Interval {
+  double lo = 0, hi = 0;
+  bool bounded() const { return std::isfinite(lo) && std::isfinite(hi); }
+  double length() const { return hi - lo; }
+  bool contains(double t) const { return t >= lo && t <= hi; }
+  double clamp(double t) const { return t < lo ? lo : (t > hi ? hi : t); }
+};
+
+// An axis-aligned box; a new box is empty and takes the first point added.
+struct Box {
+  Vec3 min{infinity, infinity, infinity};
+  Vec3 max{-infinity, -infinity, -infinity};
+  bool empty() const { return !(min.x <= max.x && min.y <= max.y && min.z <= max.z); }
+  // Points that aren't finite are left out.
+  void add(const Vec3& p);
+  void add(const Box& b);
+  Vec3 centre() const { return (min + max) * 0.5; }
+  Vec3 size() const { return empty() ? Vec3{} : max - min; }
+  double diagonal() const { return empty() ? 0.0 : norm(max - min); }
+};
+
+// An affine map x' = R x + T, as a transformation matrix entity states it: rows
+// (r11 r12 r13 t1), (r21 r22 r23 t2), (r31 r32 r33 t3).
+struct Transform {
+  std::array<std::array<double, 4>, 3> m{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}};
+
+  static Transform translation(const Vec3& t);
+  static Transform scaling(double s);
+  // A rotation by angle (radians, counter-clockwise) about the z axis.
+  static Transform rotation_z(double angle);
+  // The matrix of a transformation matrix entity alone, without the matrix it refers to.
+  static Transform of(igs_transformation_matrix_entity* matrix);
+
+  Vec3 point(const Vec3& p) const;
+  // A direction or derivative: the linear part only.
+  Vec3 vector(const Vec3& v) const;
+  // This map after inner: (a * b).point(p) == a.point(b.point(p)).
+  Transform operator*(const Transform& inner) const;
+  bool is_identity() const;
+  // The factor by which lengths grow: the largest singular value's bound used by tolerances,
+  // the cube root of |det R| for a similarity, at least a tiny positive value.
+  double scale() const;
+};
+
+// The map from an entity's own coordinates to model space: its transformation matrix, after
+// it the matrix that matrix refers to, and so on outward. No matrix gives the identity; a
+// chain of matrices that comes back on itself is followed once around.
+Transform placement_of(igs_directory_entry* entity);
+// The entity's transformation matrix (geometric, annotation, structure and solid families
+// carry one); null for none or for a class without the field.
+igs_transformation_matrix_entity* transformation_of(igs_directory_entry* entity);
+
+// How finely a curve is turned into a polyline. The chord is the largest distance between a
+// segment and the curve, in the curve's units; 0 means 1/1000 of the diagonal of the curve's
+// box. The angle (radians) is the largest turn of the tangent along one segment.
+struct Tolerance {
+  double chord = 0;
+  double angle = 0.2617993877991494;  // 15 degrees
+  // A bound on the points of one polyline, so that a tolerance far below the model's
+  // resolution can't run away; the polyline is then as fine as this many points allow.
+  int max_points = 100000;
+};
+
+// A polyline with the parameter of each point.
+struct Polyline {
+  std::vector<double> t;
+  std::vector<Vec3> points;
+};
+
+class Curve {
+ public:
+  virtual ~Curve() = default;
+  // The parameter interval of the curve.
+  virtual Interval range() const = 0;
+  // The point and the first derivative with respect to the parameter at t; t outside the
+  // range is evaluated where the definition allows, else at the nearest end.
+  virtual void evaluate(double t, Vec3& point, Vec3& d1) const = 0;
+  Vec3 point(double t) const;
+  Vec3 derivative(double t) const;
+  // Parameters where the curve may break: knots, spline joints, member and segment ends,
+  // sorted, ends of the range included. A polyline keeps every break as a vertex.
+  virtual std::vector<double> breaks() const;
+  // Points along the curve within the tolerance, the ends and the breaks included. An
+  // unbounded curve is sampled over its finite_range().
+  virtual Polyline polyline(const Tolerance& tolerance = {}) const;
+  // A box that holds the curve over its finite range: from a control polygon where one
+  // exists (it holds the curve), else from the polyline enlarged by its chord.
+  virtual Box bounds() const;
+  // range() with each infinite end replaced by a finite stand-in that shows the curve (a
+  // ray or line form of a line: its defining segment).
+  virtual Interval finite_range() const { return range(); }
+  // The entity evaluated; null for a curve made here (an iso-curve, a placed copy keeps it).
+  igs_directory_entry* entity() const { return entity_; }
+
+ protected:
+  igs_directory_entry* entity_ = nullptr;
+};
+
+// The domain of a surface: u and v intervals.
+struct Domain {
+  Interval u, v;
+};
+
+struct SurfacePoint {
+  Vec3 point, du, dv;
+  // The unit normal du x dv; the zero vector where the surface is degenerate.
+  Vec3 normal() const { return normalized(cross(du, dv)); }
+};
+
+class Surface {
+ public:
+  virtual ~Surface() = default;
+  virtual Domain domain() const = 0;
+  // The point and both partial derivatives at (u, v).
+  virtual SurfacePoint evaluate(double u, double v) const = 0;
+  Vec3 point(double u, double v) const { return evaluate(u, v).point; }
+  Vec3 normal(double u, double v) const { return evaluate(u, v).normal(); }
+  // Knots or patch joints in each direction, sorted, domain ends included.
+  virtual std::vector<double> u_breaks() const;
+  virtual std::vector<double> v_breaks() const;
+  // domain() with each infinite end replaced by a finite stand-in that shows the surface.
+  virtual Domain finite_domain() const { return domain(); }
+  // The curve at fixed u (its parameter runs over v) and at fixed v (over u).
+  std::unique_ptr<Curve> iso_u(double u) const;
+  std::unique_ptr<Curve> iso_v(double v) const;
+  // A box that holds the surface over its finite domain: the control net's where there is
+  // one, else from a grid of points with the iso-curves' polylines, enlarged by a margin.
+  virtual Box bounds() const;
+  igs_directory_entry* entity() const { return entity_; }
+
+ protected:
+  igs_directory_entry* entity_ = nullptr;
+};
+
+// Whether an entity is of a class evaluated as a curve (100, 102, 104, 106 forms 1-3, 11-13
+// and 63, 110, 112, 116, 126, 130, 142) or as a surface (108, 114, 118, 120, 122, 128, 140,
+// 190-198; 143 and 144 evaluate as their underlying surface).
+bool is_curve(igs_directory_entry* entity);
+bool is_surface(igs_directory_entry* entity);
+
+// The evaluator of a curve or surface entity in its own coordinates. Null when the entity is
+// of no such class, or when its data can't be evaluated (a pointer to nothing, no control
+// points, knots out of order, a loop of references); why, when given, then says which in a
+// few words ("no control points").
+std::unique_ptr<Curve> make_curve(igs_directory_entry* entity, std::string* why = nullptr);
+std::unique_ptr<Surface> make_surface(igs_directory_entry* entity, std::string* why = nullptr);
+
+// The same evaluators in model space: placed by placement_of(entity), then by outer (a
+// subfigure instance's map, say).
+std::unique_ptr<Curve> make_placed_curve(igs_directory_entry* entity, std::string* why = nullptr,
+                                         const Transform& outer = {});
+std::unique_ptr<Surface> make_placed_surface(igs_directory_entry* entity,
+                                             std::string* why = nullptr,
+                                             const Transform& outer = {});
+// An evaluator mapped by a transform; the identity gives it back unchanged.
+std::unique_ptr<Curve> placed(std::unique_ptr<Curve> curve, const Transform& transform);
+std::unique_ptr<Surface> placed(std::unique_ptr<Surface> surface, const Transform& transform);
+
+// ---- placement in the model
+
+// One entity as it stands in the model: its map to model space (its own matrices included)
+// and the subfigure instance it is shown by.
+struct Placed {
+  igs_directory_entry* entity = nullptr;
+  Transform transform;
+  // The outermost subfigure instance (408, 412, 414) that shows it; null for an entity that
+  // stands on its own.
+  igs_directory_entry* instance = nullptr;
+};
+
+// Every entity as it is shown, in file order: each entity that nothing owns (subordinate
+// switch independent) with placement_of(entity), and for each subfigure instance the
+// entities of its definition, nested definitions and arrays expanded, once per position
+// shown. Blanked entities are included (Placed.entity->blank() tells).
+std::vector<Placed> placements(std::span<igs_directory_entry* const> entities);
+
+// The model's units, from the Global section.
+struct Units {
+  int flag = 0;      // the unit flag: 1 inches, 2 millimetres, ... 11 microinches
+  std::string name;  // the unit name as the file gives it ("MM", "INCH")
+  double model_space_scale = 1;
+  // Millimetres in one model unit, from the flag (or from the name where the flag is 3 or
+  // unknown); 0 when neither tells.
+  double millimetres = 0;
+  // "MM", "IN", ... the unit's usual short name; "unknown" when millimetres is 0.
+  std::string symbol() const;
+};
+Units model_units(igs_global* global);
+
+// ---- bounds
+
+// The box of one entity in model space under transform: a curve's, a surface's, a point's;
+// empty for an entity without geometry of its own.
+Box entity_bounds(igs_directory_entry* entity, const Transform& transform);
+// The box of everything placements() gives that has geometry, blanked entities left out.
+Box model_bounds(std::span<igs_directory_entry* const> entities);
+
+// ---- display attributes
+
+struct Rgb {
+  double r = 0, g = 0, b = 0;  // 0 to 1
+};
+// The entity's colour: a colour number (1 black ... 8 white) or a colour definition's
+// values; nothing for no colour (the number 0) or a class without the field.
+std::optional<Rgb> colour_of(igs_directory_entry* entity);
+
+}  // namespace igeslib

@@ -1,0 +1,10 @@
+// The parametric spline surface (114).
+#include "geometry_internal.h"
+
+namespace igeslib::detail {
+
+std::unique_ptr<Surface> make_parametric_spline_surface(igs_directory_entry*, Build& build) {
+  return build.fail("not evaluated yet");
+}
+
+}  // namespace igeslib::detail
