@@ -2,6 +2,7 @@
 // their flags (planar, closed, polynomial) against what the data describe.
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <span>
 
 #include "check_internal.h"
@@ -143,6 +144,56 @@ void curve(Context& c, igs_rational_bspline_curve_entity* e) {
   }
 }
 
+// Knots clamped at both ends (the first and the last degree + 1 equal) with the range over
+// all of them: the surface's edges in that direction are its first and last rows of points.
+bool clamped(std::span<const double> knots, int degree, std::span<const double> range) {
+  if (degree < 1 || knots.size() < 2 * static_cast<std::size_t>(degree) + 2 || range.size() != 2)
+    return false;
+  std::size_t last = knots.size() - 1;
+  for (int i = 1; i <= degree; ++i)
+    if (knots[i] != knots[0] || knots[last - i] != knots[last]) return false;
+  return range[0] == knots[0] && range[1] == knots[last];
+}
+
+// How far apart the surface's opposite edges in a direction (0 the first) lie, at most:
+// sampled where the geometry evaluates the surface, else from the rows of control points of a
+// clamped surface; nothing when neither can tell.
+std::optional<double> edge_gap(igs_rational_bspline_surface_entity* e, int direction) {
+  if (std::unique_ptr<Surface> evaluated = make_surface(e)) {
+    Domain d = evaluated->domain();
+    double gap = 0;
+    for (int k = 0; k <= 4; ++k) {
+      double u = d.u.lo + d.u.length() * k / 4, v = d.v.lo + d.v.length() * k / 4;
+      gap = std::max(gap, direction == 0
+                              ? norm(evaluated->point(d.u.hi, v) - evaluated->point(d.u.lo, v))
+                              : norm(evaluated->point(u, d.v.hi) - evaluated->point(u, d.v.lo)));
+    }
+    return gap;
+  }
+  bool first = direction == 0;
+  if (!clamped(values(first ? e->s_ : e->t_), first ? e->m1() : e->m2(),
+               values(first ? e->u_ : e->v_)))
+    return std::nullopt;
+  ListOfListOfigs_coordinate* rows = e->control_points_;
+  unsigned n = rows ? rows->size() : 0;
+  if (n < 2) return std::nullopt;
+  double gap = 0;
+  if (first) {  // the first row of points against the last, point by point
+    ListOfigs_coordinate* a = (*rows)[0];
+    ListOfigs_coordinate* b = (*rows)[n - 1];
+    if (!a || !b || a->size() != b->size()) return std::nullopt;
+    for (unsigned j = 0; j < a->size(); ++j)
+      gap = std::max(gap, norm(point_of((*b)[j]) - point_of((*a)[j])));
+  } else {  // the first point of each row against its last
+    for (unsigned i = 0; i < n; ++i) {
+      ListOfigs_coordinate* row = (*rows)[i];
+      if (!row || row->size() < 2) return std::nullopt;
+      gap = std::max(gap, norm(point_of((*row)[row->size() - 1]) - point_of((*row)[0])));
+    }
+  }
+  return gap;
+}
+
 void surface(Context& c, igs_rational_bspline_surface_entity* e) {
   int de = c.de(e);
   std::span<const double> s = values(e->s_), t = values(e->t_), u = values(e->u_),
@@ -167,29 +218,15 @@ void surface(Context& c, igs_rational_bspline_surface_entity* e) {
   range(c, de, "v", v, t, e->m2(), points_v, trusted_v && std::is_sorted(t.begin(), t.end()));
   weights(c, de, w, e->prop3() == igs_property3_polynomial);
 
-  bool closed_u = e->prop1() == igs_property2_closed;
-  bool closed_v = e->prop2() == igs_property2_closed;
-  if (!closed_u && !closed_v) return;
-  std::unique_ptr<Surface> evaluated = make_surface(e);
-  if (!evaluated) return;
-  Domain d = evaluated->domain();
   for (int direction = 0; direction < 2; ++direction) {
-    if (!(direction == 0 ? closed_u : closed_v)) continue;
-    double gap = 0;
-    for (int k = 0; k <= 4; ++k) {
-      double across =
-          direction == 0 ? d.v.lo + d.v.length() * k / 4 : d.u.lo + d.u.length() * k / 4;
-      Vec3 a = direction == 0 ? evaluated->point(d.u.lo, across) : evaluated->point(across, d.v.lo);
-      Vec3 b = direction == 0 ? evaluated->point(d.u.hi, across) : evaluated->point(across, d.v.hi);
-      gap = std::max(gap, norm(b - a));
-    }
-    if (gap > c.resolution)
+    if ((direction == 0 ? e->prop1() : e->prop2()) != igs_property2_closed) continue;
+    std::optional<double> gap = edge_gap(e, direction);
+    if (gap && *gap > c.resolution)
       c.add("bspline-closed-flag", de, direction == 0 ? "prop1" : "prop2",
             std::string("flagged closed in the ") + (direction == 0 ? "first" : "second") +
-                " direction; its opposite edges lie up to " + number(gap) + " apart");
+                " direction; its opposite edges lie up to " + number(*gap) + " apart");
   }
 }
-
 }  // namespace
 
 void check_bsplines(Context& c) {

@@ -73,7 +73,6 @@ constexpr CheckCode kCodes[] = {
     {"color-range", W, "a colour definition's value outside 0 to 100"},
     {"subfigure-depth", E, "a subfigure definition whose depth doesn't exceed one it contains"},
     {"text-count", W, "a text's character count that differs from its string"},
-    {"computed-value", W, "a count of the record that the entity's own data gives otherwise"},
 };
 
 }  // namespace

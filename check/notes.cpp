@@ -24,7 +24,7 @@ std::string field_text(const IgeslibField& field) {
 
 // The classes that a field of type holds: the type itself, or the entity choices of a select.
 std::string accepted(LumoTypePtr* type) {
-  if (!type) return "an entity";
+  if (!type || type == &lumotype_igs_directory_entry) return "entities";
   LumoType& t = **type;
   if (!t.derivesFrom(&*lumotype_LumoUnion)) return type_name(type);
   std::string names;
@@ -62,9 +62,12 @@ void pointer_note(Context& c, const IgeslibReadNote& note, const std::string& fi
   int sign = note.expected < 0 ? -1 : 1;
   std::string given = "pointer " + std::to_string(v);
   if (v == 0) {
+    const char* given_as = note.param_state == PARAM_END_OF_RECORD
+                               ? "the record ends before a pointer"
+                           : note.param_state == PARAM_DEFAULTED ? "an empty pointer"
+                                                                 : "pointer 0";
     c.add("pointer-zero", note.de, field,
-          std::string(note.param_state == PARAM_DEFAULTED ? "an empty pointer" : "pointer 0") +
-              " in a list of " + accepted(note.field.type) +
+          std::string(given_as) + " in a list of " + accepted(note.field.type) +
               "; the reader takes the file's first entity",
           note.line);
     return;
@@ -100,8 +103,7 @@ void check_notes(Context& c) {
     std::string field = field_text(note.field);
     switch (note.kind) {
       case IgeslibNoteKind::pointer:
-        // Past the end of its record the pointer isn't in the file: the record is short.
-        if (note.param_state != PARAM_END_OF_RECORD) pointer_note(c, note, field);
+        pointer_note(c, note, field);
         break;
       case IgeslibNoteKind::code: {
         std::string values = values_of(note.field.type);
@@ -111,15 +113,14 @@ void check_notes(Context& c) {
               note.line);
         break;
       }
-      case IgeslibNoteKind::computed: {
-        bool text = field.size() > 3 && field.compare(field.size() - 3, 3, ".nc") == 0;
-        c.add(text ? "text-count" : "computed-value", note.de, field,
-              "the record gives " + std::to_string(note.value) + (text ? " characters" : "") +
-                  "; " + (text ? "the string has " : "the data give ") +
+      case IgeslibNoteKind::computed:
+        // The counts that an entity computes from its own data are the character counts of
+        // texts (the notes' strings).
+        c.add("text-count", note.de, field,
+              "the record gives " + std::to_string(note.value) + " characters; the string has " +
                   std::to_string(note.expected),
               note.line);
         break;
-      }
       case IgeslibNoteKind::constant:
         c.add("constant-value", note.de, field,
               "the record gives " + std::to_string(note.value) + " where the entity has " +

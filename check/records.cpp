@@ -229,7 +229,6 @@ class StructureCheck {
                  section_name("SGDPT"[section_]) + " section",
              r.line);
     }
-    if (k != section_) expected_ = 1;
     section_ = k;
     counted_[k]++;
     sequence(r, k);
@@ -259,17 +258,20 @@ class StructureCheck {
   }
 
  private:
+  // Each section numbers its records from 1, on from its last record when it comes again.
   void sequence(const Record& r, int k) {
-    if (k < 4 && r.sequence != expected_ && ++breaks_[k] <= kMaxBreaks) {
-      c_.add("sequence-number", 0, "",
-             std::string(section_name(r.section)) + " record " + std::to_string(counted_[k]) +
-                 " has sequence number " +
-                 (r.sequence < 0 ? std::string("none") : std::to_string(r.sequence)) + ", not " +
-                 std::to_string(expected_),
-             r.line);
+    int& expected = expected_by_section_[k];
+    if (k < 4 && r.sequence != expected) {
+      last_break_line_[k] = r.line;
+      if (++breaks_[k] <= kMaxBreaks)
+        c_.add("sequence-number", 0, "",
+               std::string(section_name(r.section)) + " record " + std::to_string(counted_[k]) +
+                   " has sequence number " +
+                   (r.sequence < 0 ? std::string("none") : std::to_string(r.sequence)) + ", not " +
+                   std::to_string(expected),
+               r.line);
     }
-    if (k < 4 && r.sequence != expected_) last_break_line_[k] = r.line;
-    expected_ = (r.sequence < 0 ? expected_ : r.sequence) + 1;
+    expected = (r.sequence < 0 ? expected : r.sequence) + 1;
   }
 
   void directory(const Record& r) {
@@ -384,7 +386,7 @@ class StructureCheck {
 
   Context& c_;
   int section_ = 0;
-  int expected_ = 1;
+  int expected_by_section_[5] = {1, 1, 1, 1, 1};
   int counted_[5] = {};
   int breaks_[4] = {};
   int last_break_line_[4] = {};

@@ -18,6 +18,9 @@ using Ends = std::array<Vec3, 2>;
 
 Vec3 point_of(igs_coordinate* p) { return p ? Vec3{p->x(), p->y(), p->z()} : Vec3{}; }
 
+// How close two ends must be, as the messages say it.
+std::string tolerance_text(double tolerance) { return " (tolerance " + number(tolerance) + ")"; }
+
 // A gap between two curves that should meet: where and how wide.
 struct Gap {
   std::string where;
@@ -112,7 +115,8 @@ void closes(Context& c, int de, const std::string& field, const std::string& wha
     if (gap.width > 0) {
       c.add("trim-not-closed", de, field,
             what + ": in curve " + std::to_string(i) + " (DE " +
-                std::to_string(c.de(curves[i].first)) + "), " + gap.where);
+                std::to_string(c.de(curves[i].first)) + "), " + gap.where +
+                tolerance_text(tolerance));
       return;
     }
     if (whole) {
@@ -120,7 +124,7 @@ void closes(Context& c, int de, const std::string& field, const std::string& wha
       if (width > tolerance) {
         c.add("trim-not-closed", de, field,
               what + ": curve " + std::to_string(i) + " starts " + number(width) +
-                  " from the end of curve " + std::to_string(i - 1));
+                  " from the end of curve " + std::to_string(i - 1) + tolerance_text(tolerance));
         return;
       }
       (*whole)[1] = (*next)[1];
@@ -132,17 +136,25 @@ void closes(Context& c, int de, const std::string& field, const std::string& wha
   double width = norm((*whole)[1] - (*whole)[0]);
   if (width > tolerance)
     c.add("trim-not-closed", de, field,
-          what + " doesn't close: its ends lie " + number(width) + " apart");
+          what + " doesn't close: its ends lie " + number(width) + " apart" +
+              tolerance_text(tolerance));
 }
 
 // Lengths in a surface's parameter space are held to a part of its domain's extent: the
 // Global resolution is a length of the model.
 double parameter_tolerance(igs_directory_entry* surface) {
-  std::unique_ptr<Surface> evaluated = surface ? make_surface(surface) : nullptr;
-  if (!evaluated) return 1e-6;
-  Domain d = evaluated->domain();
-  double extent = std::max(d.u.bounded() ? d.u.length() : 0.0, d.v.bounded() ? d.v.length() : 0.0);
-  return std::max(1e-9, 1e-5 * extent);
+  double extent = 1;
+  if (std::unique_ptr<Surface> evaluated = surface ? make_surface(surface) : nullptr) {
+    Domain d = evaluated->domain();
+    extent = std::max(d.u.bounded() ? d.u.length() : 0.0, d.v.bounded() ? d.v.length() : 0.0);
+  } else if (auto* patch = as<igs_rational_bspline_surface_entity>(surface)) {
+    // The parameter ranges that the surface's record gives.
+    extent = 0;
+    for (ArrayOfDouble* range : {patch->u_, patch->v_})
+      if (range && range->size() == 2)
+        extent = std::max(extent, std::fabs(range->_element(1) - range->_element(0)));
+  }
+  return std::max(1e-9, 1e-5 * (std::isfinite(extent) && extent > 0 ? extent : 1.0));
 }
 
 void curve_on_surface(Context& c, int de, const std::string& field,
@@ -192,7 +204,8 @@ void boundary(Context& c, igs_boundary_entity* e) {
 void composite(Context& c, igs_composite_curve_entity* e) {
   CurveEnds measure(c.resolution);
   Gap gap;
-  if (measure.ends(e, &gap) && gap.width > 0) c.add("composite-gap", c.de(e), "de", gap.where);
+  if (measure.ends(e, &gap) && gap.width > 0)
+    c.add("composite-gap", c.de(e), "de", gap.where + tolerance_text(c.resolution));
 }
 
 // ---- B-rep
@@ -242,9 +255,13 @@ void edge_list(Context& c, igs_edge_list_entity* e) {
     Vec3 s = point_of((*edge->svp()->vertices_)[static_cast<unsigned>(edge->sv())]);
     Vec3 t = point_of((*edge->tvp()->vertices_)[static_cast<unsigned>(edge->tv())]);
     double off = std::max(norm((*ends)[0] - s), norm((*ends)[1] - t));
-    if (off > c.resolution)
-      c.add("edge-vertex-mismatch", c.de(e), field,
-            "the curve's ends lie up to " + number(off) + " from the edge's vertices");
+    if (off <= c.resolution) continue;
+    double reversed = std::max(norm((*ends)[0] - t), norm((*ends)[1] - s));
+    c.add("edge-vertex-mismatch", c.de(e), field,
+          reversed <= c.resolution
+              ? std::string("the curve runs from the end vertex to the start vertex")
+              : "the curve's ends lie up to " + number(off) + " from the edge's vertices" +
+                    tolerance_text(c.resolution));
   }
 }
 
@@ -268,7 +285,8 @@ bool use_ends(Context& c, igs_loop_entity* loop, unsigned i, igs_edge_use* use, 
     from = {edge->svp(), edge->sv()};
     to = {edge->tvp(), edge->tv()};
     if (!use->orf()) std::swap(from, to);
-    return true;
+    // A vertex index outside its list is the edge list's fault, told there.
+    return in(from.list, from.index) && in(to.list, to.index);
   }
   if (auto* vertices = as<igs_vertex_list_entity>(list)) {
     if (!in(vertices, ndx)) {

@@ -1,4 +1,4 @@
-"""iges-info, iges-copy, iges-dump and the example programs, run as a user runs them: on the
+"""iges-info, iges-copy, iges-dump, iges-check and the example programs, run as a user runs them: on the
 sample part and on damaged copies of it (tests/python/test_igeslib.py runs them on every file
 of the shared corpus).
 
@@ -17,8 +17,8 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("IGESLIB_BUILD_DIR", ROOT / "build" / "default"))
-IGES_INFO, IGES_COPY, IGES_DUMP = (BUILD / "tools" / name
-                                   for name in ("iges-info", "iges-copy", "iges-dump"))
+IGES_INFO, IGES_COPY, IGES_DUMP, IGES_CHECK = (
+    BUILD / "tools" / name for name in ("iges-info", "iges-copy", "iges-dump", "iges-check"))
 SAMPLE = ROOT / "examples" / "data" / "sample_part.igs"
 CORPUS = ROOT / ".." / "shared" / "corpus"
 
@@ -238,6 +238,13 @@ class SampleTest(ToolTestCase):
             (IGES_DUMP, [SAMPLE, "--json", "--entity", "x"], 2, ""),
             (IGES_DUMP, [SAMPLE, "--json", "--type", "100,"], 2, ""),
             (IGES_DUMP, [SAMPLE, "--json", "--xml"], 2, ""),
+            (IGES_CHECK, [], 2, "Usage: iges-check FILE"),
+            (IGES_CHECK, [SAMPLE, "--level", "fatal"], 2, "Usage: iges-check FILE"),
+            (IGES_CHECK, [SAMPLE, "--code", "pointer-zero,nope"], 2, "no code 'nope'"),
+            (IGES_CHECK, [missing], 2, f"iges-check: {missing}: No such file or directory"),
+            (IGES_CHECK, [self.dir], 2, ""),
+            (IGES_CHECK, ["--codes"], 0, "pointer-wrong-class      error"),
+            (IGES_CHECK, [SAMPLE], 0, "Findings: 0 errors, 0 warnings, 0 infos"),
         ]
         for program, args, status, text in cases:
             with self.subTest(program=program.name, args=args):
@@ -248,6 +255,29 @@ class SampleTest(ToolTestCase):
                     self.assertEqual(result.stdout, "")
                     self.assertTrue(result.stderr)
                 self.assertFalse(out.exists())
+
+    def test_check_groups_filters_and_exits_by_severity(self):
+        # A line whose P record says it is a point, and a Global unit name that isn't MM.
+        data = with_record(self.sample, b"P", 3, lambda r: b"116" + r[3:])
+        data = with_record(data, b"G", 2, lambda r: r.replace(b"2HMM", b"2HIN"))
+        path = self.file("faults.igs", data)
+        text = run(IGES_CHECK, path)
+        self.assertEqual(text.returncode, 1, text.stderr)
+        self.assertIn("Findings: 1 errors, 1 warnings, 0 infos\n\nread-error (error): 1\n  DE 5 "
+                      "(line 39): parse_pd_section: Entity type in the PD section does not match",
+                      text.stdout)
+        self.assertIn("\nglobal-units (warning): 1\n  file units: unit flag 2 means MM, the unit "
+                      "name is IN\n", text.stdout)
+        document = json.loads(run(IGES_CHECK, path, "--json").stdout)
+        self.assertEqual((document["schema_version"], document["counts"]),
+                         (1, {"error": 1, "warning": 1, "info": 0}))
+        self.assertEqual([f["code"] for f in document["findings"]], ["global-units", "read-error"])
+        for flags, status, codes in [(["--level", "error"], 1, ["read-error"]),
+                                     (["--code=global-units"], 0, ["global-units"])]:
+            with self.subTest(flags=flags):
+                result = run(IGES_CHECK, path, "--json", *flags)
+                self.assertEqual(result.returncode, status)
+                self.assertEqual([f["code"] for f in json.loads(result.stdout)["findings"]], codes)
 
     def test_dump_selections(self):
         cases = [
