@@ -28,12 +28,19 @@ class Build {
     return nullptr;
   }
   // Entered around each followed reference; false (with the reason recorded) past the depth
-  // that no real file reaches.
+  // that no real file reaches, or past a number of references in all: an entity shared by
+  // two members at each of many levels would otherwise be built exponentially often.
   bool enter() {
-    if (++depth_ > max_depth) {
+    if (depth_ >= max_depth) {
       fail("references nested too deep or in a loop");
       return false;
     }
+    if (references_ >= max_references) {
+      fail("too many references");
+      return false;
+    }
+    ++depth_;
+    ++references_;
     return true;
   }
   void leave() { --depth_; }
@@ -41,10 +48,12 @@ class Build {
   // that the reader kept as text, else "not a <kind>".
   std::nullptr_t wrong_class(igs_directory_entry* entity, const char* kind);
   static constexpr int max_depth = 64;
+  static constexpr long max_references = 200000;
 
  private:
   std::string* why_;
   int depth_ = 0;
+  long references_ = 0;
 };
 
 // The dispatch: the evaluator of entity in its own coordinates, or null with the reason.
