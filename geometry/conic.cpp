@@ -122,6 +122,13 @@ std::unique_ptr<Curve> make_conic_arc(igs_directory_entry* entity, Build& build)
 
   Vec3 start{x1, y1, zt}, end{x2, y2, zt};
   auto local = [&](const Vec3& p, const Vec3& o, const Vec3& axis) { return dot(p - o, axis); };
+  // Coefficients far out of scale can overflow the axes or the parameters.
+  auto made = [&](const Vec3& o, double a, double b, double sign, Interval range) {
+    if (!std::isfinite(a) || !std::isfinite(b) || !range.bounded())
+      return std::unique_ptr<Curve>(build.fail("conic out of scale"));
+    return std::unique_ptr<Curve>(
+        std::make_unique<ConicCurve>(entity, kind, o, u, v, a, b, sign, range));
+  };
 
   if (kind == Kind::parabola) {
     // q y^2 + p x + r y + F = 0 in a frame whose x runs along the axis; the smaller quadratic
@@ -142,8 +149,7 @@ std::unique_ptr<Curve> make_conic_arc(igs_directory_entry* entity, Build& build)
     if (k < 0) u = -u, v = -v, k = -k;
     double t0 = local(start, vertex, v), t1 = local(end, vertex, v);
     double sign = t1 >= t0 ? 1 : -1;
-    return std::make_unique<ConicCurve>(entity, kind, vertex, u, v, k, 0.0, sign,
-                                        Interval{sign * t0, sign * t1});
+    return made(vertex, k, 0.0, sign, {sign * t0, sign * t1});
   }
 
   // Ellipse and hyperbola: the centre, and the value of the conic there.
@@ -161,7 +167,7 @@ std::unique_ptr<Curve> make_conic_arc(igs_directory_entry* entity, Build& build)
     double t1 = std::atan2(local(end, centre, v) / b, local(end, centre, u) / a);
     // Counter-clockwise from start to end; the whole ellipse where they coincide.
     if (t1 <= t0) t1 += 2 * std::numbers::pi;
-    return std::make_unique<ConicCurve>(entity, kind, centre, u, v, a, b, 1.0, Interval{t0, t1});
+    return made(centre, a, b, 1.0, {t0, t1});
   }
 
   if (!(F0 != 0)) return build.fail("conic is a pair of lines");
@@ -178,8 +184,7 @@ std::unique_ptr<Curve> make_conic_arc(igs_directory_entry* entity, Build& build)
   if (local(end, centre, u) < 0) return build.fail("conic arc ends on the other branch");
   double y0 = local(start, centre, v) / b, y1e = local(end, centre, v) / b;
   double sign = y1e >= y0 ? 1 : -1;
-  return std::make_unique<ConicCurve>(entity, kind, centre, u, v, a, b, sign,
-                                      Interval{std::asinh(sign * y0), std::asinh(sign * y1e)});
+  return made(centre, a, b, sign, {std::asinh(sign * y0), std::asinh(sign * y1e)});
 }
 
 }  // namespace igeslib::detail
