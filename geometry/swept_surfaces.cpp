@@ -378,13 +378,15 @@ std::unique_ptr<Surface> restricted(igs_directory_entry* entity, igs_geometric_e
 std::unique_ptr<Surface> make_ruled_surface(igs_directory_entry* entity, Build& build) {
   auto* e = lumo_cast<igs_ruled_surface_entity>(entity);
   if (!e) return build.wrong_class(entity, "surface");
+  bool by_length = e->form() != 1;
+  // A point by arc length costs a few Newton steps, each a quadrature of the curve's speed.
+  Build::Repeat repeat(build, by_length ? 30 : 1);
   std::unique_ptr<Curve> c1 = child_curve(e->de1(), build, "first curve");
   if (!c1) return nullptr;
   std::unique_ptr<Curve> c2 = child_curve(e->de2(), build, "second curve");
   if (!c2) return nullptr;
   if (!usable_range(*c1).bounded() || !usable_range(*c2).bounded())
     return build.fail("curve range not finite");
-  bool by_length = e->form() != 1;
   return std::make_unique<RuledSurface>(entity, Rail(std::move(c1), by_length, false),
                                         Rail(std::move(c2), by_length, e->dirflg() == 1));
 }
@@ -427,6 +429,7 @@ std::unique_ptr<Surface> make_offset_surface(igs_directory_entry* entity, Build&
   auto* e = lumo_cast<igs_offset_surface_entity>(entity);
   if (!e) return build.wrong_class(entity, "surface");
   if (!std::isfinite(e->d())) return build.fail("offset distance not finite");
+  Build::Repeat repeat(build, 9);
   std::unique_ptr<Surface> s = child_surface(e->de(), build, "surface");
   if (!s) return nullptr;
   return std::make_unique<OffsetSurface>(entity, std::move(s), e->d());

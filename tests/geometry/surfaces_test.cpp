@@ -317,10 +317,18 @@ TEST(Surfaces, FaultsNamed) {
   cone->deloc(point(model, {})), cone->deaxis(direction(model, {0, 0, 1})), cone->sangle(90);
   auto* torus = model.make<igs_toroidal_surface_entity>();
   torus->deloc(point(model, {})), torus->deaxis(direction(model, {})), torus->majrad(1);
-  auto* looped = model.make<igs_offset_surface_entity>();
-  looped->de(looped);
+  auto* looped = model.make<igs_trimmed_parametric_surface_entity>();
+  looped->pts(looped);
   auto* revolved = model.make<igs_surface_of_revolution_entity>();
   revolved->c(line(model, {}, {1, 0, 0}));
+  // Each offset evaluates its surface nine times a point: four deep is past the bound.
+  igs_geometric_entity* offsets = sphere;
+  for (int i = 0; i < 4; ++i) {
+    auto* o = model.make<igs_offset_surface_entity>();
+    o->de(offsets), o->d(1);
+    offsets = o;
+  }
+  sphere->radius(-1);
   auto* zero_weight = bspline_surface(model, 1, 1, {0, 0, 1, 1}, {0, 0, 1, 1},
                                       {{{}, {0, 1, 0}}, {{1, 0, 0}, {1, 1, 0}}}, {{1, 0}, {1, 1}});
   auto* ragged =
@@ -332,6 +340,7 @@ TEST(Surfaces, FaultsNamed) {
               {cone, "semi-angle out of range"},
               {torus, "axis of zero length"},
               {looped, "references nested too deep or in a loop"},
+              {offsets, "evaluation too costly"},
               {revolved, "missing axis"},
               {zero_weight, "weight not positive"},
               {ragged, "control net not rectangular"},
