@@ -33,6 +33,27 @@ class MappedCurve final : public Curve {
   const Surface& surface_;
 };
 
+// A model-space curve on a plane as a curve of the plane's parameter space: the plane's point
+// at (0, 0) and its two (constant) partial derivatives give the coordinates.
+class OnPlane final : public Curve {
+ public:
+  OnPlane(std::unique_ptr<Curve> c, const SurfacePoint& origin)
+      : c_(std::move(c)), o_(origin.point), du_(origin.du), dv_(origin.dv) {}
+  Interval range() const override { return c_->range(); }
+  Interval finite_range() const override { return c_->finite_range(); }
+  void evaluate(double t, Vec3& point, Vec3& d1) const override {
+    Vec3 p, d;
+    c_->evaluate(t, p, d);
+    point = {dot(p - o_, du_) / dot(du_, du_), dot(p - o_, dv_) / dot(dv_, dv_), 0};
+    d1 = {dot(d, du_) / dot(du_, du_), dot(d, dv_) / dot(dv_, dv_), 0};
+  }
+  std::vector<double> breaks() const override { return c_->breaks(); }
+
+ private:
+  std::unique_ptr<Curve> c_;
+  Vec3 o_, du_, dv_;
+};
+
 // A straight segment, for the edges of a domain in parameter space.
 class Segment final : public Curve {
  public:
@@ -102,14 +123,21 @@ class Builder {
     b_.parameter_loops.push_back(std::move(loop));
   }
 
-  // One loop that is a curve of model space, with no parameter curve.
-  void curve(igs_directory_entry* c, const std::string& what) {
+  // The loop of a bounded plane: its curve, and the curve in the plane's parameters.
+  void plane_curve(igs_directory_entry* c, const std::string& what) {
     std::string why;
-    if (auto m = make_placed_curve(c, &why))
-      b_.curves.push_back(std::move(m));
-    else
+    std::unique_ptr<Curve> m = make_placed_curve(c, &why);
+    if (!m) {
       b_.faults.push_back(what + ": " + why);
-    no_parameters();
+      no_parameters();
+      return;
+    }
+    b_.curves.push_back(std::move(m));
+    SurfacePoint origin = b_.surface ? b_.surface->evaluate(0, 0) : SurfacePoint{};
+    std::vector<std::unique_ptr<Curve>> loop;
+    if (dot(origin.du, origin.du) > 0 && dot(origin.dv, origin.dv) > 0)
+      loop.push_back(std::make_unique<OnPlane>(make_placed_curve(c), origin));
+    add_loop(std::move(loop));
   }
 
   // One loop that is a curve on the surface (142).
@@ -281,7 +309,7 @@ Boundary boundary_of(igs_directory_entry* entity) {
   } else if (auto* plane = lumo_cast<igs_plane_entity>(entity); plane && plane->ptr()) {
     // A bounded plane: its bounding curve, placed by its own matrix.
     build.surface(entity, false);
-    build.curve(plane->ptr(), "bounding curve");
+    build.plane_curve(plane->ptr(), "bounding curve");
   } else if (is_surface(entity)) {
     build.surface(entity, false);
     build.domain_edges("domain");

@@ -2,7 +2,6 @@
 // defaults every curve and surface shares (polylines, breaks, boxes, iso-curves, placing).
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
 
 #include "geometry_internal.h"
 #include "igeslib.h"
@@ -133,11 +132,18 @@ igs_transformation_matrix_entity* transformation_of(igs_directory_entry* e) {
 }
 
 Transform placement_of(igs_directory_entry* entity) {
+  // Chains are short: the matrices seen are kept in a small array, and a chain longer than it
+  // (which no real file has) is cut there.
   Transform result;
-  std::unordered_set<igs_transformation_matrix_entity*> seen;
-  for (igs_transformation_matrix_entity* m = transformation_of(entity); m && seen.insert(m).second;
-       m = m->transformation())
+  constexpr int max_chain = 64;
+  igs_transformation_matrix_entity* seen[max_chain];
+  int n = 0;
+  for (igs_transformation_matrix_entity* m = transformation_of(entity); m && n < max_chain;
+       m = m->transformation()) {
+    if (std::find(seen, seen + n, m) != seen + n) break;
+    seen[n++] = m;
     result = Transform::of(m) * result;
+  }
   return result;
 }
 

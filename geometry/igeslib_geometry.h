@@ -318,8 +318,10 @@ std::vector<std::unique_ptr<Curve>> isolines(const Boundary& boundary, int n);
 
 // The box of one entity in model space under transform. A curve's is its own box (a
 // B-spline's control polygon box, which holds it) intersected with the box of its polyline
-// enlarged by the chord; a point's is the point. A surface's is sampled: the polylines of a
-// grid of iso-curves enlarged by their chord. A trimmed or bounded surface or a face is
+// enlarged by the chord; a point's is the point. A surface's is its own box (a B-spline
+// surface's control net box) intersected with the box of a grid of iso-curves' polylines
+// enlarged by their chord; an unbounded surface standing alone (a plane, a cylinder) has
+// none. A trimmed or bounded surface or a face is
 // boxed by its boundary curves and the iso-curves cut to its loops; where those loops are
 // not known in parameter space, by the whole surface, or by the boundary alone when the
 // surface is unbounded. A solid (186) or shell (514) is the box of its faces; a subfigure

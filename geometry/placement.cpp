@@ -22,11 +22,20 @@ constexpr std::size_t kMaxPlacements = 100000;
 constexpr std::size_t kMaxNesting = 32;
 constexpr long kMaxSteps = 1000000;
 
-bool is_instance(igs_directory_entry* e) {
-  return lumo_cast<igs_singular_subfigure_instance_entity>(e) ||
-         lumo_cast<igs_rectangular_array_subfigure_instance_entity>(e) ||
-         lumo_cast<igs_circular_array_subfigure_instance_entity>(e);
+// The entity as class X when it is of X's type: the type is asked first, since a cast costs
+// more and the expansion of a large array asks this of every entity it shows.
+template <class X>
+X* as(igs_directory_entry* e, int type) {
+  return e && e->entity_type() == type ? lumo_cast<X>(e) : nullptr;
 }
+
+bool is_instance(igs_directory_entry* e) {
+  return as<igs_singular_subfigure_instance_entity>(e, 408) ||
+         as<igs_rectangular_array_subfigure_instance_entity>(e, 412) ||
+         as<igs_circular_array_subfigure_instance_entity>(e, 414);
+}
+
+bool is_definition(igs_directory_entry* e) { return as<igs_subfigure_definition_entity>(e, 308); }
 
 // An empty scale parameter reads as 0; the file format's default is 1.
 double scale_factor(double s) { return s != 0 && std::isfinite(s) ? s : 1.0; }
@@ -73,11 +82,11 @@ class Expander {
     Transform t = outer * placement_of(e);
     if (is_instance(e)) {
       inside(e, t, instance ? instance : e);
-    } else if (lumo_cast<igs_subfigure_definition_entity>(e)) {
+    } else if (is_definition(e)) {
       inside(e, t, instance);
     } else {
       out_.push_back({e, t, instance});
-      if (auto* point = lumo_cast<igs_point_entity>(e); point && point->ptr())
+      if (auto* point = as<igs_point_entity>(e, 116); point && point->ptr())
         inside(e, t, instance ? instance : e);
     }
   }
@@ -86,18 +95,18 @@ class Expander {
   // coordinates (its matrices included).
   void inside(igs_directory_entry* e, const Transform& t, igs_directory_entry* instance) {
     if (!enter(e)) return;
-    if (auto* definition = lumo_cast<igs_subfigure_definition_entity>(e)) {
+    if (auto* definition = as<igs_subfigure_definition_entity>(e, 308)) {
       ListOfigs_directory_entry* list = definition->de();
       for (unsigned i = 0; i < list->size() && !full(); ++i) show((*list)[i], t, instance);
-    } else if (auto* point = lumo_cast<igs_point_entity>(e)) {
+    } else if (auto* point = as<igs_point_entity>(e, 116)) {
       show(point->ptr(), t * Transform::translation({point->x(), point->y(), point->z()}),
            instance);
-    } else if (auto* single = lumo_cast<igs_singular_subfigure_instance_entity>(e)) {
+    } else if (auto* single = as<igs_singular_subfigure_instance_entity>(e, 408)) {
       show(single->de(),
            t * Transform::translation({single->x(), single->y(), single->z()}) *
                Transform::scaling(scale_factor(single->s())),
            instance);
-    } else if (auto* grid = lumo_cast<igs_rectangular_array_subfigure_instance_entity>(e)) {
+    } else if (auto* grid = as<igs_rectangular_array_subfigure_instance_entity>(e, 412)) {
       long long nc = std::max(grid->nc(), 0), nr = std::max(grid->nr(), 0);
       igs_directory_entry* base = grid->de() ? grid->de()->entity() : nullptr;
       Transform corner = t * Transform::translation({grid->x(), grid->y(), grid->z()}) *
@@ -109,7 +118,7 @@ class Expander {
         show(base, corner * Transform::translation(at) * scale, instance);
         return !full();
       });
-    } else if (auto* ring = lumo_cast<igs_circular_array_subfigure_instance_entity>(e)) {
+    } else if (auto* ring = as<igs_circular_array_subfigure_instance_entity>(e, 414)) {
       igs_directory_entry* base = ring->de() ? ring->de()->entity() : nullptr;
       shown_positions(std::max(ring->ne(), 0), ring->n(), ring->ddf(), steps_, [&](long long k) {
         double angle = ring->ast() + double(k - 1) * ring->ad();
@@ -143,7 +152,7 @@ class Expander {
 std::vector<Placed> placements(std::span<igs_directory_entry* const> entities) {
   std::unordered_set<igs_directory_entry*> members;
   for (igs_directory_entry* e : entities) {
-    auto* definition = lumo_cast<igs_subfigure_definition_entity>(e);
+    auto* definition = as<igs_subfigure_definition_entity>(e, 308);
     if (!definition) continue;
     ListOfigs_directory_entry* list = definition->de();
     for (unsigned i = 0; i < list->size(); ++i) members.insert((*list)[i]);
@@ -151,8 +160,7 @@ std::vector<Placed> placements(std::span<igs_directory_entry* const> entities) {
   std::vector<Placed> out;
   Expander expander(out);
   for (igs_directory_entry* e : entities) {
-    if (!e || expander.full() || lumo_cast<igs_subfigure_definition_entity>(e) || members.count(e))
-      continue;
+    if (!e || expander.full() || is_definition(e) || members.count(e)) continue;
     igs_subordinate_switch s = e->subordinate();
     if (s == igs_subordinate_switch_physicallyDependent || s == igs_subordinate_switch_both)
       continue;
@@ -296,9 +304,10 @@ Box curve_box(const Curve& own, const Transform& t) {
   return intersection(corners_placed(own.bounds(), t), line);
 }
 
+// The surface's own box (a control net's, where it has one) placed, intersected with the box
+// of a grid of its placed iso-curves enlarged by their chord.
 Box surface_box(const Surface& own, const Transform& t) {
-  if (t.is_identity()) return own.bounds();
-  return MovedSurface(own, t).bounds();
+  return intersection(corners_placed(own.bounds(), t), MovedSurface(own, t).Surface::bounds());
 }
 
 // A trimmed or bounded surface or a face: its boundary, and the iso-curves cut to its loops;
@@ -314,6 +323,13 @@ Box bounded_box(igs_directory_entry* e, const Transform& t) {
     box.add(surface_box(*b.surface, t));
   }
   return box;
+}
+
+// A surface bounded by curves of its own: trimmed, bounded, a face, a plane with a curve.
+bool is_bounded(igs_directory_entry* e) {
+  if (auto* plane = lumo_cast<igs_plane_entity>(e)) return plane->ptr() != nullptr;
+  return lumo_cast<igs_trimmed_parametric_surface_entity>(e) ||
+         lumo_cast<igs_bounded_surface_entity>(e) || lumo_cast<igs_face_entity>(e);
 }
 
 class Boxer {
@@ -335,11 +351,12 @@ class Boxer {
       if (std::unique_ptr<Curve> c = make_curve(e)) box = curve_box(*c, t);
       if (auto* point = lumo_cast<igs_point_entity>(e); point && point->ptr())
         box.add(shown_by(e, t));
-    } else if (lumo_cast<igs_trimmed_parametric_surface_entity>(e) ||
-               lumo_cast<igs_bounded_surface_entity>(e) || lumo_cast<igs_face_entity>(e)) {
+    } else if (is_bounded(e)) {
       box = bounded_box(e, t);
     } else if (is_surface(e)) {
-      if (std::unique_ptr<Surface> s = make_surface(e)) box = surface_box(*s, t);
+      // An unbounded surface standing alone (a plane, a cylinder) has no box.
+      std::unique_ptr<Surface> s = make_surface(e);
+      if (s && s->domain().u.bounded() && s->domain().v.bounded()) box = surface_box(*s, t);
     } else if (auto* solid = lumo_cast<igs_manifold_solid_brep_entity>(e)) {
       box = of(solid->shell(), t);
       ListOfigs_void_shell* voids = solid->void_shells();
@@ -349,7 +366,7 @@ class Boxer {
       ListOfigs_face_data* faces = shell->faces();
       for (unsigned i = 0; i < faces->size(); ++i)
         if (igs_face_data* f = (*faces)[i]) box.add(of(f->face_ptr(), t));
-    } else if (is_instance(e) || lumo_cast<igs_subfigure_definition_entity>(e)) {
+    } else if (is_instance(e) || is_definition(e)) {
       box = shown_by(e, t);
     }
     return box;

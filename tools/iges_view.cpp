@@ -293,6 +293,13 @@ class Drawing {
     return "not a curve or surface";
   }
 
+  // A surface bounded by curves of its own: trimmed, bounded, a face, a plane with a curve.
+  static bool bounded(igs_directory_entry* e) {
+    if (auto* plane = lumo_cast<igs_plane_entity>(e)) return plane->ptr() != nullptr;
+    return lumo_cast<igs_trimmed_parametric_surface_entity>(e) ||
+           lumo_cast<igs_bounded_surface_entity>(e) || lumo_cast<igs_face_entity>(e);
+  }
+
   // The entity's colour; the instance's where its hierarchy gives its attributes to what it
   // shows, or where the entity has none.
   static std::optional<igeslib::Rgb> colour_for(igs_directory_entry* e,
@@ -340,6 +347,11 @@ class Drawing {
                std::string& why) {
     auto boundary = std::make_shared<igeslib::Boundary>(igeslib::boundary_of(e));
     for (const std::string& f : boundary->faults) faults.push_back(f);
+    igeslib::Surface* s = boundary->surface.get();
+    if (s && !bounded(e) && !(s->domain().u.bounded() && s->domain().v.bounded())) {
+      why = "unbounded, with nothing to bound it";  // a plane or cylinder standing alone
+      return;
+    }
     Path lines{{ink(colour), Layer::curve}, {}, {}, {}};
     for (auto& c : boundary->curves) {
       igs_directory_entry* of = c->entity();
