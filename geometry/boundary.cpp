@@ -348,7 +348,7 @@ std::vector<std::unique_ptr<Curve>> isolines(const Boundary& boundary, int n) {
   std::vector<std::unique_ptr<Curve>> out;
   const Surface* s = boundary.surface.get();
   if (!s || n <= 0) return out;
-  Domain whole = s->domain(), d = s->finite_domain();
+  Domain d = s->finite_domain();
   std::vector<std::vector<Vec3>> chains;
   Box box;
   for (const auto& loop : boundary.parameter_loops) {
@@ -358,12 +358,10 @@ std::vector<std::unique_ptr<Curve>> isolines(const Boundary& boundary, int n) {
       chains.push_back(std::move(line.points));
     }
   }
-  if (chains.empty() && !(whole.u.bounded() && whole.v.bounded())) return out;
-  Interval u = d.u, v = d.v;
-  if (!box.empty()) {
-    u = {std::max(u.lo, box.min.x), std::min(u.hi, box.max.x)};
-    v = {std::max(v.lo, box.min.y), std::min(v.hi, box.max.y)};
-  }
+  // Without its loops in parameter space an iso-curve can't be cut to the boundary: none.
+  if (box.empty()) return out;
+  Interval u{std::max(d.u.lo, box.min.x), std::min(d.u.hi, box.max.x)};
+  Interval v{std::max(d.v.lo, box.min.y), std::min(d.v.hi, box.max.y)};
   if (!(u.lo <= u.hi && v.lo <= v.hi) || !u.bounded() || !v.bounded()) return out;
   for (int axis = 0; axis < 2; ++axis) {
     const Interval& fixed = axis == 0 ? u : v;
@@ -371,10 +369,6 @@ std::vector<std::unique_ptr<Curve>> isolines(const Boundary& boundary, int n) {
     for (int i = 1; i <= n; ++i) {
       double value = fixed.lo + fixed.length() * i / (n + 1);
       auto iso = [&] { return axis == 0 ? s->iso_u(value) : s->iso_v(value); };
-      if (chains.empty()) {
-        out.push_back(iso());
-        continue;
-      }
       std::vector<double> cuts = crossings(chains, axis, value);
       for (std::size_t k = 0; k + 1 < cuts.size(); k += 2) {
         double lo = along.clamp(cuts[k]), hi = along.clamp(cuts[k + 1]);

@@ -308,10 +308,10 @@ struct Boundary {
 // other class, an empty boundary whose fault says "not a surface".
 Boundary boundary_of(igs_directory_entry* entity);
 // Iso-curves across a boundary's surface, n at even steps in each direction over the box of
-// its parameter loops (or over the finite domain where it has none), each cut to its pieces
-// inside the loops when the loops are known in parameter space. Where they are not and the
-// domain is unbounded (a plane trimmed by model-space curves only), there are none. They live
-// no longer than boundary.surface.
+// its parameter loops (within the finite domain), each cut to its pieces inside the loops.
+// None where the loops are not known in parameter space (a trimmed surface whose curves are
+// given in model space only): they could not be cut. They live no longer than
+// boundary.surface.
 std::vector<std::unique_ptr<Curve>> isolines(const Boundary& boundary, int n);
 
 // ---- bounds

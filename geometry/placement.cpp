@@ -294,8 +294,10 @@ class MovedSurface final : public Surface {
 // box of its placed polyline enlarged by the chord.
 Box curve_box(const Curve& own, const Transform& t) {
   MovedCurve moved(own, t);
+  Tolerance sampling;
+  sampling.max_points = 2000;  // a box needs no more, whatever the curve asks
   Box line;
-  for (const Vec3& p : moved.polyline().points) line.add(p);
+  for (const Vec3& p : moved.polyline(sampling).points) line.add(p);
   double margin = detail::chord_for({}, line);
   if (!line.empty()) {
     line.min -= Vec3{margin, margin, margin};
