@@ -28,23 +28,68 @@ class Build {
     return nullptr;
   }
   // Entered around each followed reference; false (with the reason recorded) past the depth
-  // that no real file reaches.
+  // that no real file reaches, or past a number of references in all: an entity shared by
+  // two members at each of many levels would otherwise be built exponentially often.
   bool enter() {
-    if (++depth_ > max_depth) {
+    if (depth_ >= max_depth) {
       fail("references nested too deep or in a loop");
       return false;
     }
+    if (references_ >= max_references) {
+      fail("too many references");
+      return false;
+    }
+    if (work_ > max_work) {
+      fail("evaluation too costly");
+      return false;
+    }
+    ++depth_;
+    ++references_;
     return true;
   }
   void leave() { --depth_; }
+  // While a Trial lives, the reasons given go to its own string: for one of two ways to
+  // evaluate an entity, whose failure needn't fail the whole build.
+  class Trial {
+   public:
+    explicit Trial(Build& build) : build_(build), saved_(build.why_) { build.why_ = &reason; }
+    Trial(const Trial&) = delete;
+    Trial& operator=(const Trial&) = delete;
+    ~Trial() { build_.why_ = saved_; }
+    std::string reason;
+
+   private:
+    Build& build_;
+    std::string* saved_;
+  };
+  // Around the build of a child that one evaluation of its parent evaluates `times` times (an
+  // offset surface differentiates its surface's normal): the product of these along a chain of
+  // references is bounded, so that offsets of offsets can't cost exponentially much a point.
+  class Repeat {
+   public:
+    Repeat(Build& build, double times) : build_(build), saved_(build.work_) {
+      build.work_ *= times;
+    }
+    Repeat(const Repeat&) = delete;
+    Repeat& operator=(const Repeat&) = delete;
+    ~Repeat() { build_.work_ = saved_; }
+
+   private:
+    Build& build_;
+    double saved_;
+  };
   // The failure of a factory handed an entity of another class: "entity not read" for one
   // that the reader kept as text, else "not a <kind>".
   std::nullptr_t wrong_class(igs_directory_entry* entity, const char* kind);
   static constexpr int max_depth = 64;
+  static constexpr long max_references = 200000;
+  static constexpr double max_work = 1000;
 
  private:
   std::string* why_;
   int depth_ = 0;
+  long references_ = 0;
+  double work_ = 1;
 };
 
 // The dispatch: the evaluator of entity in its own coordinates, or null with the reason.

@@ -1,6 +1,7 @@
-"""iges-info, iges-copy, iges-dump, iges-check and the example programs, run as a user runs them: on the
-sample part and on damaged copies of it (tests/python/test_igeslib.py runs them on every file
-of the shared corpus).
+"""iges-info, iges-copy, iges-dump, iges-view, iges-check and the example programs, run as a
+user runs them: on the sample part and on damaged copies of it (tests/python/test_igeslib.py runs
+iges-info, iges-dump, iges-copy and iges-check on every file of the shared corpus; iges-view
+draws every corpus file here).
 
 Run from the project root after a build: python3 -m unittest tests/tools/test_tools.py
 The programs are taken from the build tree that IGESLIB_BUILD_DIR names (build/default when
@@ -17,8 +18,9 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("IGESLIB_BUILD_DIR", ROOT / "build" / "default"))
-IGES_INFO, IGES_COPY, IGES_DUMP, IGES_CHECK = (
-    BUILD / "tools" / name for name in ("iges-info", "iges-copy", "iges-dump", "iges-check"))
+IGES_INFO, IGES_COPY, IGES_DUMP, IGES_VIEW, IGES_CHECK = (
+    BUILD / "tools" / name
+    for name in ("iges-info", "iges-copy", "iges-dump", "iges-view", "iges-check"))
 SAMPLE = ROOT / "examples" / "data" / "sample_part.igs"
 CORPUS = ROOT / ".." / "shared" / "corpus"
 
@@ -308,6 +310,76 @@ class SampleTest(ToolTestCase):
                 self.assertEqual(result.stdout.splitlines()[-1],
                                  f"{committed} -> {copy}: {entities} entities, 0 reports")
                 self.assertEqual(copy.read_bytes(), committed.read_bytes())
+
+class ViewTest(ToolTestCase):
+    """iges-view, built where cairo is found; its pictures are checked by their elements."""
+
+    def setUp(self):
+        super().setUp()
+        if not IGES_VIEW.exists():
+            self.skipTest("iges-view is not built (cairo was not found)")
+
+    def view(self, path, picture, *args, status=0):
+        result = run(IGES_VIEW, path, "-o", picture, *args)
+        self.assertEqual(result.returncode, status, result.stderr[-2000:])
+        return result
+
+    def test_the_sample_is_drawn_in_its_colours(self):
+        svg = self.dir / "sample.svg"
+        result = self.view(SAMPLE, svg)
+        self.assertEqual(result.stderr, "")
+        self.assertIn("Units: MM\nModel size: 100 x 60 x 0 MM\nDrawn: 13\nSkipped: 0\n",
+                      result.stdout)
+        # One path for each curve: the plate's four edges and four fillets in green, its bores
+        # in blue, and in red the two strokes of the cross that shows the point at a bore's
+        # centre (the point has a subfigure as its symbol). The legend's glyphs have no stroke.
+        strokes = re.findall(r"<path [^>]*stroke:(rgb\([^)]*\))", svg.read_text())
+        counts = {colour: strokes.count(colour) for colour in set(strokes)}
+        self.assertEqual(counts, {"rgb(0%,100%,0%)": 8, "rgb(0%,0%,100%)": 2,
+                                  "rgb(100%,0%,0%)": 2})
+        png = self.dir / "sample.png"
+        self.view(SAMPLE, png, "--view", "top", "--size", "320x200")
+        header = png.read_bytes()[:24]
+        self.assertEqual(header[:8], b"\x89PNG\r\n\x1a\n")
+        self.assertEqual((int.from_bytes(header[16:20], "big"), int.from_bytes(header[20:24], "big")),
+                         (320, 200))
+
+    def test_arguments(self):
+        picture = self.dir / "out.svg"
+        cases = [
+            ([SAMPLE], "no picture given"),
+            ([SAMPLE, "-o", self.dir / "out.pdf"], "must end in .svg or .png"),
+            ([SAMPLE, "-o", picture, "--view", "side"], "unknown view side"),
+            ([SAMPLE, "-o", picture, "--size", "10x10"], "size not WxH"),
+            ([SAMPLE, "-o", picture, "--size", "640"], "size not WxH"),
+            ([SAMPLE, SAMPLE, "-o", picture], "one file only"),
+            ([self.dir / "none.igs", "-o", picture], "No such file or directory"),
+            ([SAMPLE, "-o", self.dir / "no" / "out.svg"], "No such file or directory"),
+        ]
+        for args, text in cases:
+            with self.subTest(args=args):
+                result = run(IGES_VIEW, *args)
+                self.assertEqual(result.returncode, 2, result.stderr)
+                self.assertIn(text, result.stderr)
+                self.assertEqual(result.stdout, "")
+                self.assertFalse(picture.exists())
+        self.assertIn("Usage: iges-view FILE", run(IGES_VIEW, "--help").stdout)
+
+    def test_every_corpus_file_is_drawn(self):
+        files = sorted(p for p in CORPUS.glob("*") if p.suffix.lower() in (".igs", ".iges"))
+        if not files:
+            self.skipTest("../shared/corpus is absent")
+        drawn = 0
+        for path in files:
+            with self.subTest(path.name):
+                picture = self.dir / "corpus.svg"
+                result = run(IGES_VIEW, path, "-o", picture)
+                # 3: read whole with a damaged last record, as iges-info says too.
+                self.assertIn(result.returncode, (0, 3), result.stderr[-2000:])
+                self.assertTrue(picture.read_bytes().startswith(b"<?xml"))
+                drawn += int(re.search(r"^Drawn: (\d+)$", result.stdout, re.M)[1])
+        self.assertGreater(drawn, 2000)
+
 
 if __name__ == "__main__":
     unittest.main()
