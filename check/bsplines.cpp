@@ -28,7 +28,7 @@ Interval knot_range(std::span<const double> t, int degree, long long points, Int
   return r.lo < r.hi ? r : fallback;
 }
 
-Vec3 point_of(igs_coordinate* p) { return p ? Vec3{p->x(), p->y(), p->z()} : Vec3{}; }
+Vec3 point_of(igs_coordinate* p) { return p ? Vec3{p->x_, p->y_, p->z_} : Vec3{}; }
 
 // Knots in order: the first place where one falls below the one before (or isn't a number).
 void knots(Context& c, int de, const char* field, std::span<const double> t) {
