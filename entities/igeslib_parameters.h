@@ -3,6 +3,7 @@
 #pragma once
 
 #include <climits>
+#include <type_traits>
 
 #include "igeslib.h"
 #include "igeslib_io.h"
@@ -48,22 +49,52 @@ S* igeslib_read_select(IgeslibIO* io, bool guarded) {
   return select;
 }
 
+// The geometry of a dimensioned geometry: a geometric entity, else a constructive solid through
+// a cast that gives null for an entity of any other class (a boundary representation solid
+// among them), the choice made all the same.
+template <>
+inline igs_geometry_entities* igeslib_read_select<igs_geometry_entities>(IgeslibIO* io,
+                                                                         bool guarded) {
+  int n = io->read_int();
+  if (guarded && n == 0) return nullptr;
+  auto* select = new (LUMO.design()) igs_geometry_entities;
+  igs_directory_entry* named = igeslib_file_entity(n);
+  if (auto* geometry = lumo_cast<igs_geometric_entity>(named))
+    select->_geometric_entity(geometry);
+  else
+    select->_constructive_solid_geometry_entity(
+        lumo_cast<igs_constructive_solid_geometry_entity>(named));
+  return select;
+}
+
+// The definition choice of a select of a value or a definition, made whatever the entity
+// named: one of another class, or none, leaves the choice with a null member, as in a
+// Directory field.
+inline void igeslib_choose_definition(igs_font_code* select, igs_directory_entry* entity) {
+  select->_text_font_definition_entity(lumo_cast<igs_text_font_definition_entity>(entity));
+}
+inline void igeslib_choose_definition(igs_entity_color* select, igs_directory_entry* entity) {
+  select->_color_definition_entity(lumo_cast<igs_color_definition_entity>(entity));
+}
+inline void igeslib_choose_definition(igs_lineFont* select, igs_directory_entry* entity) {
+  select->_line_font_definition_entity(lumo_cast<igs_line_font_definition_entity>(entity));
+}
+
 // A select of a value or a definition read with the rule of negative pointers: n below 0 names
-// the definition at place ~n / 2 of the file (no choice when it is of no class of the select);
-// any other n is the value, set by set_value.
+// the definition at place ~n / 2 of the file; any other n is the value, set by set_value.
 template <class S, class F>
 S* igeslib_read_negative_select(IgeslibIO* io, F set_value) {
   int n = io->read_int();
   auto* select = new (LUMO.design()) S;
   if (n < 0)
-    select->choose_entity(igeslib_file_entity(2 * (~n / 2) + 1));
+    igeslib_choose_definition(select, igeslib_file_entity(2 * (~n / 2) + 1));
   else
     set_value(select, n);
   return select;
 }
 
 // Its writer: a definition as the negative of its DE number, a value as it stands (value()),
-// no select as 0.
+// no select, and a definition choice whose definition is gone, as the 0 they read back as.
 template <class S, class F>
 void igeslib_write_negative_select(IgeslibIO* io, S* select, F value) {
   igs_directory_entry* definition = select ? select->entity() : nullptr;
@@ -147,7 +178,40 @@ bool igeslib_read_coded_value(IgeslibIO* io, igs_datum* datum, int code);
 // writes nothing and answers false.
 bool igeslib_write_coded_value(IgeslibIO* io, igs_datum* datum, int code);
 
-// The DE number that the write has given the target, or 0 for none.
+// A guarded pointer: the DE number that the write has given the target, or 0 for none.
 inline void igeslib_write_pointer(IgeslibIO* io, igs_directory_entry* target) {
   io->write_int(target ? target->de_number : 0);
+}
+
+// Whether the reader of a pointer to T takes the entity: one of class T, or for a select one
+// that a choice of it holds.
+template <class T>
+bool igeslib_takes(igs_directory_entry* entity) {
+  if constexpr (std::is_base_of_v<LumoUnion, T>) {
+    T probe;
+    return probe.choose_entity(entity) != 0;
+  } else {
+    return lumo_cast<T>(entity) != nullptr;
+  }
+}
+
+// A bare pointer, whose reader has no test for 0: there 0 names the first entity of the file.
+// No entity is written as 0, as other readers take it too, where the first entity is none that
+// the reader takes (takes), so that 0 reads back as none; where it is one, 0 would read back as
+// that entity, and -1, which names no entity, is written instead so that the model reads back
+// as it was. (A member of a counted list that names no entity is left out, count and all,
+// where nothing runs parallel to the list.)
+template <class Takes>
+void igeslib_write_bare_pointer(IgeslibIO* io, igs_directory_entry* target, Takes takes) {
+  if (target) {
+    io->write_int(target->de_number);
+    return;
+  }
+  igs_directory_entry* first = igeslib_file_entity(1);
+  io->write_int(first && takes(first) ? -1 : 0);
+}
+
+template <class T>
+void igeslib_write_bare_pointer(IgeslibIO* io, igs_directory_entry* target) {
+  igeslib_write_bare_pointer(io, target, igeslib_takes<T>);
 }

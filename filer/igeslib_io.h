@@ -207,8 +207,10 @@ struct IgeslibIO {
   int find_record_delimiter();
 
   // One parameter and its delimiter each. With zero_as_default set, 0, 0.0 and false go out
-  // as empty parameters; a null or empty string always does.
-  void write_int(int v);
+  // as empty parameters; a null or empty string always does. A parameter is written empty
+  // only where reading an empty parameter gives back the value written: an integer field whose
+  // reader gives an empty parameter a value of its own (if_empty, not 0) has its 0 written.
+  void write_int(int v, int if_empty = 0);
   void write_real(double v);
   void write_logical(bool v);
   void write_string(const char* s);

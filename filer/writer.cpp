@@ -306,8 +306,8 @@ void IgeslibIO::write_empty_parameter() {
   line[column++] = param_delimiter;
 }
 
-void IgeslibIO::write_int(int v) {
-  if (zero_as_default && v == 0)
+void IgeslibIO::write_int(int v, int if_empty) {
+  if (zero_as_default && v == 0 && if_empty == 0)
     write_empty_parameter();
   else
     put_int(v);

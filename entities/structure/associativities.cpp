@@ -87,7 +87,7 @@ void igs_associativity_instance_entity::pdwrite() {
                   -1);
               return;
             }
-            igeslib_write_pointer(io, datum->_directory_entry());
+            igeslib_write_bare_pointer<igs_directory_entry>(io, datum->_directory_entry());
             break;
           case 2:
             if (!datum) break;

@@ -45,7 +45,7 @@ bool igeslib_write_coded_value(IgeslibIO* io, igs_datum* datum, int code) {
       io->write_string(datum && datum->is_str_val() ? datum->_str_val() : nullptr);
       return true;
     case 4:
-      igeslib_write_pointer(
+      igeslib_write_bare_pointer<igs_directory_entry>(
           io, datum && datum->is_directory_entry() ? datum->_directory_entry() : nullptr);
       return true;
     case 6:
