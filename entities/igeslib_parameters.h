@@ -38,15 +38,15 @@ X* igeslib_read_list_pointer(IgeslibIO* io) {
 }
 
 // A select of S read from a pointer parameter: it takes the first of its choices whose class
-// the entity named is of, and no choice when there is none. A guarded pointer of 0 gives no
-// select at all; a bare one names the first entity of the file.
+// the entity named is of, and there is no select when none is. A guarded pointer of 0 gives no
+// select either; a bare one names the first entity of the file.
 template <class S>
 S* igeslib_read_select(IgeslibIO* io, bool guarded) {
   int n = io->read_int();
   if (guarded && n == 0) return nullptr;
-  auto* select = new (LUMO.design()) S;
-  select->choose_entity(igeslib_file_entity(n));
-  return select;
+  S chosen;
+  if (!chosen.choose_entity(igeslib_file_entity(n))) return nullptr;
+  return new (LUMO.design()) S(chosen);
 }
 
 // The geometry of a dimensioned geometry: a geometric entity, else a constructive solid through
