@@ -169,6 +169,12 @@ inline void igeslib_write_coordinate(IgeslibIO* io, igs_coordinate* point) {
   io->write_real(point ? point->z() : 0.0);
 }
 
+// A value whose kind its text tells (a point makes a real, an H a string, digits an integer),
+// as user defined properties and associativity instances give it: an integer, a string or a
+// real, and nothing for a datum of any other kind. A zero is written as the number, since an
+// empty parameter has no kind (and takes the kind of the next one with it).
+void igeslib_write_value_by_text(IgeslibIO* io, igs_datum* datum);
+
 // A value whose kind a code of the record names, as generic data and attribute tables give
 // it: 1 integer, 2 real, 3 string, 4 entity (a bare pointer), 6 logical. Any other code reads
 // nothing and answers false.

@@ -13,11 +13,6 @@ namespace {
 // The one character of a delimiter parameter, or its absence as an empty text.
 const char* text_or_empty(const char* s) { return s ? s : ""; }
 
-// What an empty parameter reads as where that isn't 0 (the writer then writes a 0 as the
-// number).
-constexpr int kEmptyGradations = 1;
-constexpr int kEmptyVersion = 3;
-
 void version_warning(int version) {
   if (version >= 6 || LUMO.quiet()) return;
   const char* release = version == 1 || version == 2   ? "1.0"
@@ -48,7 +43,7 @@ int read_global_parameters(IgeslibIO& io, igs_global* g) {
   g->unit_flag(io.read_int());           // a code with no unit leaves the flag as it was
   g->units(io.read_string());
   int gradations = io.read_int();
-  g->max_num_line_weight_gradations(defaulted() ? kEmptyGradations : gradations);
+  g->max_num_line_weight_gradations(defaulted() ? 1 : gradations);
   g->width_max_line_weight(io.read_real());
   g->date_time_file_generation(io.read_string());
   g->min_resolution(io.read_real());
@@ -56,7 +51,7 @@ int read_global_parameters(IgeslibIO& io, igs_global* g) {
   g->author(io.read_string());
   g->organization(io.read_string());
   int version = io.read_int();
-  if (defaulted()) version = kEmptyVersion;
+  if (defaulted()) version = 3;
   g->version(version);
   version_warning(version);  // nothing in the reading depends on the version
   g->drafting_standard_code(io.read_int());
@@ -142,14 +137,14 @@ void write_global_parameters(IgeslibIO& io, igs_global* g) {
   io.write_real(g->model_space_scale());
   io.write_int(g->unit_flag());  // the code; -1 when unset
   io.write_string(g->units());
-  io.write_int(g->max_num_line_weight_gradations(), kEmptyGradations);
+  io.write_int(g->max_num_line_weight_gradations(), IgeslibIO::kEmptyIsNotZero);  // empty: 1
   io.write_real(g->width_max_line_weight());
   io.write_string(g->date_time_file_generation());
   io.write_real(g->min_resolution());
   io.write_real(g->max_coordinate_value());
   io.write_string(g->author());
   io.write_string(g->organization());
-  io.write_int(g->version(), kEmptyVersion);
+  io.write_int(g->version(), IgeslibIO::kEmptyIsNotZero);  // empty: 3
   io.write_int(g->drafting_standard_code());
   io.write_string(g->date_time_created_modified());
   // The one parameter that is left out, not emptied, when there is none.

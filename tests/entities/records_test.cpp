@@ -280,6 +280,8 @@ TEST(EntityRecords, ReadWriteAndSettle) {
       // Code 5 is no kind: it takes the place of a value, and nothing is written for it.
       {"generic data of an unknown code", kLinePoint, 27, "406,3,1HG,2,5,1,9;", "406,3,1HG,2,1,9;"},
       {"user-defined property", kLinePoint, 5001, "406,3,7,2.5,2HAB;"},
+      // A value's kind is told by its text: its zero is no empty parameter.
+      {"user-defined property of zeros", kLinePoint, 5001, "406,3,0,0.,2;", "", "406,3,0,0.,2;"},
       {"group", kLinePoint, 1, "402,2,1,3;"},
       {"group member naming nothing", kLinePoint, 7, "402,2,1,99;", "402,1,1;"},
       {"single parent", kLinePoint, 9, "402,1,1,1,3;"},

@@ -260,9 +260,6 @@ class GeneratedModel {
         // how many items to write.
         int v = integer(0, 1) ? integer(-2, 2) : integer(-20, 300);
         if (negative_pointer_select()) v = std::abs(v);
-        // A value of a user defined property is told by its text, which 0 may not have.
-        if (v == 0 && std::string(entity_->domain()->name()) == "user_defined_property_entity")
-          v = 1;
         std::string name = attribute->name;
         // Directory fields: a number wider than eight columns is written cut to eight, and a
         // nodal result writes its node's subscript in full.
@@ -367,7 +364,7 @@ TEST(RoundTrip, GeneratedModelsSettleAfterOneWrite) {
   }
 }
 
-// Every kind of damage on each corpus file of up to a megabyte: where the read completes, the
+// Every kind of damage on each corpus file of up to half a megabyte: where the read completes, the
 // second write gives the bytes of the first, save for the rules that keep it from settling.
 TEST(RoundTrip, CorpusMutantsSettleWhereTheReadCompletes) {
   std::vector<std::filesystem::path> files = corpus_files();
@@ -377,7 +374,7 @@ TEST(RoundTrip, CorpusMutantsSettleWhereTheReadCompletes) {
   std::map<std::string, int> excused;
   for (const auto& path : files) {
     std::string name = path.filename().string();
-    if (std::filesystem::file_size(path) > (1u << 20)) continue;  // keeps the test to seconds
+    if (std::filesystem::file_size(path) > (1u << 19)) continue;  // keeps the test to seconds
     std::string bytes = contents(path);
     for (int kind = 0; kind < kMutations; ++kind) {
       std::string changed = mutant(bytes, name, static_cast<Mutation>(kind));
