@@ -54,9 +54,11 @@ bool takes(void (*choose)(S*, igs_directory_entry*), igs_directory_entry* entity
 }
 
 // A boundary or island is read with no test for 0, which names the first entity.
-igs_definition_curve* definition_curve(IgeslibIO* io) {
+igs_definition_curve* definition_curve(IgeslibIO* io, const IgeslibField& field) {
   auto* curve = new (LUMO.design()) igs_definition_curve;
-  choose_curve(curve, igeslib_file_entity(io->read_int()));
+  int n = io->read_int();
+  choose_curve(curve, igeslib_file_entity(n));
+  igeslib_note_pointer(io, n, curve->entity(), field);
   return curve;
 }
 
@@ -71,7 +73,9 @@ void write_curve(IgeslibIO* io, igs_definition_curve* curve) {
 void igs_ordinate_dimension_entity_with_witness_or_leader_entity::pdread_dewit(IgeslibIO* io) {
   auto* select = new (LUMO.design()) igs_witness_or_leader;
   dewit(select);
-  choose_witness(select, igeslib_file_entity(io->read_int()));
+  int n = io->read_int();
+  choose_witness(select, igeslib_file_entity(n));
+  igeslib_note_pointer(io, n, select->entity(), {"dewit", &lumotype_igs_witness_or_leader});
 }
 
 void igs_ordinate_dimension_entity_with_witness_or_leader_entity::pdwrite_dewit(IgeslibIO* io) {
@@ -94,13 +98,16 @@ void igs_point_dimension_entity::pdread_degeom(IgeslibIO* io) {
   else if (type == 106)
     select->_simple_closed_planar_curve_entity(
         lumo_cast<igs_simple_closed_planar_curve_entity>(geometry));
+  igeslib_note_pointer(io, n, select->entity(), {"degeom", &lumotype_igs_geometry_ptr});
 }
 
 void igs_point_dimension_entity::pdwrite_degeom(IgeslibIO* io) {
   igeslib_write_pointer(io, igeslib_select_entity(degeom()));
 }
 
-void igs_sectioned_area_entity::pdread_bndp(IgeslibIO* io) { bndp(definition_curve(io)); }
+void igs_sectioned_area_entity::pdread_bndp(IgeslibIO* io) {
+  bndp(definition_curve(io, {"bndp", &lumotype_igs_definition_curve}));
+}
 
 void igs_sectioned_area_entity::pdwrite_bndp(IgeslibIO* io) { write_curve(io, bndp()); }
 
@@ -110,7 +117,8 @@ void igs_sectioned_area_entity::pdread_islpt(IgeslibIO* io) {
   int n = io->count(io->read_int());
   auto* islands = igeslib_new_list<ListOfigs_definition_curve>(n);
   if (islands) islpt(islands);
-  for (int i = 0; i < n; ++i) islands->add(definition_curve(io));
+  for (int i = 0; i < n; ++i)
+    islands->add(definition_curve(io, {"islpt[]", &lumotype_igs_definition_curve, {i, -1}}));
 }
 
 void igs_sectioned_area_entity::pdwrite_islpt(IgeslibIO* io) {
