@@ -53,28 +53,63 @@ X* igeslib_read_list_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
 }
 
 // A select of S read from a pointer parameter: it takes the first of its choices whose class
-// the entity named is of, and no choice when there is none. A guarded pointer of 0 gives no
-// select at all; a bare one names the first entity of the file.
+// the entity named is of, and there is no select when none is. A guarded pointer of 0 gives no
+// select either; a bare one names the first entity of the file.
 template <class S>
 S* igeslib_read_select(IgeslibIO* io, bool guarded, const IgeslibField& field = {}) {
   int n = io->read_int();
   if (guarded && n == 0) return nullptr;
-  auto* select = new (LUMO.design()) S;
-  bool chosen = select->choose_entity(igeslib_file_entity(n));
-  igeslib_note_pointer(io, n, chosen ? select : nullptr, field);
+  S chosen;
+  bool fits = chosen.choose_entity(igeslib_file_entity(n)) != 0;
+  igeslib_note_pointer(io, n, fits ? &chosen : nullptr, field);
+  return fits ? new (LUMO.design()) S(chosen) : nullptr;
+}
+
+// The geometry of a dimensioned geometry: a geometric entity, else a constructive solid through
+// a cast that gives null for an entity of any other class (a boundary representation solid
+// among them), the choice made all the same.
+template <>
+inline igs_geometry_entities* igeslib_read_select<igs_geometry_entities>(
+    IgeslibIO* io, bool guarded, const IgeslibField& field) {
+  int n = io->read_int();
+  if (guarded && n == 0) return nullptr;
+  auto* select = new (LUMO.design()) igs_geometry_entities;
+  igs_directory_entry* named = igeslib_file_entity(n);
+  if (auto* geometry = lumo_cast<igs_geometric_entity>(named))
+    select->_geometric_entity(geometry);
+  else
+    select->_constructive_solid_geometry_entity(
+        lumo_cast<igs_constructive_solid_geometry_entity>(named));
+  igeslib_note_pointer(io, n, select->entity(), field);
   return select;
 }
 
+// The definition choice of a select of a value or a definition, made whatever the entity
+// named: one of another class, or none, leaves the choice with a null member, as in a
+// Directory field. Whether the entity is a definition.
+inline bool igeslib_choose_definition(igs_font_code* select, igs_directory_entry* entity) {
+  select->_text_font_definition_entity(lumo_cast<igs_text_font_definition_entity>(entity));
+  return select->_text_font_definition_entity() != nullptr;
+}
+inline bool igeslib_choose_definition(igs_entity_color* select, igs_directory_entry* entity) {
+  select->_color_definition_entity(lumo_cast<igs_color_definition_entity>(entity));
+  return select->_color_definition_entity() != nullptr;
+}
+inline bool igeslib_choose_definition(igs_lineFont* select, igs_directory_entry* entity) {
+  select->_line_font_definition_entity(lumo_cast<igs_line_font_definition_entity>(entity));
+  return select->_line_font_definition_entity() != nullptr;
+}
+
 // A select of a value or a definition read with the rule of negative pointers: n below 0 names
-// the definition at place ~n / 2 of the file (no choice when it is of no class of the select);
-// any other n is the value, set by set_value. A set_value that answers a truth value says
-// whether the select could hold the value, and a value it can't is noted.
+// the definition at place ~n / 2 of the file; any other n is the value, set by set_value. A
+// set_value that answers a truth value says whether the select could hold the value, and a
+// value it can't is noted.
 template <class S, class F>
 S* igeslib_read_negative_select(IgeslibIO* io, F set_value, const IgeslibField& field = {}) {
   int n = io->read_int();
   auto* select = new (LUMO.design()) S;
   if (n < 0) {
-    bool chosen = select->choose_entity(igeslib_file_entity(2 * (~n / 2) + 1));
+    bool chosen = igeslib_choose_definition(select, igeslib_file_entity(2 * (~n / 2) + 1));
     if ((!chosen || (n & 1) == 0) && !io->record_failed)
       io->note(IgeslibNoteKind::pointer, field, n, -1);
   } else if constexpr (std::is_void_v<decltype(set_value(select, n))>) {
@@ -101,7 +136,7 @@ inline void igeslib_note_value(IgeslibIO* io, IgeslibNoteKind kind, int read, in
 }
 
 // Its writer: a definition as the negative of its DE number, a value as it stands (value()),
-// no select as 0.
+// no select, and a definition choice whose definition is gone, as the 0 they read back as.
 template <class S, class F>
 void igeslib_write_negative_select(IgeslibIO* io, S* select, F value) {
   igs_directory_entry* definition = select ? select->entity() : nullptr;
@@ -176,6 +211,12 @@ inline void igeslib_write_coordinate(IgeslibIO* io, igs_coordinate* point) {
   io->write_real(point ? point->z() : 0.0);
 }
 
+// A value whose kind its text tells (a point makes a real, an H a string, digits an integer),
+// as user defined properties and associativity instances give it: an integer, a string or a
+// real, and nothing for a datum of any other kind. A zero is written as the number, since an
+// empty parameter has no kind (and takes the kind of the next one with it).
+void igeslib_write_value_by_text(IgeslibIO* io, igs_datum* datum);
+
 // A value whose kind a code of the record names, as generic data and attribute tables give
 // it: 1 integer, 2 real, 3 string, 4 entity (a bare pointer), 6 logical. Any other code reads
 // nothing and answers false.
@@ -185,7 +226,40 @@ bool igeslib_read_coded_value(IgeslibIO* io, igs_datum* datum, int code);
 // writes nothing and answers false.
 bool igeslib_write_coded_value(IgeslibIO* io, igs_datum* datum, int code);
 
-// The DE number that the write has given the target, or 0 for none.
+// A guarded pointer: the DE number that the write has given the target, or 0 for none.
 inline void igeslib_write_pointer(IgeslibIO* io, igs_directory_entry* target) {
   io->write_int(target ? target->de_number : 0);
+}
+
+// Whether the reader of a pointer to T takes the entity: one of class T, or for a select one
+// that a choice of it holds.
+template <class T>
+bool igeslib_takes(igs_directory_entry* entity) {
+  if constexpr (std::is_base_of_v<LumoUnion, T>) {
+    T probe;
+    return probe.choose_entity(entity) != 0;
+  } else {
+    return lumo_cast<T>(entity) != nullptr;
+  }
+}
+
+// A bare pointer, whose reader has no test for 0: there 0 names the first entity of the file.
+// No entity is written as 0, as other readers take it too, where the first entity is none that
+// the reader takes (takes), so that 0 reads back as none; where it is one, 0 would read back as
+// that entity, and -1, which names no entity, is written instead so that the model reads back
+// as it was. (A member of a counted list that names no entity is left out, count and all,
+// where nothing runs parallel to the list.)
+template <class Takes>
+void igeslib_write_bare_pointer(IgeslibIO* io, igs_directory_entry* target, Takes takes) {
+  if (target) {
+    io->write_int(target->de_number);
+    return;
+  }
+  igs_directory_entry* first = igeslib_file_entity(1);
+  io->write_int(first && takes(first) ? -1 : 0);
+}
+
+template <class T>
+void igeslib_write_bare_pointer(IgeslibIO* io, igs_directory_entry* target) {
+  igeslib_write_bare_pointer(io, target, igeslib_takes<T>);
 }

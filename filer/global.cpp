@@ -137,14 +137,14 @@ void write_global_parameters(IgeslibIO& io, igs_global* g) {
   io.write_real(g->model_space_scale());
   io.write_int(g->unit_flag());  // the code; -1 when unset
   io.write_string(g->units());
-  io.write_int(g->max_num_line_weight_gradations());
+  io.write_int(g->max_num_line_weight_gradations(), IgeslibIO::kEmptyIsNotZero);  // empty: 1
   io.write_real(g->width_max_line_weight());
   io.write_string(g->date_time_file_generation());
   io.write_real(g->min_resolution());
   io.write_real(g->max_coordinate_value());
   io.write_string(g->author());
   io.write_string(g->organization());
-  io.write_int(g->version());
+  io.write_int(g->version(), IgeslibIO::kEmptyIsNotZero);  // empty: 3
   io.write_int(g->drafting_standard_code());
   io.write_string(g->date_time_created_modified());
   // The one parameter that is left out, not emptied, when there is none.

@@ -251,10 +251,15 @@ struct IgeslibIO {
   // The last index from 81 down to 1 holding the record delimiter, or 0; stored in column.
   int find_record_delimiter();
 
+  // What an empty parameter of a field reads back as: its zero, or something else (a default
+  // of the field's own, or no value at all where a value's kind is told by its text).
+  enum EmptyReads { kEmptyIsZero, kEmptyIsNotZero };
   // One parameter and its delimiter each. With zero_as_default set, 0, 0.0 and false go out
-  // as empty parameters; a null or empty string always does.
-  void write_int(int v);
-  void write_real(double v);
+  // as empty parameters, but only where an empty parameter reads back as the value written:
+  // where it doesn't, the zero itself is written. A null or empty string always goes out as an
+  // empty parameter.
+  void write_int(int v, EmptyReads empty = kEmptyIsZero);
+  void write_real(double v, EmptyReads empty = kEmptyIsZero);
   void write_logical(bool v);
   void write_string(const char* s);
   void write_empty_parameter();

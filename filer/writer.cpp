@@ -306,15 +306,15 @@ void IgeslibIO::write_empty_parameter() {
   line[column++] = param_delimiter;
 }
 
-void IgeslibIO::write_int(int v) {
-  if (zero_as_default && v == 0)
+void IgeslibIO::write_int(int v, EmptyReads empty) {
+  if (zero_as_default && v == 0 && empty == kEmptyIsZero)
     write_empty_parameter();
   else
     put_int(v);
 }
 
-void IgeslibIO::write_real(double v) {
-  if (zero_as_default && v == 0.0)
+void IgeslibIO::write_real(double v, EmptyReads empty) {
+  if (zero_as_default && v == 0.0 && empty == kEmptyIsZero)
     write_empty_parameter();
   else
     put_real(v);

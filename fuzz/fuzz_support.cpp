@@ -107,7 +107,7 @@ ReadWrite read_and_write(std::string_view bytes, char strict, char zero_as_defau
     if (!buffered) std::setvbuf(in.get(), nullptr, _IONBF, 0);
     outcome.completed = file->read(in.get(), strict) != nullptr;
   }
-  outcome.unsettled = igeslib_test::unsettled_reason(file, zero_as_default);
+  outcome.unsettled = igeslib_test::unsettled_reason(file);
   // A read that stopped at a fatal error leaves what it had made; the writer must cope with
   // half-filled entities too.
   LUMO.useDesign(design.get());

@@ -1,7 +1,8 @@
 // The steps that every class's directory-record members share: turning a DE pointer into
 // the entity it names, making the select objects of one record, and writing the eight-column
 // fields that hold a select or a reference. A field whose value is missing reads as an unset
-// value and writes as blanks; nothing here reports.
+// value; it writes as blanks where blanks read back as that, and as 0 where they read back as
+// 0. Nothing here reports.
 #include <cstdint>
 #include <cstring>
 
@@ -204,35 +205,31 @@ void igeslib_de_write_pointer(char* out, igs_directory_entry* entity) {
     blanks(out);
 }
 
+// Line font, level and colour: a field of a value or a definition. A blank field reads back
+// as the value 0, never as no select, so no blanks are written here: no select (or a delayed
+// one that can't be loaded) and a definition choice whose definition is gone are written as
+// the 0 they read back as, and so write the same again. A select that never got a choice
+// writes its zeroed value.
 namespace {
 
-// A definition choice whose reference is null or can't be loaded: the number 0, which reads
-// back as the value 0 and so writes the same again (blanks would read back as 0 and change).
-void write_definition_choice(char* out, igs_directory_entry* definition) {
-  if (definition)
-    igeslib_de_write_int(out, -definition->de_number);
-  else
-    igeslib_de_write_int(out, 0);
+void write_definition(char* out, igs_directory_entry* definition) {
+  igeslib_de_write_int(out, definition ? -definition->de_number : 0);
 }
 
 }  // namespace
 
 void igeslib_de_write_line_font(char* out, igs_lineFont* font) {
-  if (!font)
-    blanks(out);
-  else if (font->is_line_font_definition_entity())
-    write_definition_choice(out, font->_line_font_definition_entity());
+  if (font && font->is_line_font_definition_entity())
+    write_definition(out, font->_line_font_definition_entity());
   else
-    igeslib_de_write_int(out, static_cast<int>(font->_line_pattern()));  // zero if no choice
+    igeslib_de_write_int(out, font ? static_cast<int>(font->_line_pattern()) : 0);
 }
 
 void igeslib_de_write_level(char* out, igs_entity_level* level) {
-  if (!level)
-    blanks(out);
-  else if (level->is_definition_levels_entity())
-    write_definition_choice(out, level->_definition_levels_entity());
+  if (level && level->is_definition_levels_entity())
+    write_definition(out, level->_definition_levels_entity());
   else
-    igeslib_de_write_int(out, level->_int_val());
+    igeslib_de_write_int(out, level ? level->_int_val() : 0);
 }
 
 void igeslib_de_write_view(char* out, igs_entity_view* view) {
@@ -252,12 +249,10 @@ void igeslib_de_write_view(char* out, igs_entity_view* view) {
 }
 
 void igeslib_de_write_color(char* out, igs_entity_color* color) {
-  if (!color)
-    blanks(out);
-  else if (color->is_color_definition_entity())
-    write_definition_choice(out, color->_color_definition_entity());
+  if (color && color->is_color_definition_entity())
+    write_definition(out, color->_color_definition_entity());
   else
-    igeslib_de_write_int(out, static_cast<int>(color->_color_number()));
+    igeslib_de_write_int(out, color ? static_cast<int>(color->_color_number()) : 0);
 }
 
 void igeslib_de_write_status(char* out, int value) {

@@ -5,16 +5,10 @@
 
 namespace {
 
-template <class S>
-void write_select(IgeslibIO* io, S* select) {
-  igeslib_write_pointer(io, igeslib_select_entity(select));
-}
-
-// A boundary or island of a sectioned area; 0 names the first entity.
-igs_definition_curve* definition_curve(IgeslibIO* io, const IgeslibField& field) {
-  auto* curve = new (LUMO.design()) igs_definition_curve;
-  int n = io->read_int();
-  auto* geometry = lumo_cast<igs_geometric_entity>(igeslib_file_entity(n));
+// A boundary or island of a sectioned area: the member of the entity's type, null when the
+// entity is not of the member's class; no member for other types.
+void choose_curve(igs_definition_curve* curve, igs_directory_entry* entity) {
+  auto* geometry = lumo_cast<igs_geometric_entity>(entity);
   switch (geometry ? geometry->entity_type() : 0) {
     case 100:
       curve->_circular_arc_entity(lumo_cast<igs_circular_arc_entity>(geometry));
@@ -39,8 +33,38 @@ igs_definition_curve* definition_curve(IgeslibIO* io, const IgeslibField& field)
     default:
       break;
   }
+}
+
+// The witness line or leader of an ordinate dimension, by the entity's type.
+void choose_witness(igs_witness_or_leader* select, igs_directory_entry* entity) {
+  auto* named = lumo_cast<igs_annotation_entity>(entity);
+  int type = named ? named->entity_type() : 0;
+  if (type == 106)
+    select->_witness_line_entity(lumo_cast<igs_witness_line_entity>(named));
+  else if (type == 214)
+    select->_leader_arrow_entity(lumo_cast<igs_leader_arrow_entity>(named));
+}
+
+// Whether choose, on a select of its own, makes a member of the entity.
+template <class S>
+bool takes(void (*choose)(S*, igs_directory_entry*), igs_directory_entry* entity) {
+  S probe;
+  choose(&probe, entity);
+  return igeslib_select_entity(&probe) != nullptr;
+}
+
+// A boundary or island is read with no test for 0, which names the first entity.
+igs_definition_curve* definition_curve(IgeslibIO* io, const IgeslibField& field) {
+  auto* curve = new (LUMO.design()) igs_definition_curve;
+  int n = io->read_int();
+  choose_curve(curve, igeslib_file_entity(n));
   igeslib_note_pointer(io, n, curve->entity(), field);
   return curve;
+}
+
+void write_curve(IgeslibIO* io, igs_definition_curve* curve) {
+  igeslib_write_bare_pointer(io, igeslib_select_entity(curve),
+                             [](igs_directory_entry* e) { return takes(choose_curve, e); });
 }
 
 }  // namespace
@@ -50,17 +74,13 @@ void igs_ordinate_dimension_entity_with_witness_or_leader_entity::pdread_dewit(I
   auto* select = new (LUMO.design()) igs_witness_or_leader;
   dewit(select);
   int n = io->read_int();
-  auto* named = lumo_cast<igs_annotation_entity>(igeslib_file_entity(n));
-  int type = named ? named->entity_type() : 0;
-  if (type == 106)
-    select->_witness_line_entity(lumo_cast<igs_witness_line_entity>(named));
-  else if (type == 214)
-    select->_leader_arrow_entity(lumo_cast<igs_leader_arrow_entity>(named));
+  choose_witness(select, igeslib_file_entity(n));
   igeslib_note_pointer(io, n, select->entity(), {"dewit", &lumotype_igs_witness_or_leader});
 }
 
 void igs_ordinate_dimension_entity_with_witness_or_leader_entity::pdwrite_dewit(IgeslibIO* io) {
-  write_select(io, dewit());
+  igeslib_write_bare_pointer(io, igeslib_select_entity(dewit()),
+                             [](igs_directory_entry* e) { return takes(choose_witness, e); });
 }
 
 // 220: 0 is no select at all.
@@ -81,13 +101,15 @@ void igs_point_dimension_entity::pdread_degeom(IgeslibIO* io) {
   igeslib_note_pointer(io, n, select->entity(), {"degeom", &lumotype_igs_geometry_ptr});
 }
 
-void igs_point_dimension_entity::pdwrite_degeom(IgeslibIO* io) { write_select(io, degeom()); }
+void igs_point_dimension_entity::pdwrite_degeom(IgeslibIO* io) {
+  igeslib_write_pointer(io, igeslib_select_entity(degeom()));
+}
 
 void igs_sectioned_area_entity::pdread_bndp(IgeslibIO* io) {
   bndp(definition_curve(io, {"bndp", &lumotype_igs_definition_curve}));
 }
 
-void igs_sectioned_area_entity::pdwrite_bndp(IgeslibIO* io) { write_select(io, bndp()); }
+void igs_sectioned_area_entity::pdwrite_bndp(IgeslibIO* io) { write_curve(io, bndp()); }
 
 // An island that fits no member keeps its place in the list; the writer leaves out the islands
 // that name no curve, count and all.
@@ -106,5 +128,5 @@ void igs_sectioned_area_entity::pdwrite_islpt(IgeslibIO* io) {
   };
   io->write_int(igeslib_count_items(islands, named));
   for (unsigned i = 0, n = islands ? islands->size() : 0; i < n; ++i)
-    if (named((*islands)[i])) write_select(io, (*islands)[i]);
+    if (named((*islands)[i])) write_curve(io, (*islands)[i]);
 }

@@ -45,8 +45,8 @@ void igs_loop_entity::pdread() {
   }
 }
 
-// A list or curve that names no entity is written as 0; a missing edge use or curve is left
-// out, count and all.
+// A list or curve that names no entity is written as a bare pointer to none; a missing edge use
+// or curve is left out, count and all.
 void igs_loop_entity::pdwrite() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
@@ -56,7 +56,12 @@ void igs_loop_entity::pdwrite() {
     igs_edge_use* use = (*uses)[i];
     if (!use) continue;
     io->write_int(static_cast<int>(use->typ()));
-    igeslib_write_pointer(io, igeslib_select_entity(use->edge()));
+    bool edge = use->typ() == igs_edge_type_edge;
+    igeslib_write_bare_pointer(io, igeslib_select_entity(use->edge()),
+                               [edge](igs_directory_entry* e) {
+                                 return edge ? igeslib_takes<igs_edge_list_entity>(e)
+                                             : igeslib_takes<igs_vertex_list_entity>(e);
+                               });
     io->write_int(use->ndx() + 1);
     io->write_logical(use->orf());
     ListOfigs_space_curve* curves = use->curves_ ? use->curves() : nullptr;
@@ -66,7 +71,7 @@ void igs_loop_entity::pdwrite() {
       igs_space_curve* curve = (*curves)[j];
       if (!curve) continue;
       io->write_logical(curve->isop());
-      igeslib_write_pointer(io, igeslib_select_entity(curve->curv()));
+      igeslib_write_bare_pointer<igs_model_space_curve>(io, igeslib_select_entity(curve->curv()));
     }
   }
 }

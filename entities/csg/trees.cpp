@@ -52,21 +52,24 @@ void igs_boolean_tree_entity::pdread() {
   }
 }
 
-// A first or second operand that names no entity is written as 1, which names none again; a
-// later one as 0, which reads back as the null operator and writes again as 0. A list shorter
-// than two is written with the count 2, as the list of two that it reads back as.
+// A first or second operand that names no entity is written as 0, which names the first entity
+// of the file and so reads back as none where that is no solid; where it is one, as 1, which
+// names none. A later one as 0, which reads back as the null operator and writes again as 0. A
+// list shorter than two is written with the count 2, as the list of two that it reads back as.
 void igs_boolean_tree_entity::pdwrite() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
   ListOfigs_boolean_ops* list = operands_ ? operands() : nullptr;
   unsigned n = list ? list->size() : 0;
+  int no_operand =
+      igeslib_takes<igs_constructive_solid_geometry_entity>(igeslib_file_entity(1)) ? 1 : 0;
   io->write_int(static_cast<int>(n < 2 ? 2 : n));
   for (unsigned i = 0; i < n || i < 2; ++i) {
     igs_boolean_ops* op = i < n ? (*list)[i] : nullptr;
     if (i >= 2 && op && op->is_boolean_op_code())
       io->write_int(static_cast<int>(op->_boolean_op_code()));
     else
-      io->write_int(negated_number(op, i < 2 ? 1 : 0));
+      io->write_int(negated_number(op, i < 2 ? no_operand : 0));
   }
 }
 
@@ -89,14 +92,16 @@ void igs_solid_assembly_entity::pdread() {
                   static_cast<unsigned>(i));
 }
 
-// The count comes from the members; a matrix array of another length is cut or filled with 0.
+// The count comes from the members; a matrix array of another length is cut or filled with 0. A
+// member that names no entity keeps its place, beside its matrix.
 void igs_solid_assembly_entity::pdwrite() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
   ListOfigs_constructive_solid_geometry_entity* members = ptr_ ? ptr() : nullptr;
   unsigned n = members ? members->size() : 0;
   io->write_int(static_cast<int>(n));
-  for (unsigned i = 0; i < n; ++i) igeslib_write_pointer(io, (*members)[i]);
+  for (unsigned i = 0; i < n; ++i)
+    igeslib_write_bare_pointer<igs_constructive_solid_geometry_entity>(io, (*members)[i]);
   ArrayOfigs_transformation_matrix_entity* matrices = ptrm_;
   for (unsigned i = 0; i < n; ++i) igeslib_write_pointer(io, matrices ? (*matrices)[i] : nullptr);
 }

@@ -87,16 +87,10 @@ void igs_associativity_instance_entity::pdwrite() {
                   -1);
               return;
             }
-            igeslib_write_pointer(io, datum->_directory_entry());
+            igeslib_write_bare_pointer<igs_directory_entry>(io, datum->_directory_entry());
             break;
           case 2:
-            if (!datum) break;
-            if (datum->is_int_val())
-              io->write_int(datum->_int_val());
-            else if (datum->is_str_val())
-              io->write_string(datum->_str_val());
-            else if (datum->is_float_val())
-              io->write_real(datum->_float_val());
+            igeslib_write_value_by_text(io, datum);
             break;
           case 3: {
             igs_directory_entry* target =

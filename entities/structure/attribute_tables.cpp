@@ -27,7 +27,8 @@ void write_values(IgeslibIO* io, ListOfigs_datum* values, igs_attribute_definiti
   for (int i = 0, n = attribute->avc(); i < n; ++i) {
     igeslib_write_coded_value(io, values ? (*values)[static_cast<unsigned>(i)] : nullptr, type);
     if (with_templates)
-      igeslib_write_pointer(io, templates ? (*templates)[static_cast<unsigned>(i)] : nullptr);
+      igeslib_write_bare_pointer<igs_text_display_template_entity>(
+          io, templates ? (*templates)[static_cast<unsigned>(i)] : nullptr);
   }
 }
 

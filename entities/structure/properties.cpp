@@ -11,6 +11,16 @@ void igs_nominal_size_entity::pdwrite_sp(IgeslibIO* io) {
   if (np_ == 3) io->write_string(sp());
 }
 
+void igeslib_write_value_by_text(IgeslibIO* io, igs_datum* datum) {
+  if (!datum) return;
+  if (datum->is_int_val())
+    io->write_int(datum->_int_val(), IgeslibIO::kEmptyIsNotZero);
+  else if (datum->is_str_val())
+    io->write_string(datum->_str_val());
+  else if (datum->is_float_val())
+    io->write_real(datum->_float_val(), IgeslibIO::kEmptyIsNotZero);
+}
+
 bool igeslib_read_coded_value(IgeslibIO* io, igs_datum* datum, int code) {
   switch (code) {
     case 1:
@@ -46,7 +56,7 @@ bool igeslib_write_coded_value(IgeslibIO* io, igs_datum* datum, int code) {
       io->write_string(datum && datum->is_str_val() ? datum->_str_val() : nullptr);
       return true;
     case 4:
-      igeslib_write_pointer(
+      igeslib_write_bare_pointer<igs_directory_entry>(
           io, datum && datum->is_directory_entry() ? datum->_directory_entry() : nullptr);
       return true;
     case 6:
@@ -120,14 +130,7 @@ void igs_user_defined_property_entity::pdwrite() {
   unsigned n = list ? list->size() : 0;
   io->write_int(static_cast<int>(n));
   for (unsigned i = 0; i < n; ++i) {
-    igs_datum* value = (*list)[i];
-    if (!value) continue;
-    if (value->is_int_val())
-      io->write_int(value->_int_val());
-    else if (value->is_str_val())
-      io->write_string(value->_str_val());
-    else if (value->is_float_val())
-      io->write_real(value->_float_val());
+    igeslib_write_value_by_text(io, (*list)[i]);
   }
 }
 

@@ -108,7 +108,7 @@ void igs_segmented_views_visible_entity::pdwrite() {
   for (unsigned i = 0, n = list ? list->size() : 0; i < n; ++i) {
     igs_view_segment_block* block = (*list)[i];
     if (!block) continue;
-    igeslib_write_pointer(io, block->pt());
+    igeslib_write_bare_pointer<igs_view_entity>(io, block->pt());
     io->write_real(block->p());
     io->write_int(block->df());
     io->write_int(unsigned_color(block->c()));

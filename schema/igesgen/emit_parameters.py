@@ -74,7 +74,9 @@ def write_value(model, kind, type_, value):
     if kind in ("P?", "P!"):
         if is_select(model, type_):
             value = "igeslib_select_entity(%s)" % value
-        return "igeslib_write_pointer(io, %s);" % value
+        if kind == "P?":
+            return "igeslib_write_pointer(io, %s);" % value
+        return "igeslib_write_bare_pointer<%s>(io, %s);" % (type_, value)
     if kind == "I" and step_type(model, type_) == "enum":
         value = "static_cast<int>(%s)" % value
     if kind == "X":

@@ -120,7 +120,8 @@ class EmitterTest(unittest.TestCase):
                      "pdread_extra(io);", "pdread_y(io, item0);"]:
             self.assertIn(line, reader)
         for line in ["io->write_int(static_cast<int>(f()));", "io->write_int(k() + 1);",
-                     "igeslib_write_pointer(io, igeslib_select_entity(pick()));",
+                     "igeslib_write_pointer(io, at());",
+                     "igeslib_write_bare_pointer<igs_either>(io, igeslib_select_entity(pick()));",
                      "io->write_real(2.);", "io->write_int(n());",
                      "io->write_int(l_reals ? static_cast<int>(l_reals->size()) : 0);",
                      "if (!(item && item->entity())) continue;",

@@ -232,12 +232,21 @@ TEST(EntityRecords, ReadWriteAndSettle) {
       {"boolean tree of operands only", kSolids, 0, "180,5,-1,-3,1,-3,2;"},
       // The first two items are operands whatever their sign: 1 and 3 name nothing.
       {"boolean tree of positive operands", kSolids, 0, "180,2,1,3;", "180,2,1,1;"},
+      // 0 would name the first entity, a line: no solid, so 0 is none.
+      {"boolean tree of positive operands after a line", kCurves, 0, "180,2,1,3;", "180,2,0,0;"},
+      // A bare pointer that names nothing is written as -1 where 0 would name a fitting first
+      // entity (here a line, a vertex list, a sphere), as 0 where it would name none.
+      {"assembly member naming nothing", kSolids, 0, "184,1,99,0;", "184,1,-1,0;"},
       {"assembly with one matrix", kSolids, 0, "184,2,1,3,0,5;"},
       {"solid instance", kSolids, 0, "430,3;"},
       {"note of two strings and a font definition", kSolids, 0,
        "212,2,3,1.,2.,-7,0.,0.,0,0,1.,2.,0.,3HONE,3,1.,2.,1,0.,0.,0,0,1.,2.,0.,3HTWO;"},
       {"note whose count of characters is off", kSolids, 0,
        "212,1,9,1.,2.,1,0.,0.,0,0,1.,2.,0.,3HONE;", "212,1,3,1.,2.,1,0.,0.,0,0,1.,2.,0.,3HONE;"},
+      // A font pointer to another class (a block) keeps the definition choice, with no
+      // definition: written as font 0.
+      {"note font naming a block", kSolids, 0, "212,1,3,1.,2.,-3,0.,0.,0,0,1.,2.,0.,3HONE;",
+       "212,1,3,1.,2.,0,0.,0.,0,0,1.,2.,0.,3HONE;"},
       {"leader", kSolids, 2, "214,2,0.5,0.25,0.,1.,2.,3.,4.,5.,6.;"},
       {"witness line whatever its IP", kSolids, 40, "106,2,1,0.,1.,2.;", "106,1,1,0.,1.,2.;"},
       {"template of font 0", kSolids, 0, "312,1.,2.,0,0.,0.,0,0,1.,2.,3.;",
@@ -252,6 +261,8 @@ TEST(EntityRecords, ReadWriteAndSettle) {
       {"vertex use naming an edge list", kBrep, 1, "508,1,1,3,1,1,0;", "508,1,1,0,1,1,0;"},
       {"edge use with a parameter-space curve", kBrep, 1, "508,1,0,3,2,0,1,1,1;"},
       {"edge on entity 0", kBrep, 1, "504,1,0,3,1,3,;", "504,1,1,0,1,0,0;"},
+      {"edge on no curve", kBrep, 1, "504,1,99,3,1,3,1;", "504,1,-1,0,1,0,1;"},
+      {"vertex use naming nothing", kShell, 1, "508,1,1,99,1,1,0;", "508,1,1,-1,1,1,0;"},
       {"face on no surface", kBrep, 1, "510,1,0,1;", "510,0,0,1;"},
       {"solid with no voids", kBrep, 0, "186,0,0,0;"},
       {"shell of form 2 on no face", kBrep, 2, "514,1,0,1;"},
@@ -265,9 +276,12 @@ TEST(EntityRecords, ReadWriteAndSettle) {
       {"nominal size without its name", kLinePoint, 13, "406,2,2.5,2HM3;"},
       {"nominal size with its name", kLinePoint, 13, "406,3,2.5,2HM3,3HISO;"},
       {"generic data of every kind", kLinePoint, 27, "406,5,1HG,5,1,7,2,0.5,3,1HS,4,3,6,1;"},
+      {"generic data naming nothing", kLinePoint, 27, "406,1,1HG,1,4,99;", "406,1,1HG,1,4,-1;"},
       // Code 5 is no kind: it takes the place of a value, and nothing is written for it.
       {"generic data of an unknown code", kLinePoint, 27, "406,3,1HG,2,5,1,9;", "406,3,1HG,2,1,9;"},
       {"user-defined property", kLinePoint, 5001, "406,3,7,2.5,2HAB;"},
+      // A value's kind is told by its text: its zero is no empty parameter.
+      {"user-defined property of zeros", kLinePoint, 5001, "406,3,0,0.,2;", "", "406,3,0,0.,2;"},
       {"group", kLinePoint, 1, "402,2,1,3;"},
       {"group member naming nothing", kLinePoint, 7, "402,2,1,99;", "402,1,1;"},
       {"single parent", kLinePoint, 9, "402,1,1,1,3;"},
@@ -278,6 +292,8 @@ TEST(EntityRecords, ReadWriteAndSettle) {
       {"singular subfigure instance of no definition", kLinePoint, 0, "408,0,1.,2.,3.,1.;"},
       {"rectangular array on the first entity", kLinePoint, 0,
        "412,0,1.,0.,0.,0.,2,2,1.,1.,0.,0,1;", "412,1,1.,0.,0.,0.,2,2,1.,1.,0.,0,1;"},
+      {"rectangular array naming nothing", kLinePoint, 0, "412,99,1.,0.,0.,0.,2,2,1.,1.,0.,0,1;",
+       "412,-1,1.,0.,0.,0.,2,2,1.,1.,0.,0,1;"},
       {"circular array of a point", kLinePoint, 0, "414,3,4,0.,0.,0.,5.,0.,1.5,2,1,1,3;"},
       {"external reference of form 2", kLinePoint, 2, "416,4HA.IG,3HBOX;"},
       {"external reference file index", kLinePoint, 12, "402,1,3HBOX,3;"},
@@ -345,6 +361,15 @@ TEST(EntityRecords, FilesReadWriteAndSettle) {
         {220, 0, "220,0,0,5;"},
         {230, 0, "230,1,1,0.,0.,0.,1.,0.,1,5;"}},
        {"", "220,0,0,0;", "230,0,1,0.,0.,0.,1.,0.,0;"}},
+      {"face on no surface after a surface",
+       kNone,
+       {{190, 0, "190,0,0;"}, {510, 1, "510,99,0,1;"}},
+       {"", "510,-1,0,1;"}},
+      // A solid of boundary representation is no geometry: the member is left out.
+      {"dimensioned geometry of a solid",
+       kShell,
+       {{186, 0, "186,13,1,0;"}, {402, 13, "402,1,1,0,15;"}},
+       {"", "402,1,0,0;"}},
       // The loops of element results take the entity's nv, not the element's numv.
       {"element results",
        kLinePoint,

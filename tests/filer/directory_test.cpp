@@ -254,6 +254,9 @@ TEST(DirectoryRecords, OutsideAFileEveryPointerIsNull) {
   EXPECT_EQ(igeslib_resolve_de(-1), point);
   EXPECT_EQ(igeslib_resolve_de(3), nullptr);
   EXPECT_EQ(igeslib_resolve_de(0), nullptr);
+  // No line font, level or colour: 0, which blank fields would read back as.
+  EXPECT_EQ(written(point, true).substr(24, 16), fields({"0", "0"}));
+  EXPECT_EQ(written(point, false).substr(16, 8), fields({"0"}));
   LUMO.useDesign(previous);
 }
 

@@ -206,21 +206,22 @@ TEST(Global, DelimitersVersionAndReports) {
   }
 }
 
-// Absent values are empty parameters, none is lost, and the delimiters of the file's own are
-// stated the way the reader takes them back.
+// Absent values are empty parameters, but for the 0 line weight gradations, which an empty one
+// would not give back; none is lost, and the delimiters of the file's own are stated the way
+// the reader takes them back.
 TEST(GlobalWrite, AbsentValuesAndDelimitersOfTheFileOwn) {
   const struct {
     const char *parameter, *record;
     std::string data;  // the record's data; empty: nothing written, and this report
     const char* error;
   } cases[] = {
-      {",", ";", ",,4Hsend,,,,,,7,,15,,,-1,,,,,,,,,11,-1,,1Hm;", nullptr},
-      {"", "", ",,4Hsend,,,,,,7,,15,,,-1,,,,,,,,,11,-1,,1Hm;", nullptr},
+      {",", ";", ",,4Hsend,,,,,,7,,15,,,-1,,0,,,,,,,11,-1,,1Hm;", nullptr},
+      {"", "", ",,4Hsend,,,,,,7,,15,,,-1,,0,,,,,,,11,-1,,1Hm;", nullptr},
       // The default record delimiter goes out as a bare comma, whatever the parameter one.
-      {"/", ";", "1H//,4Hsend//////7//15///-1/////////11/-1//1Hm;", nullptr},
+      {"/", ";", "1H//,4Hsend//////7//15///-1//0///////11/-1//1Hm;", nullptr},
       // A record delimiter of its own is stated with the parameter delimiter's text.
-      {",", "!", ",1H,,4Hsend,,,,,,7,,15,,,-1,,,,,,,,,11,-1,,1Hm!", nullptr},
-      {"/", "!", "1H//1H//4Hsend//////7//15///-1/////////11/-1//1Hm!", nullptr},
+      {",", "!", ",1H,,4Hsend,,,,,,7,,15,,,-1,,0,,,,,,,11,-1,,1Hm!", nullptr},
+      {"/", "!", "1H//1H//4Hsend//////7//15///-1//0///////11/-1//1Hm!", nullptr},
       {"//", ";", "", "write_global_section: parameter delimiter length > 1"},
       {",", ";;", "", "write_global_section: record delimiter length > 1"},
   };

@@ -20,6 +20,7 @@
 #include "support/corpus.h"
 #include "support/file_read.h"
 #include "support/model_support.h"
+#include "support/mutants.h"
 #include "support/settle.h"
 
 namespace {
@@ -175,7 +176,7 @@ class GeneratedModel {
     return s;
   }
 
-  LumoObject* new_object(LumoDomain* domain, int depth, bool never_null = false) {
+  LumoObject* new_object(LumoDomain* domain, int depth) {
     if (derives(domain, lumotype_igs_directory_entry)) {
       std::vector<LumoObject*> fitting;
       for (igs_directory_entry* e : entities_)
@@ -183,7 +184,7 @@ class GeneratedModel {
       if (fitting.empty() || integer(0, 4) == 0) return nullptr;
       return fitting[static_cast<std::size_t>(integer(0, static_cast<int>(fitting.size()) - 1))];
     }
-    if (depth > 3 || (integer(0, 6) == 0 && !never_null)) return nullptr;
+    if (depth > 3 || integer(0, 6) == 0) return nullptr;
     LumoObject* object = domain->pnewInstance();
     if (!object) return nullptr;
     if (auto* select = dynamic_cast<LumoUnion*>(object)) {
@@ -259,9 +260,6 @@ class GeneratedModel {
         // how many items to write.
         int v = integer(0, 1) ? integer(-2, 2) : integer(-20, 300);
         if (negative_pointer_select()) v = std::abs(v);
-        // A value of a user defined property is told by its text, which 0 may not have.
-        if (v == 0 && std::string(entity_->domain()->name()) == "user_defined_property_entity")
-          v = 1;
         std::string name = attribute->name;
         // Directory fields: a number wider than eight columns is written cut to eight, and a
         // nodal result writes its node's subscript in full.
@@ -304,12 +302,7 @@ class GeneratedModel {
         break;
       }
       case LumoKind::object: {
-        // A null line font, level or colour select of a Directory record writes blanks, which
-        // read back as the value 0.
-        std::string name = attribute->name;
-        bool directory_select =
-            depth == 0 && (name == "line_font" || name == "level" || name == "color");
-        LumoObject* v = new_object(domain, depth, directory_select);
+        LumoObject* v = new_object(domain, depth);
         owner->putData(attribute, 0, &v, lumotype_LumoObject);
         break;
       }
@@ -332,17 +325,11 @@ class GeneratedModel {
   std::string select_;                     // the domain of the select being filled, if any
 };
 
-// The second write equals the first, or differs only by the rules that settle one write later
-// and then does settle.
-void expect_settled(const std::string& first, FileRead& back, char zero_as_default,
-                    bool null_selects) {
+// Whether the second write equals the first; a failure that says where, when it doesn't.
+bool settles(const std::string& first, FileRead& back, char zero_as_default) {
   std::string second = back.written(zero_as_default);
-  if (first == second) return;
-  std::string difference = first_difference(first, second, null_selects);
-  EXPECT_EQ(difference, "") << "the second write differs";
-  if (!difference.empty()) return;
-  FileRead again(second, 0, false);
-  EXPECT_EQ(again.written(zero_as_default), second) << "no settling at the third write";
+  EXPECT_EQ(first_difference(first, second), "") << "the second write differs";
+  return second == first;
 }
 
 // The class of each entity of the current design's file.
@@ -373,101 +360,50 @@ TEST(RoundTrip, GeneratedModelsSettleAfterOneWrite) {
     EXPECT_EQ(back.errors(), std::vector<std::string>{})
         << "what one write made reads with reports";
     EXPECT_EQ(classes_of(back.file), written);
-    expect_settled(first, back, zero_as_default, false);
+    settles(first, back, zero_as_default);
   }
 }
 
-// Deterministic choices for a file: FNV-1a of its name and the mutation.
-struct Choices {
-  std::uint64_t state;
-  Choices(const std::string& name, int mutation) : state(1469598103934665603ull) {
-    for (char c : name + char('0' + mutation))
-      state = (state ^ static_cast<unsigned char>(c)) * 1099511628211ull;
-  }
-  std::size_t below(std::size_t n) {
-    state = state * 6364136223846793005ull + 1442695040888963407ull;
-    return n ? static_cast<std::size_t>((state >> 33) % n) : 0;
-  }
-};
-
-// A file changed in one of four ways: definition fields of a Directory pair pointed at any
-// entity; a parameter line dropped; an integer parameter made to point at another entity; a
-// Directory pair dropped.
-std::string mutant(const std::string& bytes, const std::string& name, int mutation) {
-  Choices choose(name, mutation);
-  std::vector<std::string> lines;
-  std::vector<std::size_t> d, p;  // the D and P lines
-  std::istringstream in(bytes);
-  for (std::string line; std::getline(in, line);) {
-    if (line.size() > 72 && (line[72] == 'D' || line[72] == 'P'))
-      (line[72] == 'D' ? d : p).push_back(lines.size());
-    lines.push_back(line + (in.eof() ? "" : "\n"));
-  }
-  std::size_t entities = d.size() / 2;
-  if (entities == 0 || p.empty()) return bytes;
-  auto pointer = [&] { return std::to_string(2 * choose.below(entities) + 1); };
-  if (mutation == 0) {
-    std::string& one = lines[d[2 * choose.below(entities)]];
-    std::string& two = lines[d[2 * choose.below(entities) + 1]];
-    for (auto [line, column] : {std::pair{&one, 24}, std::pair{&one, 32}, std::pair{&two, 16}}) {
-      char field[9];
-      std::snprintf(field, sizeof field, "%8s", ("-" + pointer()).c_str());
-      line->replace(column, 8, field);
-    }
-  } else if (mutation == 1) {
-    lines.erase(lines.begin() + static_cast<long>(p[choose.below(p.size())]));
-  } else if (mutation == 3) {
-    std::size_t pair = 2 * choose.below(entities);
-    lines.erase(lines.begin() + static_cast<long>(d[pair]),
-                lines.begin() + static_cast<long>(d[pair + 1]) + 1);
-  } else if (mutation == 2) {
-    std::string& line = lines[p[choose.below(p.size())]];
-    std::vector<std::pair<std::size_t, std::size_t>> integers;  // start, length
-    for (std::size_t i = 0, start = 0; i <= 64; ++i) {
-      if (i < 64 && line[i] != ',' && line[i] != ';') continue;
-      std::string token = line.substr(start, i - start);
-      if (!token.empty() && token.find_first_not_of("0123456789") == std::string::npos)
-        integers.emplace_back(start, token.size());
-      start = i + 1;
-    }
-    if (!integers.empty()) {
-      auto [start, length] = integers[choose.below(integers.size())];
-      std::string target = pointer();
-      if (target.size() <= length)
-        line.replace(start, length, std::string(length - target.size(), '0') + target);
-    }
-  }
-  std::string out;
-  for (const std::string& line : lines) out += line;
-  return out;
-}
-
+// Every kind of damage on each corpus file of up to half a megabyte: where the read completes, the
+// second write gives the bytes of the first, save for the rules that keep it from settling.
 TEST(RoundTrip, CorpusMutantsSettleWhereTheReadCompletes) {
   std::vector<std::filesystem::path> files = corpus_files();
   if (files.empty()) GTEST_SKIP() << "../shared/corpus is absent: corpus checks skipped";
   Quiet quiet;
-  int checked = 0;
+  int made = 0, completed = 0, settled = 0;
+  std::map<std::string, int> excused;
   for (const auto& path : files) {
     std::string name = path.filename().string();
-    if (std::filesystem::file_size(path) > (8u << 20)) continue;  // keeps the test to seconds
+    if (std::filesystem::file_size(path) > (1u << 19)) continue;  // keeps the test to seconds
     std::string bytes = contents(path);
-    for (int mutation = 0; mutation < 4; ++mutation) {
-      SCOPED_TRACE(name + ", mutation " + std::to_string(mutation));
-      char zero_as_default = static_cast<char>(mutation != 1);
-      FileRead read(mutant(bytes, name, mutation), 0, false);
-      if (!read.result || unsettled_reason(read.file, zero_as_default)) continue;
+    for (int kind = 0; kind < kMutations; ++kind) {
+      std::string changed = mutant(bytes, name, static_cast<Mutation>(kind));
+      if (changed.empty()) continue;
+      SCOPED_TRACE(name + ", mutation " + std::to_string(kind));
+      char zero_as_default = static_cast<char>(++made % 3 != 0);
+      FileRead read(changed, 0, false);
+      if (!read.result) continue;
+      ++completed;
+      if (const char* reason = unsettled_reason(read.file)) {
+        ++excused[reason];
+        continue;
+      }
       std::string first = read.written(zero_as_default);
-      FileRead back(first);
+      FileRead back(first, 0, false);
       bool rejected = false;
       for (const std::string& piece : back.reports.pieces())
         rejected = rejected || is_rejected_real_report(piece.c_str());
-      if (rejected) continue;
-      // Without a Directory pair the reader leaves the selects of the pair it never reaches.
-      expect_settled(first, back, zero_as_default, mutation == 3);
-      ++checked;
+      if (rejected) {
+        ++excused["a real written in a form the reader rejects"];
+        continue;
+      }
+      settled += settles(first, back, zero_as_default);
     }
   }
-  EXPECT_GT(checked, 100);
+  std::printf("corpus mutants: %d made, %d read to completion, %d settled\n", made, completed,
+              settled);
+  for (const auto& [reason, n] : excused) std::printf("  %d excused: %s\n", n, reason.c_str());
+  EXPECT_GT(settled, 500);
 }
 
 }  // namespace

@@ -76,8 +76,6 @@ TEST(WriteRules, KnownExceptionsStayAsTheyAre) {
       {"real that rounds to a whole number with an exponent",
        "written 1D+15, read as 1e15, written again with a point",
        [](LumoDesign* d) { line(d)->x1(999999999999999.9); }},
-      {"null line font select", "written as blanks, which read back as the pattern 0",
-       [](LumoDesign* d) { line(d)->line_font(nullptr); }},
       {"negative level value", "written as a negative number, which reads back as a pointer",
        [](LumoDesign* d) { line(d)->level()->_int_val(-3); }},
       {"label of two words", "the reader takes the first word of the label's columns",
@@ -105,13 +103,6 @@ TEST(WriteRules, KnownExceptionsStayAsTheyAre) {
        [](LumoDesign* d) {
          line(d);
          lumo_cast<igs_iges_file>(d->rootObject())->global_section()->parameter_delimiter("/");
-       }},
-      {"no line weight gradations", "written as an empty parameter, which reads as 1",
-       [](LumoDesign* d) {
-         line(d);
-         lumo_cast<igs_iges_file>(d->rootObject())
-             ->global_section()
-             ->max_num_line_weight_gradations(0);
        }},
       {"edge use whose type disagrees with its list", "the reader casts by the type",
        [](LumoDesign* d) {
@@ -150,11 +141,6 @@ TEST(WriteRules, KnownExceptionsStayAsTheyAre) {
          auto* value = new (d) igs_datum;
          value->_float_val(1e-300);
          entity<igs_user_defined_property_entity>(d)->variables()->add(value);
-       }},
-      {"face without a surface", "written as 0, which names the first entity, a surface",
-       [](LumoDesign* d) {
-         entity<igs_spherical_surface_entity>(d);
-         entity<igs_face_entity>(d);
        }},
   };
   for (const auto& c : cases) {
