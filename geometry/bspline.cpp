@@ -118,6 +118,42 @@ class BsplineCurve final : public Curve {
     d1 = (da - point * dw) / w;
   }
 
+  bool evaluate2(double t, Vec3& point, Vec3& d1, Vec3& d2) const override {
+    // The first derivative of the curve in homogeneous form (w P, w) is a B-spline of degree
+    // p - 1 with the points Q_k = p (Pw_k+1 - Pw_k) / (u_k+p+1 - u_k+1); the second is that
+    // one's first derivative, and the quotient rule gives the curve's.
+    int n = int(points_.size()) - 1;
+    int span = find_span(knots_, p_, n, t);
+    double values[64], ders[64], lower[64], lower_ders[64];
+    basis(knots_, p_, span, t, values, ders);
+    Vec3 a, da, dda;
+    double w = 0, dw = 0, ddw = 0;
+    auto weight = [&](int k) { return weights_.empty() ? 1.0 : weights_[k]; };
+    for (int j = 0; j <= p_; ++j) {
+      int k = span - p_ + j;
+      a += points_[k] * (values[j] * weight(k));
+      da += points_[k] * (ders[j] * weight(k));
+      w += values[j] * weight(k);
+      dw += ders[j] * weight(k);
+    }
+    if (p_ >= 1) {
+      basis(knots_, p_ - 1, span, t, lower, lower_ders);
+      for (int j = 0; j < p_; ++j) {
+        int k = span - p_ + j;
+        double den = knots_[k + p_ + 1] - knots_[k + 1];
+        if (!(den != 0)) continue;
+        double f = p_ * lower_ders[j] / den;
+        dda += (points_[k + 1] * weight(k + 1) - points_[k] * weight(k)) * f;
+        ddw += (weight(k + 1) - weight(k)) * f;
+      }
+    }
+    if (!(w != 0)) w = 1;
+    point = a / w;
+    d1 = (da - point * dw) / w;
+    d2 = (dda - d1 * (2 * dw) - point * ddw) / w;
+    return true;
+  }
+
   std::vector<double> breaks() const override {
     std::vector<double> b{range_.lo};
     for (double k : knots_)

@@ -144,6 +144,8 @@ Vec3 Curve::derivative(double t) const {
   return d;
 }
 
+bool Curve::evaluate2(double, Vec3&, Vec3&, Vec3&) const { return false; }
+
 std::vector<double> Curve::breaks() const {
   Interval r = finite_range();
   return {r.lo, r.hi};
@@ -263,6 +265,13 @@ class PlacedCurve final : public Curve {
     inner_->evaluate(t, point, d1);
     point = t_.point(point);
     d1 = t_.vector(d1);
+  }
+  bool evaluate2(double t, Vec3& point, Vec3& d1, Vec3& d2) const override {
+    if (!inner_->evaluate2(t, point, d1, d2)) return false;
+    point = t_.point(point);
+    d1 = t_.vector(d1);
+    d2 = t_.vector(d2);
+    return true;
   }
   std::vector<double> breaks() const override { return inner_->breaks(); }
   Polyline polyline(const Tolerance& tolerance) const override {

@@ -20,6 +20,11 @@ class PointCurve final : public Curve {
     point = p_;
     d1 = {};
   }
+  bool evaluate2(double, Vec3& point, Vec3& d1, Vec3& d2) const override {
+    point = p_;
+    d1 = d2 = {};
+    return true;
+  }
   Polyline polyline(const Tolerance&) const override { return {{0.0}, {p_}}; }
   Box bounds() const override {
     Box b;
@@ -49,6 +54,11 @@ class LineCurve final : public Curve {
     d1 = b_ - a_;
     point = a_ + d1 * t;
   }
+  bool evaluate2(double t, Vec3& point, Vec3& d1, Vec3& d2) const override {
+    evaluate(t, point, d1);
+    d2 = {};
+    return true;
+  }
   Polyline polyline(const Tolerance&) const override { return {{0.0, 1.0}, {a_, b_}}; }
   Box bounds() const override {
     Box box;
@@ -76,6 +86,11 @@ class ArcCurve final : public Curve {
     double c = std::cos(t), s = std::sin(t);
     point = c_ + Vec3{r_ * c, r_ * s, 0};
     d1 = {-r_ * s, r_ * c, 0};
+  }
+  bool evaluate2(double t, Vec3& point, Vec3& d1, Vec3& d2) const override {
+    evaluate(t, point, d1);
+    d2 = {-r_ * std::cos(t), -r_ * std::sin(t), 0};
+    return true;
   }
   std::vector<double> breaks() const override {
     // Quarter turns, so that no span of the polyline starts out as a chord of half a circle.

@@ -44,6 +44,20 @@ class Build {
     return true;
   }
   void leave() { --depth_; }
+  // While a Trial lives, the reasons given go to its own string: for one of two ways to
+  // evaluate an entity, whose failure needn't fail the whole build.
+  class Trial {
+   public:
+    explicit Trial(Build& build) : build_(build), saved_(build.why_) { build.why_ = &reason; }
+    Trial(const Trial&) = delete;
+    Trial& operator=(const Trial&) = delete;
+    ~Trial() { build_.why_ = saved_; }
+    std::string reason;
+
+   private:
+    Build& build_;
+    std::string* saved_;
+  };
   // The failure of a factory handed an entity of another class: "entity not read" for one
   // that the reader kept as text, else "not a <kind>".
   std::nullptr_t wrong_class(igs_directory_entry* entity, const char* kind);

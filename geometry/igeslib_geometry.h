@@ -135,6 +135,10 @@ class Curve {
   // The point and the first derivative with respect to the parameter at t; t outside the
   // range is evaluated where the definition allows, else at the nearest end.
   virtual void evaluate(double t, Vec3& point, Vec3& d1) const = 0;
+  // The point and the first and second derivatives at t, for a curve that has the second
+  // in closed form (an offset curve turns with its base's); false, with nothing set, for a
+  // curve that has not.
+  virtual bool evaluate2(double t, Vec3& point, Vec3& d1, Vec3& d2) const;
   Vec3 point(double t) const;
   Vec3 derivative(double t) const;
   // Parameters where the curve may break: knots, spline joints, member and segment ends,

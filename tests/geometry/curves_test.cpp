@@ -68,18 +68,7 @@ TEST(Curves, BsplineEndsPartitionAndRationalCircle) {
   expect_derivatives(*c);
 
   // A full circle of radius 2 as four quadratic rational arcs lies on the circle exactly.
-  double w = std::sqrt(0.5);
-  auto* circle = bspline_curve(model, 2, {0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 4},
-                               {{2, 0, 0},
-                                {2, 2, 0},
-                                {0, 2, 0},
-                                {-2, 2, 0},
-                                {-2, 0, 0},
-                                {-2, -2, 0},
-                                {0, -2, 0},
-                                {2, -2, 0},
-                                {2, 0, 0}},
-                               {1, w, 1, w, 1, w, 1, w, 1});
+  auto* circle = bspline_circle(model);
   auto k = igeslib::make_curve(circle);
   ASSERT_TRUE(k);
   for (int i = 0; i <= 40; ++i) EXPECT_NEAR(igeslib::norm(k->point(i / 10.0)), 2, 1e-14);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <initializer_list>
 #include <vector>
 
@@ -38,6 +39,22 @@ inline igs_rational_bspline_curve_entity* bspline_curve(igeslib::Model& model, i
   c->v()->put(*knots.begin(), 0);
   c->v()->put(*(knots.end() - 1), 1);
   return c;
+}
+
+// A full circle of radius 2 about the origin as four quadratic rational arcs, over [0, 4].
+inline igs_rational_bspline_curve_entity* bspline_circle(igeslib::Model& model) {
+  double w = std::sqrt(0.5);
+  return bspline_curve(model, 2, {0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 4},
+                       {{2, 0, 0},
+                        {2, 2, 0},
+                        {0, 2, 0},
+                        {-2, 2, 0},
+                        {-2, 0, 0},
+                        {-2, -2, 0},
+                        {0, -2, 0},
+                        {2, -2, 0},
+                        {2, 0, 0}},
+                       {1, w, 1, w, 1, w, 1, w, 1});
 }
 
 inline igs_transformation_matrix_entity* matrix(igeslib::Model& model,
