@@ -113,15 +113,92 @@ double loop_area(const Loop& loop) {
   return a / 2;
 }
 
+double orient(const Uv& a, const Uv& b, const Uv& c) {
+  return (b.u - a.u) * (c.v - a.v) - (b.v - a.v) * (c.u - a.u);
+}
+
+// Where two stretches of one loop run along each other closer than the surface's accuracy
+// (two edges that meet at a small angle, a sliver of a face), their points can fall on the
+// wrong sides of each other in the domain and the loop crosses itself there. A crossing
+// would split both segments with a point that no neighbouring face has, so instead the
+// shallowest corner of each crossing is moved just across to the loop's inside. Points in
+// space stay as they are. pts are the loop's domain points in the triangulation's units.
+void untangle(std::vector<Uv>& pts, double max_move) {
+  std::size_t n = pts.size();
+  if (n < 4) return;
+  double area = 0;
+  for (std::size_t i = 0; i < n; ++i) area += orient({0, 0}, pts[i], pts[(i + 1) % n]);
+  double side = area > 0 ? 1 : -1;  // the inside is on the left of a counter-clockwise loop
+  Box box;
+  for (const Uv& p : pts) box.add(Vec3{p.u, p.v, 0});
+  double cell = std::max(box.size().x, box.size().y) / std::sqrt(double(n)) + 1e-300;
+  double nudge = 1e-6 * max_move;
+  for (int pass = 0; pass < 8; ++pass) {
+    // Segments by the cells of a grid that their boxes touch.
+    std::unordered_map<std::uint64_t, std::vector<std::uint32_t>> cells;
+    auto key = [&](double x, double y) {
+      auto ix = static_cast<std::uint64_t>(std::clamp((x - box.min.x) / cell, 0.0, 1e6));
+      auto iy = static_cast<std::uint64_t>(std::clamp((y - box.min.y) / cell, 0.0, 1e6));
+      return ix << 32 | iy;
+    };
+    for (std::uint32_t i = 0; i < n; ++i) {
+      const Uv &a = pts[i], &b = pts[(i + 1) % n];
+      std::uint64_t lo = key(std::min(a.u, b.u), std::min(a.v, b.v));
+      std::uint64_t hi = key(std::max(a.u, b.u), std::max(a.v, b.v));
+      for (std::uint64_t x = lo >> 32; x <= hi >> 32; ++x)
+        for (std::uint64_t y = lo & 0xffffffffu; y <= (hi & 0xffffffffu); ++y)
+          cells[x << 32 | y].push_back(i);
+    }
+    bool moved = false;
+    for (auto& [k, segments] : cells) {
+      for (std::size_t x = 0; x < segments.size(); ++x) {
+        for (std::size_t y = x + 1; y < segments.size(); ++y) {
+          std::uint32_t i = segments[x], j = segments[y];
+          if ((i + 1) % n == j || (j + 1) % n == i) continue;
+          Uv* s[2][2] = {{&pts[i], &pts[(i + 1) % n]}, {&pts[j], &pts[(j + 1) % n]}};
+          double o[2][2];  // o[k][e]: corner e of segment k against segment 1 - k
+          for (int k = 0; k < 2; ++k)
+            for (int e = 0; e < 2; ++e)
+              o[k][e] = orient(*s[1 - k][0], *s[1 - k][1], *s[k][e]) * side;
+          if (!(o[0][0] * o[0][1] < 0 && o[1][0] * o[1][1] < 0)) continue;
+          // The corner that lies outside the other segment by the least.
+          int bk = -1, be = -1;
+          double best = infinity;
+          for (int k = 0; k < 2; ++k) {
+            Uv d{s[1 - k][1]->u - s[1 - k][0]->u, s[1 - k][1]->v - s[1 - k][0]->v};
+            double length = std::hypot(d.u, d.v);
+            for (int e = 0; e < 2; ++e) {
+              double depth = -o[k][e] / length;
+              if (depth > 0 && depth < best) best = depth, bk = k, be = e;
+            }
+          }
+          if (bk < 0 || !(best < max_move)) continue;
+          Uv d{s[1 - bk][1]->u - s[1 - bk][0]->u, s[1 - bk][1]->v - s[1 - bk][0]->v};
+          double length = std::hypot(d.u, d.v);
+          Uv inward{-d.v / length * side, d.u / length * side};
+          s[bk][be]->u += inward.u * (best + nudge);
+          s[bk][be]->v += inward.v * (best + nudge);
+          moved = true;
+        }
+      }
+    }
+    if (!moved) return;
+  }
+}
+
 bool finite_point(const LoopPoint& p) {
   return std::isfinite(p.uv.u) && std::isfinite(p.uv.v) && finite(p.point);
 }
 
-// The points of the mesh being made: where each lies in the domain and in space, and the
-// surface's normal there (zero where the surface gives none).
+// The points of the mesh being made: where each lies in the domain and in space, the
+// surface's point and normal there (zero where the surface gives none). A point of a trim
+// loop keeps its place in space, which may lie off the surface by the model's accuracy; the
+// tolerances are measured on the surface's own points, so that the offset is not taken for
+// curvature.
 struct Vertex {
   Uv uv;
   Vec3 point;
+  Vec3 on_surface;
   Vec3 normal;
   bool set = false;
 };
@@ -145,18 +222,44 @@ TriangleKey key_of(const PlaneTriangulation::Triangle& t) {
   return {v[0], v[1], v[2]};
 }
 
-// The parameters at which a surface's sampling breaks in one direction: its knots and the
-// points of iso-curves across it within the tolerance, thinned to at most limit values.
+// A stretch of an iso-curve: u over a range at a fixed v, or v at a fixed u.
+class IsoSpan final : public Curve {
+ public:
+  IsoSpan(const Surface& surface, bool along_u, double at, const Interval& range)
+      : surface_(surface), along_u_(along_u), at_(at), range_(range) {}
+  Interval range() const override { return range_; }
+  void evaluate(double t, Vec3& point, Vec3& d1) const override {
+    SurfacePoint s = along_u_ ? surface_.evaluate(t, at_) : surface_.evaluate(at_, t);
+    point = s.point;
+    d1 = along_u_ ? s.du : s.dv;
+  }
+  std::vector<double> breaks() const override {
+    std::vector<double> b{range_.lo};
+    for (double t : along_u_ ? surface_.u_breaks() : surface_.v_breaks())
+      if (t > range_.lo && t < range_.hi) b.push_back(t);
+    b.push_back(range_.hi);
+    return b;
+  }
+
+ private:
+  const Surface& surface_;
+  bool along_u_;
+  double at_;
+  Interval range_;
+};
+
+// The parameters at which a surface's sampling breaks in one direction over a range: its
+// knots and the points of iso-curves across it within the tolerance, thinned to at most limit
+// values.
 std::vector<double> seed_values(const Surface& surface, bool along_u, const Interval& range,
                                 const Interval& across, const FaceSettings& settings,
                                 std::size_t limit) {
-  std::vector<double> values = along_u ? surface.u_breaks() : surface.v_breaks();
   Tolerance tol = curve_tolerance(settings);
   tol.max_points = 4000;
+  std::vector<double> values;
   for (double f : {0.0, 0.5, 1.0}) {
-    double at = across.lo + across.length() * f;
-    std::unique_ptr<Curve> iso = along_u ? surface.iso_v(at) : surface.iso_u(at);
-    for (double t : iso->polyline(tol).t) values.push_back(t);
+    IsoSpan iso(surface, along_u, across.lo + across.length() * f, range);
+    for (double t : iso.polyline(tol).t) values.push_back(t);
   }
   std::vector<double> inside;
   double margin = 1e-9 * range.length();
@@ -236,7 +339,7 @@ Vertex& FaceMesher::vertex(int id) {
   if (!v.set) {
     Uv uv = unscaled(cdt_.point(id));
     SurfacePoint s = surface_.evaluate(uv.u, uv.v);
-    v = {uv, s.point, s.normal(), true};
+    v = {uv, s.point, s.point, s.normal(), true};
   }
   return v;
 }
@@ -245,7 +348,8 @@ void FaceMesher::set_vertex(int id, Uv uv, const Vec3& point) {
   if (static_cast<std::size_t>(id) >= vertices_.size()) vertices_.resize(cdt_.size());
   Vertex& v = vertices_[id];
   if (v.set) return;  // a point given twice keeps its first place in space
-  v = {uv, point, surface_.evaluate(uv.u, uv.v).normal(), true};
+  SurfacePoint s = surface_.evaluate(uv.u, uv.v);
+  v = {uv, point, s.point, s.normal(), true};
 }
 
 void FaceMesher::seed() {
@@ -267,53 +371,64 @@ void FaceMesher::seed() {
 std::optional<Uv> FaceMesher::split_point(const PlaneTriangulation::Triangle& t) {
   Vertex* c[3] = {&vertex(t.v[0]), &vertex(t.v[1]), &vertex(t.v[2])};
   Uv p[3] = {scaled(c[0]->uv), scaled(c[1]->uv), scaled(c[2]->uv)};
-  double area2 = (p[1].u - p[0].u) * (p[2].v - p[0].v) - (p[2].u - p[0].u) * (p[1].v - p[0].v);
+  double area2 = orient(p[0], p[1], p[2]);
   if (!(area2 > 2 * min_area_)) return std::nullopt;
   // A triangle no bigger than the chord is as fine as the tolerance can ask.
   double longest = 0;
   for (int i = 0; i < 3; ++i)
-    longest = std::max(longest, norm(c[i]->point - c[(i + 1) % 3]->point));
+    longest = std::max(longest, norm(c[i]->on_surface - c[(i + 1) % 3]->on_surface));
   if (!(longest > settings_.chord)) return std::nullopt;
+  Uv centre{(p[0].u + p[1].u + p[2].u) / 3, (p[0].v + p[1].v + p[2].v) / 3};
+  auto middle = [&](int i) {  // of the edge opposite corner i
+    const Uv &a = p[(i + 1) % 3], &b = p[(i + 2) % 3];
+    return Uv{(a.u + b.u) / 2, (a.v + b.v) / 2};
+  };
+  auto strays = [&](Uv at, const Vec3& flat) {
+    Uv uv = unscaled(at);
+    double e = norm(surface_.evaluate(uv.u, uv.v).point - flat);
+    return std::isfinite(e) && e > settings_.chord;
+  };
 
   // The chord: the surface against the flat triangle at its centre and at the middles of the
   // edges that may be split (a constraint's points are fixed: they are shared).
-  double worst = 0;
-  Uv worst_at{};
-  auto probe = [&](Uv at, const Vec3& flat) {
-    Uv uv = unscaled(at);
-    double e = norm(surface_.evaluate(uv.u, uv.v).point - flat);
-    if (std::isfinite(e) && e > worst) {
-      worst = e;
-      worst_at = at;
-    }
-  };
-  probe({(p[0].u + p[1].u + p[2].u) / 3, (p[0].v + p[1].v + p[2].v) / 3},
-        (c[0]->point + c[1]->point + c[2]->point) / 3);
-  Uv longest_open{};
-  double longest_open_length = -1;
-  for (int i = 0; i < 3; ++i) {
-    if (t.constrained[i]) continue;
-    int a = (i + 1) % 3, b = (i + 2) % 3;
-    Uv mid{(p[a].u + p[b].u) / 2, (p[a].v + p[b].v) / 2};
-    probe(mid, (c[a]->point + c[b]->point) / 2);
-    double length = norm(c[a]->point - c[b]->point);
-    if (length > longest_open_length) longest_open_length = length, longest_open = mid;
+  bool bad = strays(centre, (c[0]->on_surface + c[1]->on_surface + c[2]->on_surface) / 3);
+  for (int i = 0; i < 3 && !bad; ++i)
+    if (!t.constrained[i])
+      bad = strays(middle(i), (c[(i + 1) % 3]->on_surface + c[(i + 2) % 3]->on_surface) / 2);
+  // The angle: the triangle's normal against the surface's at its corners (a pole has none).
+  // A triangle thinner than the chord has no normal to speak of at this tolerance.
+  if (!bad) {
+    Vec3 area = cross(c[1]->on_surface - c[0]->on_surface, c[2]->on_surface - c[0]->on_surface);
+    if (!(norm(area) > longest * settings_.chord)) return std::nullopt;
+    Vec3 n = normalized(area);
+    double cos_limit = std::cos(settings_.angle);
+    for (int i = 0; i < 3 && !bad; ++i)
+      bad = norm(c[i]->normal) > 0.5 && dot(n, c[i]->normal) < cos_limit;
   }
-  if (worst > settings_.chord) return worst_at;
+  if (!bad) return std::nullopt;
 
-  // The angle: the triangle's normal against the surface's at its corners.
-  Vec3 n = normalized(cross(c[1]->point - c[0]->point, c[2]->point - c[0]->point));
-  if (norm(n) < 0.5) return std::nullopt;
-  double cos_limit = std::cos(settings_.angle);
+  // Split the longest edge at its middle, as long as it is free; else the longest free edge
+  // when it is not much shorter, else the centre. Halving longest edges keeps the triangles
+  // from growing thin, which centres alone would do.
+  int longest_edge = -1, longest_free = -1;
+  double length[3];
   for (int i = 0; i < 3; ++i) {
-    const Vec3& m = c[i]->normal;
-    if (norm(m) < 0.5) continue;  // a pole: no normal to compare with
-    if (dot(n, m) < cos_limit) {
-      if (longest_open_length >= 0) return longest_open;
-      return Uv{(p[0].u + p[1].u + p[2].u) / 3, (p[0].v + p[1].v + p[2].v) / 3};
-    }
+    const Uv &a = p[(i + 1) % 3], &b = p[(i + 2) % 3];
+    length[i] = std::hypot(a.u - b.u, a.v - b.v);
+    if (longest_edge < 0 || length[i] > length[longest_edge]) longest_edge = i;
+    if (!t.constrained[i] && (longest_free < 0 || length[i] > length[longest_free]))
+      longest_free = i;
   }
-  return std::nullopt;
+  if (longest_free >= 0 && length[longest_free] >= 0.5 * length[longest_edge])
+    return middle(longest_free);
+  // A sliver on a boundary edge, thinner than the chord, is left: a point inside it would
+  // only make thinner ones, since the boundary's points are fixed.
+  const Vec3& a = c[(longest_edge + 1) % 3]->on_surface;
+  const Vec3& b = c[(longest_edge + 2) % 3]->on_surface;
+  double base = norm(b - a);
+  double height = base > 0 ? norm(cross(b - a, c[longest_edge]->on_surface - a)) / base : 0;
+  if (!(height > settings_.chord)) return std::nullopt;
+  return centre;
 }
 
 void FaceMesher::refine() {
@@ -334,10 +449,14 @@ void FaceMesher::refine() {
                            : 0;
     if (room == 0) return;
     if (splits.size() > room) splits.resize(room);
+    bool added = false;
     for (const auto& [at, hint] : splits) {
       int id = cdt_.insert_inside(at, hint);
-      if (id >= 0) vertex(id);
+      if (id < 0) continue;
+      vertex(id);
+      added = true;
     }
+    if (!added) return;
   }
 }
 
@@ -387,11 +506,26 @@ void FaceMesher::emit(bool reversed, TriangleMesh& out) {
 
 std::string FaceMesher::run(std::vector<Loop> loops, bool with_domain, bool reversed,
                             TriangleMesh& out) {
+  if (with_domain) {
+    loops.push_back(domain_loop(surface_, settings_));
+  } else {
+    // The part of the domain that the loops span: an unbounded surface's domain is no more,
+    // and the seeds of a small trim on a large surface fall inside it.
+    Box span;
+    for (const Loop& loop : loops)
+      for (const LoopPoint& p : loop)
+        if (finite_point(p)) span.add(Vec3{p.uv.u, p.uv.v, 0});
+    if (span.empty()) return "degenerate loop";
+    Domain all = surface_.domain();
+    Interval u{std::max(all.u.lo, span.min.x), std::min(all.u.hi, span.max.x)};
+    Interval v{std::max(all.v.lo, span.min.y), std::min(all.v.hi, span.max.y)};
+    domain_.u = u.length() > 0 ? u : Interval{span.min.x, span.max.x};
+    domain_.v = v.length() > 0 ? v : Interval{span.min.y, span.max.y};
+  }
   if (!domain_.u.bounded() || !domain_.v.bounded() || !(domain_.u.length() > 0) ||
       !(domain_.v.length() > 0))
     return "domain empty or not finite";
   choose_scales();
-  if (with_domain) loops.push_back(domain_loop(surface_, settings_));
 
   std::size_t kept = 0;
   double domain_area = domain_.u.length() * domain_.v.length();
@@ -408,11 +542,15 @@ std::string FaceMesher::run(std::vector<Loop> loops, bool with_domain, bool reve
 
   for (const Loop& loop : loops) {
     if (loop.empty()) continue;
+    std::vector<Uv> at;
+    at.reserve(loop.size());
+    for (const LoopPoint& p : loop) at.push_back(scaled(p.uv));
+    untangle(at, settings_.chord);
     std::vector<int> ids;
     ids.reserve(loop.size());
-    for (const LoopPoint& p : loop) {
-      int id = cdt_.insert(scaled(p.uv));
-      set_vertex(id, p.uv, p.point);
+    for (std::size_t i = 0; i < loop.size(); ++i) {
+      int id = cdt_.insert(at[i]);
+      set_vertex(id, unscaled(at[i]), loop[i].point);
       ids.push_back(id);
     }
     for (std::size_t i = 0; i < ids.size(); ++i) cdt_.constrain(ids[i], ids[(i + 1) % ids.size()]);

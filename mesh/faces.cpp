@@ -105,7 +105,7 @@ bool FaceBuilder::curve_on_surface_loop(FaceJob& job, igs_directory_entry* entit
     if (auto uv = make_placed_curve(b, &reason)) {
       Loop loop = sample_on_surface(*job.surface, std::move(uv), settings_);
       close_loop(loop);
-      if (inside_domain(loop, job.surface->finite_domain()) || !on_surface->cptr()) {
+      if (inside_domain(loop, job.surface->domain()) || !on_surface->cptr()) {
         out = std::move(loop);
         return true;
       }
@@ -156,7 +156,7 @@ bool FaceBuilder::boundary_loop(FaceJob& job, igs_boundary_entity* boundary, Loo
       if (parts.size() == ps->size()) {
         Loop joined;
         for (const Loop& p : parts) append_piece(joined, p);
-        if (inside_domain(joined, job.surface->finite_domain()) || !item->crvpt()) {
+        if (inside_domain(joined, job.surface->domain()) || !item->crvpt()) {
           piece = std::move(joined);
           done = true;
         }
@@ -398,7 +398,7 @@ bool FaceBuilder::brep_loop(FaceJob& job, igs_loop_entity* loop_entity, Loop& ou
         }
         append_piece(guide, sample_on_surface(*job.surface, std::move(uv), settings_));
       }
-      if (!inside_domain(guide, job.surface->finite_domain())) guide.clear();
+      if (!inside_domain(guide, job.surface->domain())) guide.clear();
     }
     Loop piece;
     if (use->typ() == igs_edge_type_vertex) {

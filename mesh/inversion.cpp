@@ -28,29 +28,37 @@ std::vector<double> grid_values(const Interval& range, std::vector<double> break
 }  // namespace
 
 Inverter::Inverter(const Surface& surface, double tolerance)
-    : surface_(surface), domain_(surface.finite_domain()), tolerance_(tolerance) {
-  std::vector<double> us = grid_values(domain_.u, surface.u_breaks());
-  std::vector<double> vs = grid_values(domain_.v, surface.v_breaks());
+    : surface_(surface), domain_(surface.domain()), tolerance_(tolerance) {
+  // The grid covers the finite stand-in of an unbounded domain; Newton's method may leave it.
+  Domain stand_in = surface.finite_domain();
+  std::vector<double> us = grid_values(stand_in.u, surface.u_breaks());
+  std::vector<double> vs = grid_values(stand_in.v, surface.v_breaks());
+  Box box;
   for (double u : us) {
     for (double v : vs) {
       Vec3 p = surface.point(u, v);
       if (!finite(p)) continue;
       grid_uv_.push_back({u, v});
       grid_points_.push_back(p);
+      box.add(p);
     }
   }
+  double size = box.diagonal();
+  // A distance this small is a point on the surface: no other start can do better.
+  close_enough_ = std::min(tolerance_ * 1e-3, 1e-9 * size);
   // A seam: the two ends of the domain in one direction meet in space all along.
   auto closes = [&](bool in_u) {
+    if (!(in_u ? domain_.u : domain_.v).bounded()) return false;
     for (double f : {0.1, 0.37, 0.5, 0.81}) {
       Vec3 a, b;
       if (in_u) {
-        double v = domain_.v.lo + domain_.v.length() * f;
+        double v = stand_in.v.lo + stand_in.v.length() * f;
         a = surface.point(domain_.u.lo, v), b = surface.point(domain_.u.hi, v);
       } else {
-        double u = domain_.u.lo + domain_.u.length() * f;
+        double u = stand_in.u.lo + stand_in.u.length() * f;
         a = surface.point(u, domain_.v.lo), b = surface.point(u, domain_.v.hi);
       }
-      if (!(norm(a - b) <= tolerance_ * 1e-3)) return false;
+      if (!(norm(a - b) <= 1e-7 * size)) return false;
     }
     return true;
   };
@@ -58,12 +66,25 @@ Inverter::Inverter(const Surface& surface, double tolerance)
   closure_.v = closes(false);
 }
 
+Uv Inverter::inside(Uv p) const {
+  // Across a seam the parameter comes round to the other end; elsewhere it stops at the end.
+  auto fit = [](double x, const Interval& range, bool closed) {
+    if (closed && std::isfinite(x)) {
+      double period = range.length();
+      if (x < range.lo) x += period * std::ceil((range.lo - x) / period);
+      if (x > range.hi) x -= period * std::ceil((x - range.hi) / period);
+    }
+    return range.clamp(x);
+  };
+  return {fit(p.u, domain_.u, closure_.u), fit(p.v, domain_.v, closure_.v)};
+}
+
 Uv Inverter::newton(const Vec3& p, Uv start) const {
-  Uv uv{domain_.u.clamp(start.u), domain_.v.clamp(start.v)};
+  Uv uv = inside(start);
   SurfacePoint s = surface_.evaluate(uv.u, uv.v);
   Vec3 r = s.point - p;
   double dist = norm(r);
-  double small = 1e-15 * (domain_.u.length() + domain_.v.length());
+  double small = 1e-15 * (1 + std::fabs(uv.u) + std::fabs(uv.v));
   for (int iteration = 0; iteration < 50 && std::isfinite(dist); ++iteration) {
     double a = dot(s.du, s.du), b = dot(s.du, s.dv), c = dot(s.dv, s.dv);
     double gu = dot(s.du, r), gv = dot(s.dv, r);
@@ -75,7 +96,7 @@ Uv Inverter::newton(const Vec3& p, Uv start) const {
     double step_v = -((a + lambda) * gv - b * gu) / det;
     bool moved = false;
     for (int halving = 0; halving < 8; ++halving) {
-      Uv next{domain_.u.clamp(uv.u + step_u), domain_.v.clamp(uv.v + step_v)};
+      Uv next = inside({uv.u + step_u, uv.v + step_v});
       SurfacePoint t = surface_.evaluate(next.u, next.v);
       double d = norm(t.point - p);
       if (d < dist) {
@@ -100,7 +121,9 @@ std::optional<Uv> Inverter::invert(const Vec3& p, const Uv* seed, double* distan
     if (d < best_distance) best = uv, best_distance = d;
   };
   if (seed && std::isfinite(seed->u) && std::isfinite(seed->v)) attempt(*seed);
-  if (!(best_distance <= tolerance_)) {
+  // Newton's method from a seed may stop in a hollow of the distance that is not the
+  // nearest point; unless it met the surface, the grid's nearest points are tried too.
+  if (!(best_distance <= close_enough_)) {
     // From the nearest few points of the grid.
     std::vector<std::pair<double, std::size_t>> nearest;
     for (std::size_t i = 0; i < grid_points_.size(); ++i)
@@ -108,7 +131,7 @@ std::optional<Uv> Inverter::invert(const Vec3& p, const Uv* seed, double* distan
     std::size_t k = std::min<std::size_t>(4, nearest.size());
     std::partial_sort(nearest.begin(), nearest.begin() + static_cast<std::ptrdiff_t>(k),
                       nearest.end());
-    for (std::size_t i = 0; i < k && !(best_distance <= tolerance_ * 1e-3); ++i)
+    for (std::size_t i = 0; i < k && !(best_distance <= close_enough_); ++i)
       attempt(grid_uv_[nearest[i].second]);
   }
   if (distance) *distance = best_distance;
@@ -198,14 +221,11 @@ bool settle_seams(const Inverter& inverter, Loop& loop) {
   for (int pass = 0; pass < 2; ++pass) {
     bool in_u = pass == 0;
     double Uv::*along = in_u ? &Uv::u : &Uv::v;
-    const Interval& range = in_u ? d.u : d.v;
+    // At a pole the derivative along the collapsed direction vanishes beside the other.
     auto collapsed = [&](const LoopPoint& p) {
-      for (double f : {0.0, 0.5, 1.0}) {
-        double x = range.lo + range.length() * f;
-        Vec3 q = in_u ? s.point(x, p.uv.v) : s.point(p.uv.u, x);
-        if (!(norm(q - p.point) <= inverter.tolerance() * 1e-2)) return false;
-      }
-      return true;
+      SurfacePoint sp = s.evaluate(p.uv.u, p.uv.v);
+      double along_this = norm(in_u ? sp.du : sp.dv), other = norm(in_u ? sp.dv : sp.du);
+      return other > 0 && along_this <= 1e-6 * other;
     };
     std::vector<char> pole(loop.size());
     bool any = false, all = true;

@@ -102,10 +102,12 @@ class Inverter {
 
  private:
   Uv newton(const Vec3& p, Uv start) const;
+  Uv inside(Uv p) const;
   const Surface& surface_;
   Domain domain_;
   Closure closure_;
   double tolerance_;
+  double close_enough_ = 0;
   std::vector<Uv> grid_uv_;
   std::vector<Vec3> grid_points_;
 };
