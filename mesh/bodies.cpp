@@ -93,6 +93,28 @@ void check_shell(const std::vector<const TriangleMesh*>& meshes, ShellCheck& che
   }
 }
 
+// Whether each edge of the shell's faces is used by two edge uses.
+bool edges_paired(igs_shell_entity* shell) {
+  std::map<std::pair<igs_edge_list_entity*, int>, int> uses;
+  ListOfigs_face_data* faces = shell ? shell->faces() : nullptr;
+  for (unsigned i = 0, n = faces ? faces->size() : 0; i < n; ++i) {
+    igs_face_entity* face = (*faces)[i] ? (*faces)[i]->face_ptr() : nullptr;
+    ListOfigs_loop_entity* loops = face ? face->loop() : nullptr;
+    for (unsigned k = 0, m = loops ? loops->size() : 0; k < m; ++k) {
+      ListOfigs_edge_use* list = (*loops)[k] ? (*loops)[k]->edge_tuples() : nullptr;
+      for (unsigned j = 0, u = list ? list->size() : 0; j < u; ++j) {
+        igs_edge_use* use = (*list)[j];
+        if (use && use->typ() == igs_edge_type_edge && use->edge())
+          ++uses[{use->edge()->_edge_list_entity(), use->ndx()}];
+      }
+    }
+  }
+  if (uses.empty()) return false;
+  for (const auto& [edge, count] : uses)
+    if (count != 2) return false;
+  return true;
+}
+
 // A box that holds the body: its B-rep vertices and edge curves, its trim curves, or its
 // surface.
 Box body_box(igs_directory_entry* e) {
@@ -203,6 +225,7 @@ MeshBody tessellate_body(igs_directory_entry* entity, const MeshOptions& options
     ShellCheck check;
     check.shell = shell;
     check.closed_form = closed_form;
+    check.edges_paired = edges_paired(shell);
     std::size_t first = body.faces.size();
     ListOfigs_face_data* faces = shell ? shell->faces() : nullptr;
     for (unsigned i = 0, n = faces ? faces->size() : 0; i < n; ++i) {

@@ -277,6 +277,41 @@ std::vector<double> seed_values(const Surface& surface, bool along_u, const Inte
   return inside;
 }
 
+// A parameter mapped to the length travelled along the surface: piecewise linear through
+// samples, steadily increasing, and straight on past the ends.
+class Stretch {
+ public:
+  Stretch() = default;
+  // t increasing; step[i] the length from t[i - 1] to t[i] (step[0] unused).
+  Stretch(std::vector<double> t, const std::vector<double>& step) : t_(std::move(t)) {
+    double total = 0;
+    for (std::size_t i = 1; i < step.size(); ++i) total += step[i];
+    double range = t_.back() - t_.front();
+    // Where the surface doesn't move (a pole) the length still grows a little; where it
+    // doesn't move at all, the parameter stands for itself.
+    double floor = total > 0 ? 1e-6 * total / double(t_.size()) : 0;
+    s_.assign(1, 0.0);
+    for (std::size_t i = 1; i < t_.size(); ++i)
+      s_.push_back(s_.back() + (total > 0 ? std::max(step[i], floor) : t_[i] - t_[i - 1]));
+    if (!(s_.back() > 0) || !std::isfinite(s_.back())) {
+      s_.assign({0, range > 0 ? range : 1});
+      t_ = {t_.front(), t_.front() + (range > 0 ? range : 1)};
+    }
+  }
+  double total() const { return s_.back(); }
+  double forward(double t) const { return map(t_, s_, t); }
+  double inverse(double s) const { return map(s_, t_, s); }
+
+ private:
+  static double map(const std::vector<double>& from, const std::vector<double>& to, double x) {
+    std::size_t i = static_cast<std::size_t>(std::upper_bound(from.begin() + 1, from.end() - 1, x) -
+                                             from.begin());
+    double f = (x - from[i - 1]) / (from[i] - from[i - 1]);
+    return to[i - 1] + (to[i] - to[i - 1]) * f;
+  }
+  std::vector<double> t_{0, 1}, s_{0, 1};
+};
+
 class FaceMesher {
  public:
   FaceMesher(const Surface& surface, const FaceSettings& settings)
@@ -285,9 +320,13 @@ class FaceMesher {
   std::string run(std::vector<Loop> loops, bool with_domain, bool reversed, TriangleMesh& out);
 
  private:
-  Uv scaled(Uv p) const { return {(p.u - domain_.u.lo) * su_, (p.v - domain_.v.lo) * sv_}; }
-  Uv unscaled(Uv p) const { return {domain_.u.lo + p.u / su_, domain_.v.lo + p.v / sv_}; }
+  Uv scaled(Uv p) const { return {su_.forward(p.u), sv_.forward(p.v)}; }
+  Uv unscaled(Uv p) const { return {su_.inverse(p.u), sv_.inverse(p.v)}; }
   void choose_scales();
+  void find_creases();
+  // Where an edge between two points (in the triangulation's units) is best split: where it
+  // crosses a crease, when it does away from its ends, else at its middle.
+  Uv split_edge(Uv a, Uv b) const;
   // The vertex of id, made from the surface when it is new (a seed, a point added, or a
   // crossing of constraints).
   Vertex& vertex(int id);
@@ -301,36 +340,89 @@ class FaceMesher {
   const Surface& surface_;
   FaceSettings settings_;
   Domain domain_;
-  double su_ = 1, sv_ = 1;
+  Stretch su_, sv_;
+  std::vector<double> creases_u_, creases_v_;  // sorted
   double min_area_ = 0;
   PlaneTriangulation cdt_;
   std::vector<Vertex> vertices_;
 };
 
 void FaceMesher::choose_scales() {
-  // Lengths in space per unit of u and of v, averaged over a grid: the domain is triangulated
-  // in these units, so that its triangles are not stretched on the surface.
-  double lu = 0, lv = 0;
-  int n = 0;
-  for (int i = 0; i < 5; ++i) {
-    for (int j = 0; j < 5; ++j) {
-      double u = domain_.u.lo + domain_.u.length() * (i + 0.5) / 5;
-      double v = domain_.v.lo + domain_.v.length() * (j + 0.5) / 5;
-      SurfacePoint s = surface_.evaluate(u, v);
-      double a = norm(s.du), b = norm(s.dv);
-      if (std::isfinite(a) && std::isfinite(b)) lu += a, lv += b, ++n;
+  // Each parameter is mapped to the length travelled along the surface, averaged over three
+  // iso-curves: the domain is triangulated in these units, so that its triangles are not
+  // stretched on the surface where the parametrization runs fast or slow (a short knot span
+  // that covers a long stretch, say).
+  auto build = [&](bool along_u) {
+    const Interval& range = along_u ? domain_.u : domain_.v;
+    const Interval& across = along_u ? domain_.v : domain_.u;
+    std::vector<double> t;
+    for (int i = 0; i <= 64; ++i) t.push_back(range.lo + range.length() * i / 64);
+    std::vector<double> breaks = along_u ? surface_.u_breaks() : surface_.v_breaks();
+    std::size_t step = breaks.size() > 256 ? breaks.size() / 256 : 1;
+    for (std::size_t i = 0; i < breaks.size(); i += step)
+      if (breaks[i] > range.lo && breaks[i] < range.hi) t.push_back(breaks[i]);
+    std::sort(t.begin(), t.end());
+    t.erase(std::unique(t.begin(), t.end()), t.end());
+    std::vector<double> length(t.size(), 0.0);
+    for (int k = 0; k < 3; ++k) {
+      double at = across.lo + across.length() * (k + 0.5) / 3;
+      Vec3 last;
+      for (std::size_t i = 0; i < t.size(); ++i) {
+        Vec3 p = along_u ? surface_.point(t[i], at) : surface_.point(at, t[i]);
+        double d = i ? norm(p - last) : 0.0;
+        if (std::isfinite(d)) length[i] += d / 3;
+        last = p;
+      }
     }
-  }
-  su_ = n && lu > 0 ? lu / n : 0;
-  sv_ = n && lv > 0 ? lv / n : 0;
-  if (!(su_ > 0) && !(sv_ > 0)) su_ = sv_ = 1;
-  if (!(su_ > 0)) su_ = sv_;
-  if (!(sv_ > 0)) sv_ = su_;
-  // Domains far from the origin or of extreme size keep their proportions; the units only
-  // need to be alike in both directions.
-  double w = domain_.u.length() * su_, h = domain_.v.length() * sv_;
-  if (!(w > 0) || !std::isfinite(w) || !(h > 0) || !std::isfinite(h)) su_ = sv_ = 1;
-  min_area_ = 1e-20 * (domain_.u.length() * su_) * (domain_.v.length() * sv_);
+    return Stretch(t, length);
+  };
+  su_ = build(true);
+  sv_ = build(false);
+  min_area_ = 1e-20 * su_.total() * sv_.total();
+}
+
+void FaceMesher::find_creases() {
+  // A knot where the normal turns across the iso-curve: the surface only joins there.
+  auto find = [&](bool in_u, std::vector<double>& out) {
+    const Interval& range = in_u ? domain_.u : domain_.v;
+    const Interval& across = in_u ? domain_.v : domain_.u;
+    double step = 1e-7 * range.length();
+    std::vector<double> breaks = in_u ? surface_.u_breaks() : surface_.v_breaks();
+    if (breaks.size() > 2000) return;
+    for (double b : breaks) {
+      if (!(b > range.lo + 2 * step && b < range.hi - 2 * step)) continue;
+      for (double f : {0.2, 0.5, 0.8}) {
+        double at = across.lo + across.length() * f;
+        Vec3 n0 = in_u ? surface_.normal(b - step, at) : surface_.normal(at, b - step);
+        Vec3 n1 = in_u ? surface_.normal(b + step, at) : surface_.normal(at, b + step);
+        if (norm(n0) > 0.5 && norm(n1) > 0.5 && dot(n0, n1) < std::cos(0.02)) {
+          out.push_back(b);
+          break;
+        }
+      }
+    }
+  };
+  find(true, creases_u_);
+  find(false, creases_v_);
+}
+
+Uv FaceMesher::split_edge(Uv a, Uv b) const {
+  Uv ua = unscaled(a), ub = unscaled(b);
+  double best = 0.5, distance = 0.4;  // a crease this far from the middle is passed over
+  auto look = [&](const std::vector<double>& creases, double x0, double x1) {
+    if (x0 == x1) return;
+    auto it = std::upper_bound(creases.begin(), creases.end(), std::min(x0, x1));
+    for (; it != creases.end() && *it < std::max(x0, x1); ++it) {
+      double f = (*it - x0) / (x1 - x0);
+      if (std::fabs(f - 0.5) < distance) best = f, distance = std::fabs(f - 0.5);
+    }
+  };
+  look(creases_u_, ua.u, ub.u);
+  look(creases_v_, ua.v, ub.v);
+  if (best == 0.5) return {(a.u + b.u) / 2, (a.v + b.v) / 2};
+  // On the crease exactly: the point is made in parameters, where the crease is straight.
+  Uv at{ua.u + (ub.u - ua.u) * best, ua.v + (ub.v - ua.v) * best};
+  return scaled(at);
 }
 
 Vertex& FaceMesher::vertex(int id) {
@@ -383,27 +475,55 @@ std::optional<Uv> FaceMesher::split_point(const PlaneTriangulation::Triangle& t)
     const Uv &a = p[(i + 1) % 3], &b = p[(i + 2) % 3];
     return Uv{(a.u + b.u) / 2, (a.v + b.v) / 2};
   };
-  auto strays = [&](Uv at, const Vec3& flat) {
+  // How far the surface strays from the flat triangle: the distance of the surface's point
+  // at the middle of an edge from the edge's line, and at the centre from the triangle's
+  // plane. Measured across, not along: a parametrization that runs unevenly moves the
+  // surface's point along the triangle without taking it away.
+  auto strays_from_line = [&](Uv at, const Vec3& a, const Vec3& b) {
     Uv uv = unscaled(at);
-    double e = norm(surface_.evaluate(uv.u, uv.v).point - flat);
+    Vec3 d = surface_.evaluate(uv.u, uv.v).point - a, ab = b - a;
+    double l2 = dot(ab, ab);
+    double e = l2 > 0 ? norm(d - ab * (dot(d, ab) / l2)) : norm(d);
     return std::isfinite(e) && e > settings_.chord;
   };
+  auto strays_from_plane = [&](Uv at, const Vec3& a, const Vec3& n) {
+    Uv uv = unscaled(at);
+    double e = std::fabs(dot(surface_.evaluate(uv.u, uv.v).point - a, n));
+    return std::isfinite(e) && e > settings_.chord;
+  };
+  // A triangle whose height is below the chord can only stray along its length: then only
+  // its longest edge is tried, and its normal means nothing at this tolerance.
+  Vec3 area = cross(c[1]->on_surface - c[0]->on_surface, c[2]->on_surface - c[0]->on_surface);
+  bool thin = !(norm(area) > longest * settings_.chord);
+  int along = 0;
+  for (int i = 1; i < 3; ++i)
+    if (norm(c[(i + 1) % 3]->on_surface - c[(i + 2) % 3]->on_surface) >
+        norm(c[(along + 1) % 3]->on_surface - c[(along + 2) % 3]->on_surface))
+      along = i;
+  auto edge_strays = [&](int i) {
+    return !t.constrained[i] &&
+           strays_from_line(middle(i), c[(i + 1) % 3]->on_surface, c[(i + 2) % 3]->on_surface);
+  };
 
-  // The chord: the surface against the flat triangle at its centre and at the middles of the
-  // edges that may be split (a constraint's points are fixed: they are shared).
-  bool bad = strays(centre, (c[0]->on_surface + c[1]->on_surface + c[2]->on_surface) / 3);
-  for (int i = 0; i < 3 && !bad; ++i)
-    if (!t.constrained[i])
-      bad = strays(middle(i), (c[(i + 1) % 3]->on_surface + c[(i + 2) % 3]->on_surface) / 2);
-  // The angle: the triangle's normal against the surface's at its corners (a pole has none).
-  // A triangle thinner than the chord has no normal to speak of at this tolerance.
-  if (!bad) {
-    Vec3 area = cross(c[1]->on_surface - c[0]->on_surface, c[2]->on_surface - c[0]->on_surface);
-    if (!(norm(area) > longest * settings_.chord)) return std::nullopt;
+  // The chord: the surface against the flat triangle at the middles of the edges that may be
+  // split (a constraint's points are fixed: they are shared) and at its centre.
+  bool bad = edge_strays(along);
+  if (!bad && !thin) {
+    bad = strays_from_plane(centre, c[0]->on_surface, normalized(area));
+    for (int i = 0; i < 3 && !bad; ++i)
+      if (i != along) bad = edge_strays(i);
+  }
+  // The angle: the triangle's normal against the surface's near its corners, a little
+  // inside, so that a corner on a crease is seen from the triangle's side of it; a pole has
+  // no normal to compare with.
+  if (!bad && !thin) {
     Vec3 n = normalized(area);
     double cos_limit = std::cos(settings_.angle);
-    for (int i = 0; i < 3 && !bad; ++i)
-      bad = norm(c[i]->normal) > 0.5 && dot(n, c[i]->normal) < cos_limit;
+    for (int i = 0; i < 3 && !bad; ++i) {
+      Uv uv = unscaled({(3 * p[i].u + centre.u) / 4, (3 * p[i].v + centre.v) / 4});
+      Vec3 m = surface_.evaluate(uv.u, uv.v).normal();
+      bad = norm(m) > 0.5 && dot(n, m) < cos_limit;
+    }
   }
   if (!bad) return std::nullopt;
 
@@ -420,7 +540,7 @@ std::optional<Uv> FaceMesher::split_point(const PlaneTriangulation::Triangle& t)
       longest_free = i;
   }
   if (longest_free >= 0 && length[longest_free] >= 0.5 * length[longest_edge])
-    return middle(longest_free);
+    return split_edge(p[(longest_free + 1) % 3], p[(longest_free + 2) % 3]);
   // A sliver on a boundary edge, thinner than the chord, is left: a point inside it would
   // only make thinner ones, since the boundary's points are fixed.
   const Vec3& a = c[(longest_edge + 1) % 3]->on_surface;
@@ -526,6 +646,7 @@ std::string FaceMesher::run(std::vector<Loop> loops, bool with_domain, bool reve
       !(domain_.v.length() > 0))
     return "domain empty or not finite";
   choose_scales();
+  find_creases();
 
   std::size_t kept = 0;
   double domain_area = domain_.u.length() * domain_.v.length();

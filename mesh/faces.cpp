@@ -33,18 +33,26 @@ void reverse(Loop& loop) { std::reverse(loop.begin(), loop.end()); }
 // orientation flags.
 Loop chain(std::vector<Loop> pieces) {
   std::erase_if(pieces, [](const Loop& p) { return p.empty(); });
+  // Turned only when its far end lies clearly nearer: a closed piece's ends are one point.
+  auto nearer = [](const Loop& piece, double far, double near) {
+    Box box;
+    for (const LoopPoint& p : piece) box.add(p.point);
+    return far < near - 1e-7 * box.diagonal();
+  };
   if (pieces.size() >= 2) {
     const Loop& next = pieces[1];
     auto gap = [&](const Vec3& p) {
       return std::min(norm(p - next.front().point), norm(p - next.back().point));
     };
-    if (gap(pieces[0].front().point) < gap(pieces[0].back().point)) reverse(pieces[0]);
+    if (nearer(pieces[0], gap(pieces[0].front().point), gap(pieces[0].back().point)))
+      reverse(pieces[0]);
   }
   Loop loop;
   for (Loop& piece : pieces) {
     if (!loop.empty()) {
       const Vec3& end = loop.back().point;
-      if (norm(piece.back().point - end) < norm(piece.front().point - end)) reverse(piece);
+      if (nearer(piece, norm(piece.back().point - end), norm(piece.front().point - end)))
+        reverse(piece);
     }
     append_piece(loop, piece);
   }
@@ -67,6 +75,30 @@ class PlaneSurface final : public Surface {
   Vec3 origin_, e1_, e2_;
   Domain domain_;
 };
+
+// A loop joined from pieces, its seam and pole points settled. A closed piece (a circle
+// around a cylinder) runs the same way from either end, so nothing in space says which way
+// it should run; the file's flags say, but not every writer sets them right, and a circle run
+// the wrong way makes the loop cross itself in the domain. When the loop as given can't be
+// settled, the closed pieces are turned over, every way, until it can.
+bool settle_pieces(const Inverter& inverter, std::vector<Loop> pieces, Loop& out) {
+  std::vector<std::size_t> closed;
+  for (std::size_t i = 0; i < pieces.size() && closed.size() < 4; ++i) {
+    Box box;
+    for (const LoopPoint& p : pieces[i]) box.add(p.point);
+    if (pieces[i].size() > 2 &&
+        norm(pieces[i].front().point - pieces[i].back().point) <= 1e-7 * box.diagonal())
+      closed.push_back(i);
+  }
+  for (unsigned mask = 0; mask < (1u << closed.size()); ++mask) {
+    std::vector<Loop> turned = pieces;
+    for (std::size_t k = 0; k < closed.size(); ++k)
+      if (mask & (1u << k)) reverse(turned[closed[k]]);
+    out = chain(std::move(turned));
+    if (settle_seams(inverter, out)) return true;
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -174,8 +206,9 @@ bool FaceBuilder::boundary_loop(FaceJob& job, igs_boundary_entity* boundary, Loo
     if (item->sense() == 2) reverse(piece);
     pieces.push_back(std::move(piece));
   }
-  out = chain(std::move(pieces));
-  if (job.inverted && !settle_seams(inverter(job), out)) {
+  if (!job.inverted) {
+    out = chain(std::move(pieces));
+  } else if (!settle_pieces(inverter(job), std::move(pieces), out)) {
     *why = "trim loop crosses the surface's seam";
     return false;
   }
@@ -434,8 +467,9 @@ bool FaceBuilder::brep_loop(FaceJob& job, igs_loop_entity* loop_entity, Loop& ou
     }
     pieces.push_back(std::move(piece));
   }
-  out = chain(std::move(pieces));
-  if (unguided && !settle_seams(inverter(job), out)) {
+  if (!unguided) {
+    out = chain(std::move(pieces));
+  } else if (!settle_pieces(inverter(job), std::move(pieces), out)) {
     *why = "trim loop crosses the surface's seam";
     return false;
   }

@@ -64,7 +64,10 @@ struct MeshedFace {
 // in opposite directions. Edges are matched by their end points' exact coordinates.
 struct ShellCheck {
   igs_shell_entity* shell = nullptr;
-  bool closed_form = false;       // a closed shell (form 1), or a shell of a solid
+  bool closed_form = false;  // a closed shell (form 1), or a shell of a solid
+  // Every edge of the shell's loops is used by exactly two edge uses: the shell is closed in
+  // its topology, not only by its form (some writers give every sheet a closed shell).
+  bool edges_paired = false;
   std::size_t faces = 0;          // faces of the shell
   std::size_t failed_faces = 0;   // of them, those that could not be meshed
   std::size_t open_edges = 0;     // edges used by one triangle

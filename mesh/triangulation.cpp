@@ -38,7 +38,12 @@ using Point = Kernel::Point_2;
 struct PlaneTriangulation::Impl {
   Cdt cdt;
   std::vector<Cdt::Vertex_handle> vertices;  // by id
-  Cdt::Face_handle last;                     // where the last point went: the next one's hint
+  // The last point added: the next one is looked for from there. A vertex, not a face: faces
+  // come and go as points and constraints go in, vertices stay.
+  Cdt::Vertex_handle last;
+  Cdt::Face_handle near_last() const {
+    return last == Cdt::Vertex_handle() ? Cdt::Face_handle() : last->face();
+  }
 
   int number(Cdt::Vertex_handle v) {
     if (v->info().id < 0) {
@@ -53,8 +58,8 @@ PlaneTriangulation::PlaneTriangulation() : impl_(std::make_unique<Impl>()) {}
 PlaneTriangulation::~PlaneTriangulation() = default;
 
 int PlaneTriangulation::insert(Uv p) {
-  Cdt::Vertex_handle v = impl_->cdt.insert(Point(p.u, p.v), impl_->last);
-  impl_->last = v->face();
+  Cdt::Vertex_handle v = impl_->cdt.insert(Point(p.u, p.v), impl_->near_last());
+  impl_->last = v;
   return impl_->number(v);
 }
 
@@ -98,7 +103,7 @@ int PlaneTriangulation::insert_inside(Uv p, int hint) {
   int li = 0;
   Cdt::Face_handle near = hint >= 0 && hint < static_cast<int>(impl_->vertices.size())
                               ? impl_->vertices[hint]->face()
-                              : impl_->last;
+                              : impl_->near_last();
   Point q(p.u, p.v);
   Cdt::Face_handle f = cdt.locate(q, type, li, near);
   if (type == Cdt::FACE) {
@@ -115,7 +120,7 @@ int PlaneTriangulation::insert_inside(Uv p, int hint) {
   do {
     c->info().nesting = nesting;
   } while (++c != done);
-  impl_->last = v->face();
+  impl_->last = v;
   return impl_->number(v);
 }
 

@@ -137,18 +137,21 @@ int main(int argc, char** argv) {
   std::printf("Faces meshed: %zu\n", faces);
   std::printf("Triangles: %zu\n", mesh.triangles());
   if (mesh.blanked) std::printf("Blanked, left out: %zu\n", mesh.blanked);
-  std::size_t closed_form = 0, closed = 0;
+  std::size_t closed_form = 0, paired = 0, closed = 0;
   for (const igeslib::MeshBody& body : mesh.bodies) {
     for (const igeslib::ShellCheck& s : body.shells) {
       if (!s.closed_form) continue;
       ++closed_form;
+      paired += s.edges_paired ? 1 : 0;
       closed += s.closed() ? 1 : 0;
     }
   }
-  std::printf("Closed shells: %zu, their meshes closed: %zu\n", closed_form, closed);
+  std::printf("Closed shells: %zu, with every edge used twice: %zu, meshes closed: %zu\n",
+              closed_form, paired, closed);
   for (const igeslib::MeshBody& body : mesh.bodies) {
     for (const igeslib::ShellCheck& s : body.shells) {
-      std::printf("  shell %s: %zu faces, %s", describe(s.shell).c_str(), s.faces,
+      std::printf("  shell %s: %zu faces, %s%s", describe(s.shell).c_str(), s.faces,
+                  s.edges_paired ? "" : "edges not all paired, ",
                   s.closed() ? "mesh closed" : "mesh open");
       if (!s.closed())
         std::printf(" (%zu faces not meshed, %zu open edges, %zu edges of more than two)",
