@@ -221,7 +221,8 @@ MeshBody tessellate_body(igs_directory_entry* entity, const MeshOptions& options
   FaceBuilder builder(settings);
 
   // A shell's faces, each facing the way its flag and the shell's say.
-  auto mesh_shell = [&](igs_shell_entity* shell, bool reversed, bool closed_form) {
+  // outer: a shell that bounds the solid from outside, whose faces must face outward.
+  auto mesh_shell = [&](igs_shell_entity* shell, bool reversed, bool closed_form, bool outer) {
     ShellCheck check;
     check.shell = shell;
     check.closed_form = closed_form;
@@ -245,19 +246,30 @@ MeshBody tessellate_body(igs_directory_entry* entity, const MeshOptions& options
     std::vector<const TriangleMesh*> meshes;
     for (std::size_t i = first; i < body.faces.size(); ++i) meshes.push_back(&body.faces[i].mesh);
     check_shell(meshes, check);
+    // A closed outer shell whose faces all agree and all face inward: its writer read the
+    // orientation flags the other way round. Turned over, it faces outward as a solid must.
+    if (outer && check.closed() && check.flipped_edges == 0 && check.volume < 0) {
+      for (std::size_t i = first; i < body.faces.size(); ++i) {
+        TriangleMesh& m = body.faces[i].mesh;
+        for (auto& t : m.triangles) std::swap(t[1], t[2]);
+        for (Vec3& n : m.normals) n = -n;
+      }
+      check.volume = -check.volume;
+      check.turned = true;
+    }
     body.shells.push_back(check);
   };
 
   if (auto* solid = lumo_cast<igs_manifold_solid_brep_entity>(entity)) {
     body.solid = true;
     if (!solid->shell() && failures) failures->push_back({entity, entity, "shell missing"});
-    mesh_shell(solid->shell(), !solid->sof(), true);
+    mesh_shell(solid->shell(), !solid->sof(), true, true);
     ListOfigs_void_shell* voids = solid->void_shells();
     for (unsigned i = 0, n = voids ? voids->size() : 0; i < n; ++i)
-      if (igs_void_shell* v = (*voids)[i]) mesh_shell(v->Void(), !v->vof(), true);
+      if (igs_void_shell* v = (*voids)[i]) mesh_shell(v->Void(), !v->vof(), true, false);
   } else if (auto* shell = lumo_cast<igs_shell_entity>(entity)) {
     body.solid = shell->form() == 1;
-    mesh_shell(shell, false, body.solid);
+    mesh_shell(shell, false, body.solid, body.solid);
   } else if (auto* face = lumo_cast<igs_face_entity>(entity)) {
     mesh_job(builder.brep_face(face, false), body, failures, settings);
   } else {

@@ -74,6 +74,9 @@ struct ShellCheck {
   std::size_t excess_edges = 0;   // edges used by more than two triangles
   std::size_t flipped_edges = 0;  // edges used twice in the same direction
   double area = 0, volume = 0;
+  // Its faces were turned over: the shell closed with every face facing inward, against the
+  // outward normals a solid's outer shell has (a writer that reads the flags the other way).
+  bool turned = false;
   bool closed() const { return failed_faces == 0 && open_edges == 0 && excess_edges == 0; }
 };
 

@@ -79,6 +79,7 @@ py::object mesh_model(const StatePtr& self, double tolerance, double angle) {
       d["faces"] = s.faces;
       d["failed_faces"] = s.failed_faces;
       d["open_edges"] = s.open_edges;
+      d["turned"] = s.turned;
       d["area"] = s.area;
       d["volume"] = s.volume;
       m.shells.append(d);

@@ -153,6 +153,7 @@ int main(int argc, char** argv) {
       std::printf("  shell %s: %zu faces, %s%s", describe(s.shell).c_str(), s.faces,
                   s.edges_paired ? "" : "edges not all paired, ",
                   s.closed() ? "mesh closed" : "mesh open");
+      if (s.turned) std::printf(", turned outward");
       if (!s.closed())
         std::printf(" (%zu faces not meshed, %zu open edges, %zu edges of more than two)",
                     s.failed_faces, s.open_edges, s.excess_edges);
