@@ -3,6 +3,7 @@
 #pragma once
 
 #include <climits>
+#include <type_traits>
 
 #include "igeslib.h"
 #include "igeslib_io.h"
@@ -21,45 +22,82 @@ inline igs_directory_entry* igeslib_file_entity(int n) {
   return igeslib_entity_at(igeslib_file_entities(), n);
 }
 
+// Notes for checkers (IgeslibIO::note) on a pointer of the file that the reader took as no
+// entity, or as the first entity of the file: one that names nothing, a negative or even one,
+// one that names an entity of a class the field doesn't hold (target null), and 0 in a list.
+inline void igeslib_note_pointer(IgeslibIO* io, int n, const void* target,
+                                 const IgeslibField& field) {
+  if (io->notes && !io->record_failed && (!target || n <= 0 || (n & 1) == 0))
+    io->add_note(IgeslibNoteKind::pointer, field, n, 1);
+}
+
 // A single pointer parameter: 0 is no entity, and so is one that names nothing or an entity
 // of another class than X.
 template <class X>
-X* igeslib_read_pointer(IgeslibIO* io) {
+X* igeslib_read_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
   int n = io->read_int();
-  return n == 0 ? nullptr : lumo_cast<X>(igeslib_file_entity(n));
+  if (n == 0) return nullptr;
+  X* target = lumo_cast<X>(igeslib_file_entity(n));
+  igeslib_note_pointer(io, n, target, field);
+  return target;
 }
 
 // A pointer that is a member of a counted list: there is no test for 0, so 0 names the first
 // entity of the file.
 template <class X>
-X* igeslib_read_list_pointer(IgeslibIO* io) {
-  return lumo_cast<X>(igeslib_file_entity(io->read_int()));
+X* igeslib_read_list_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
+  int n = io->read_int();
+  X* target = lumo_cast<X>(igeslib_file_entity(n));
+  igeslib_note_pointer(io, n, target, field);
+  return target;
 }
 
 // A select of S read from a pointer parameter: it takes the first of its choices whose class
 // the entity named is of, and no choice when there is none. A guarded pointer of 0 gives no
 // select at all; a bare one names the first entity of the file.
 template <class S>
-S* igeslib_read_select(IgeslibIO* io, bool guarded) {
+S* igeslib_read_select(IgeslibIO* io, bool guarded, const IgeslibField& field = {}) {
   int n = io->read_int();
   if (guarded && n == 0) return nullptr;
   auto* select = new (LUMO.design()) S;
-  select->choose_entity(igeslib_file_entity(n));
+  bool chosen = select->choose_entity(igeslib_file_entity(n));
+  igeslib_note_pointer(io, n, chosen ? select : nullptr, field);
   return select;
 }
 
 // A select of a value or a definition read with the rule of negative pointers: n below 0 names
 // the definition at place ~n / 2 of the file (no choice when it is of no class of the select);
-// any other n is the value, set by set_value.
+// any other n is the value, set by set_value. A set_value that answers a truth value says
+// whether the select could hold the value, and a value it can't is noted.
 template <class S, class F>
-S* igeslib_read_negative_select(IgeslibIO* io, F set_value) {
+S* igeslib_read_negative_select(IgeslibIO* io, F set_value, const IgeslibField& field = {}) {
   int n = io->read_int();
   auto* select = new (LUMO.design()) S;
-  if (n < 0)
-    select->choose_entity(igeslib_file_entity(2 * (~n / 2) + 1));
-  else
+  if (n < 0) {
+    bool chosen = select->choose_entity(igeslib_file_entity(2 * (~n / 2) + 1));
+    if ((!chosen || (n & 1) == 0) && !io->record_failed)
+      io->note(IgeslibNoteKind::pointer, field, n, -1);
+  } else if constexpr (std::is_void_v<decltype(set_value(select, n))>) {
     set_value(select, n);
+  } else if (!set_value(select, n) && !io->record_failed) {
+    io->note(IgeslibNoteKind::code, field, n);
+  }
   return select;
+}
+
+// An integer code read into an enumeration through its int-coded setter (set), which answers
+// false, and leaves the field as it was, for a code that is no value of the enumeration.
+template <class F>
+void igeslib_read_code(IgeslibIO* io, F set, const IgeslibField& field = {}) {
+  int n = io->read_int();
+  if (!set(n) && !io->record_failed) io->note(IgeslibNoteKind::code, field, n);
+}
+
+// A parameter that the object computes from others, or that the class fixes: read and dropped,
+// and noted when the file gives another value than the object's.
+inline void igeslib_note_value(IgeslibIO* io, IgeslibNoteKind kind, int read, int expected,
+                               const IgeslibField& field) {
+  if (read != expected && !io->record_failed) io->note(kind, field, read, expected);
 }
 
 // Its writer: a definition as the negative of its DE number, a value as it stands (value()),

@@ -60,15 +60,24 @@ void IgeslibIO::read_datum(ListOfigs_datum* list, int kind, ListOfigs_directory_
     case 3:
       datum->_str_val(scan_string(false));
       break;
-    case 4:
-      datum->_directory_entry(entity_at(entities, scan_int()));
+    case 4: {
+      int n = scan_int();
+      igs_directory_entry* named = entity_at(entities, n);
+      datum->_directory_entry(named);
+      if ((!named || n <= 0 || (n & 1) == 0) && !record_failed)
+        note(IgeslibNoteKind::pointer, {"parameter_data", &lumotype_igs_directory_entry}, n, 1);
       break;
+    }
     case 6: {
       int n = scan_int();
-      if (n < 0)
-        datum->_directory_entry(entity_at(entities, -static_cast<long long>(n)));
-      else
+      if (n < 0) {
+        igs_directory_entry* named = entity_at(entities, -static_cast<long long>(n));
+        datum->_directory_entry(named);
+        if ((!named || (n & 1) == 0) && !record_failed)
+          note(IgeslibNoteKind::pointer, {"parameter_data", &lumotype_igs_directory_entry}, n, -1);
+      } else {
         datum->_int_val(n);
+      }
       break;
     }
     default:

@@ -83,6 +83,7 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   fields[12] = field(line, kOneColumns[11][0], kOneColumns[11][1]);
   // The pair is the one its sequence number names, wherever it stands.
   igs_directory_entry* entity = igeslib_entity_at(list, fields[12]);
+  entity_de = fields[12];
   if (entity) entity->de_read_record_one(fields);
   read_record();
 

@@ -33,6 +33,18 @@ void IgeslibIO::skip_entity(const char* message) {
   throw IgeslibEntitySkip{};
 }
 
+void IgeslibIO::add_note(IgeslibNoteKind kind, const IgeslibField& field, int value, int expected) {
+  IgeslibReadNote note;
+  note.kind = kind;
+  note.param_state = static_cast<char>(param_state);
+  note.de = entity_de;
+  note.line = line_number;
+  note.field = field;
+  note.value = value;
+  note.expected = expected;
+  notes->push_back(note);
+}
+
 IgeslibLimits& igeslib_limits() {
   static IgeslibLimits limits;
   return limits;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <type_traits>
+#include <vector>
 
 #include "igeslib_registry.h"
 #include "lumo.h"
@@ -52,13 +53,50 @@ IgeslibLimits& igeslib_limits();
 // that can't be read are reported as mismatches. A fault of any other record, a file that ends
 // before its Terminate record among them, still ends the read. A read takes the setting as it
 // stands when it starts.
+struct IgeslibReadNote;
 struct IgeslibReadSettings {
   bool accept_damaged_end = false;
+  // When set, the read adds a note here for each value that it takes in its own way without
+  // a report (see IgeslibReadNote); a checker names them. Null: nothing is noted.
+  std::vector<IgeslibReadNote>* notes = nullptr;
 };
 IgeslibReadSettings& igeslib_read_settings();
 // What was wrong with the damaged last record that the latest read accepted (the first fault
 // if there were several); null when it accepted none.
 const char* igeslib_damaged_end();
+
+// A field of an entity as the parameter code names it: the attribute, with "[]" for each list
+// on the way ("curves[].pscpt[]") and the place of the item in each of them, from 0; and the
+// class, select or enumeration that the field holds.
+struct IgeslibField {
+  const char* name = nullptr;
+  LumoTypePtr* type = nullptr;
+  int item[2] = {-1, -1};
+};
+
+enum class IgeslibNoteKind : unsigned char {
+  pointer,       // a pointer that names no entity of a class the field holds
+  code,          // an integer that is no value of the field's enumeration
+  computed,      // a value that the object computes from others (a text's character count)
+  constant,      // a value that the class fixes (a property's count of parameters)
+  short_record,  // the record ended before the entity's parameters did
+};
+
+// One value that the reader took in its own way without a report: a pointer it read as no
+// entity, or as an entity of the file that the field can't hold; a code it left unset; a count
+// or constant of the file that it dropped for its own; parameters it made up as zeros past the
+// end of a record. What the file gave is value; expected is what the reader stands by
+// (computed, constant), or for a pointer the sign the field wants: 1 a DE number, -1 a negated
+// one. A short record gives the count of made-up parameters as value.
+struct IgeslibReadNote {
+  IgeslibNoteKind kind = IgeslibNoteKind::pointer;
+  char param_state = 0;  // of the value's token: PARAM_VALUE, _DEFAULTED or _END_OF_RECORD
+  int de = 0;            // DE number of the entity
+  int line = 0;          // the record where the value stands, counted from 1 in the file
+  IgeslibField field;
+  int value = 0;
+  int expected = 0;
+};
 
 struct IgeslibIO {
   IgeslibIO();
@@ -102,6 +140,8 @@ struct IgeslibIO {
   bool in_entity = false;                   // an entity's parameters are being read
   bool accept_damaged_end = igeslib_read_settings().accept_damaged_end;
   const char* damaged_end = nullptr;  // the first fault of a damaged last record accepted
+  std::vector<IgeslibReadNote>* notes = igeslib_read_settings().notes;
+  int entity_de = 0;  // DE number of the entity whose records are being read
 
   // --- records ---
   // Brings the next record into line and finds its section letter, sequence number and (for
@@ -190,6 +230,11 @@ struct IgeslibIO {
   [[noreturn]] void skip_entity(const char* message);
   // Notes one item made up past the end of a record, within the limits.
   void past_end();
+  // Adds a note on the entity being read, at the record in hand, when notes are kept.
+  void note(IgeslibNoteKind kind, const IgeslibField& field, int value, int expected = 0) {
+    if (notes) add_note(kind, field, value, expected);
+  }
+  void add_note(IgeslibNoteKind kind, const IgeslibField& field, int value, int expected);
 
   // Moves to the next record that has free-form data left, skipping leading blanks.
   void next_data();

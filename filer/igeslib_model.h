@@ -21,6 +21,7 @@ class LumoObject;
 class igs_directory_entry;
 class igs_global;
 class igs_iges_file;
+struct IgeslibReadNote;
 
 namespace igeslib {
 
@@ -84,6 +85,15 @@ class Model {
   // The entities in file order, then those made since in order of making.
   std::span<igs_directory_entry* const> entities() const;
   const std::vector<Report>& reports() const;
+  // The file that the model was read from; empty for a model made in memory.
+  const std::filesystem::path& path() const;
+  // The entity of each DE number of the file read: DE number n at place (n - 1) / 2; null at
+  // the place of a directory pair that gave no object. Empty for a model made in memory.
+  std::span<igs_directory_entry* const> directory() const;
+  // The values that the read took in its own way without a report (IgeslibReadNote): pointers
+  // that name no entity the field holds, codes out of their enumeration, counts and constants
+  // of the file that the objects answer otherwise, records that end early. A checker names them.
+  std::span<const IgeslibReadNote> read_notes() const;
 
   igs_iges_file* file() const;
   igs_global* global_section() const;

@@ -18,6 +18,9 @@ struct Model::State {
   LumoDesign* design = nullptr;
   igs_iges_file* file = nullptr;
   std::vector<igs_directory_entry*> entities;
+  std::vector<igs_directory_entry*> directory;
+  std::vector<IgeslibReadNote> notes;
+  std::filesystem::path path;
   std::vector<Report> reports;
   ReadStatus status = ReadStatus::completed;
   int open_error = 0;
@@ -51,17 +54,19 @@ class CurrentDesign {
 };
 
 // The read settings of the library as a read of the model needs them, put back afterwards.
-class DamagedEndSetting {
+class ReadSettings {
  public:
-  explicit DamagedEndSetting(bool accept) : previous_(igeslib_read_settings().accept_damaged_end) {
-    igeslib_read_settings().accept_damaged_end = accept;
+  ReadSettings(bool accept_damaged_end, std::vector<IgeslibReadNote>* notes)
+      : previous_(igeslib_read_settings()) {
+    igeslib_read_settings().accept_damaged_end = accept_damaged_end;
+    igeslib_read_settings().notes = notes;
   }
-  ~DamagedEndSetting() { igeslib_read_settings().accept_damaged_end = previous_; }
-  DamagedEndSetting(const DamagedEndSetting&) = delete;
-  DamagedEndSetting& operator=(const DamagedEndSetting&) = delete;
+  ~ReadSettings() { igeslib_read_settings() = previous_; }
+  ReadSettings(const ReadSettings&) = delete;
+  ReadSettings& operator=(const ReadSettings&) = delete;
 
  private:
-  bool previous_;
+  IgeslibReadSettings previous_;
 };
 
 std::string without_line_end(std::string text) {
@@ -183,6 +188,9 @@ int Model::open_error() const { return state_->open_error; }
 const std::string& Model::damaged_end() const { return state_->damaged_end; }
 std::span<igs_directory_entry* const> Model::entities() const { return state_->entities; }
 const std::vector<Report>& Model::reports() const { return state_->reports; }
+const std::filesystem::path& Model::path() const { return state_->path; }
+std::span<igs_directory_entry* const> Model::directory() const { return state_->directory; }
+std::span<const IgeslibReadNote> Model::read_notes() const { return state_->notes; }
 igs_iges_file* Model::file() const { return state_->file; }
 igs_global* Model::global_section() const { return state_->file->global_section(); }
 LumoDesign* Model::design() const { return state_->design; }
@@ -228,15 +236,19 @@ Model read(const std::filesystem::path& path, const ReadOptions& options) {
     return model;
   }
 
-  DamagedEndSetting setting(!options.strict);
+  state.path = path;
+  ReadSettings settings(!options.strict, &state.notes);
   igs_iges_file* result = state.file->read(path.c_str(), options.strict ? 1 : 0);
   state.status = result ? ReadStatus::completed : ReadStatus::stopped;
   if (result && igeslib_damaged_end()) state.damaged_end = igeslib_damaged_end();
   // Right after the read the file object still holds the directory list it was read into.
   ListOfigs_directory_entry& list = state.file->directory_list_;
   state.entities.reserve(list.size());
-  for (unsigned i = 0, n = list.size(); i < n; ++i)
+  state.directory.reserve(list.size());
+  for (unsigned i = 0, n = list.size(); i < n; ++i) {
+    state.directory.push_back(list[i]);
     if (igs_directory_entry* entity = list[i]) state.entities.push_back(entity);
+  }
   return model;
 }
 

@@ -19,6 +19,11 @@ void IgeslibIO::read_entity(igs_directory_entry* entity, ListOfigs_directory_ent
     record_failed = 1;
   } else {
     entity->pdread();
+    // Parameters that the record leaves out at its end are read as empty: noted with their
+    // number (the read that met the record delimiter and those after it), as a record cut short
+    // reads the same way. The back-pointer counts behind them are often left out.
+    if (entity_items_past_end && !record_failed)
+      note(IgeslibNoteKind::short_record, {}, static_cast<int>(entity_items_past_end) + 1);
     if (record_failed == 0 && param_state != PARAM_END_OF_RECORD) {
       assoc_prop_parse(entity, list);
       if (param_state != PARAM_END_OF_RECORD) {
@@ -42,6 +47,7 @@ IgeslibIO* IgeslibIO::parse_pd_section(ListOfigs_directory_entry* list) {
     record_failed = 0;
     igs_directory_entry* entity = igeslib_entity_at(list, pointer);
     entity_items_past_end = 0;
+    entity_de = pointer;
     in_entity = true;
     igeslib_catch_skip([&] { read_entity(entity, list); });
     in_entity = false;

@@ -2,7 +2,6 @@
 // defaults every curve and surface shares (polylines, breaks, boxes, iso-curves, placing).
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
 
 #include "geometry_internal.h"
 #include "igeslib.h"
@@ -89,22 +88,31 @@ Transform Transform::operator*(const Transform& b) const {
 bool Transform::is_identity() const { return m == Transform{}.m; }
 
 double Transform::scale() const {
-  // The largest singular value of the linear part: the square root of the largest eigenvalue
-  // of R^T R, by power iteration from a vector that no real matrix leaves out.
-  Vec3 v{0.577, 0.578, 0.576};
-  double lambda = 0;
-  for (int i = 0; i < 32; ++i) {
-    Vec3 w = vector(v);
-    Vec3 rt{m[0][0] * w.x + m[1][0] * w.y + m[2][0] * w.z,
-            m[0][1] * w.x + m[1][1] * w.y + m[2][1] * w.z,
-            m[0][2] * w.x + m[1][2] * w.y + m[2][2] * w.z};
-    double n = norm(rt);
-    if (!(n > 0) || !std::isfinite(n)) break;
-    lambda = n;
-    v = rt / n;
+  // The largest singular value of the linear part R: the square root of the largest
+  // eigenvalue of the symmetric A = R^T R, in closed form (the trigonometric solution of its
+  // characteristic cubic), so that no starting vector or count of iterations can miss it.
+  double a[3][3];
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) a[i][j] = m[0][i] * m[0][j] + m[1][i] * m[1][j] + m[2][i] * m[2][j];
+  double off = a[0][1] * a[0][1] + a[0][2] * a[0][2] + a[1][2] * a[1][2];
+  double q = (a[0][0] + a[1][1] + a[2][2]) / 3;
+  double largest;
+  if (!(off > 0)) {
+    largest = std::max({a[0][0], a[1][1], a[2][2]});
+  } else {
+    double d0 = a[0][0] - q, d1 = a[1][1] - q, d2 = a[2][2] - q;
+    double p = std::sqrt((d0 * d0 + d1 * d1 + d2 * d2 + 2 * off) / 6);
+    // det((A - q I) / p) / 2, the cosine of three times the angle of the largest root.
+    double b00 = d0 / p, b11 = d1 / p, b22 = d2 / p;
+    double b01 = a[0][1] / p, b02 = a[0][2] / p, b12 = a[1][2] / p;
+    double r = (b00 * (b11 * b22 - b12 * b12) - b01 * (b01 * b22 - b12 * b02) +
+                b02 * (b01 * b12 - b11 * b02)) /
+               2;
+    double phi = std::acos(std::clamp(r, -1.0, 1.0)) / 3;
+    largest = q + 2 * p * std::cos(phi);
   }
-  double s = std::sqrt(lambda);
-  return s > 1e-300 ? s : 1e-300;
+  double s = std::sqrt(std::max(largest, 0.0));
+  return s > 1e-300 && std::isfinite(s) ? s : (std::isfinite(s) ? 1e-300 : 1.0);
 }
 
 igs_transformation_matrix_entity* transformation_of(igs_directory_entry* e) {
@@ -118,15 +126,24 @@ igs_transformation_matrix_entity* transformation_of(igs_directory_entry* e) {
   if (auto* x = lumo_cast<igs_view_entity>(e)) return x->transformation();
   if (auto* x = lumo_cast<igs_connect_point_entity>(e)) return x->transformation();
   if (auto* x = lumo_cast<igs_node_entity>(e)) return x->transformation();
+  if (auto* x = lumo_cast<igs_attribute_table_definition_entity>(e)) return x->transformation();
+  if (auto* x = lumo_cast<igs_nodal_load_constraint_entity>(e)) return x->transformation();
   return nullptr;
 }
 
 Transform placement_of(igs_directory_entry* entity) {
+  // Chains are short: the matrices seen are kept in a small array, and a chain longer than it
+  // (which no real file has) is cut there.
   Transform result;
-  std::unordered_set<igs_transformation_matrix_entity*> seen;
-  for (igs_transformation_matrix_entity* m = transformation_of(entity); m && seen.insert(m).second;
-       m = m->transformation())
+  constexpr int max_chain = 64;
+  igs_transformation_matrix_entity* seen[max_chain];
+  int n = 0;
+  for (igs_transformation_matrix_entity* m = transformation_of(entity); m && n < max_chain;
+       m = m->transformation()) {
+    if (std::find(seen, seen + n, m) != seen + n) break;
+    seen[n++] = m;
     result = Transform::of(m) * result;
+  }
   return result;
 }
 

@@ -39,6 +39,10 @@ class Build {
       fail("too many references");
       return false;
     }
+    if (work_ > max_work) {
+      fail("evaluation too costly");
+      return false;
+    }
     ++depth_;
     ++references_;
     return true;
@@ -58,16 +62,34 @@ class Build {
     Build& build_;
     std::string* saved_;
   };
+  // Around the build of a child that one evaluation of its parent evaluates `times` times (an
+  // offset surface differentiates its surface's normal): the product of these along a chain of
+  // references is bounded, so that offsets of offsets can't cost exponentially much a point.
+  class Repeat {
+   public:
+    Repeat(Build& build, double times) : build_(build), saved_(build.work_) {
+      build.work_ *= times;
+    }
+    Repeat(const Repeat&) = delete;
+    Repeat& operator=(const Repeat&) = delete;
+    ~Repeat() { build_.work_ = saved_; }
+
+   private:
+    Build& build_;
+    double saved_;
+  };
   // The failure of a factory handed an entity of another class: "entity not read" for one
   // that the reader kept as text, else "not a <kind>".
   std::nullptr_t wrong_class(igs_directory_entry* entity, const char* kind);
   static constexpr int max_depth = 64;
   static constexpr long max_references = 200000;
+  static constexpr double max_work = 1000;
 
  private:
   std::string* why_;
   int depth_ = 0;
   long references_ = 0;
+  double work_ = 1;
 };
 
 // The dispatch: the evaluator of entity in its own coordinates, or null with the reason.

@@ -97,8 +97,8 @@ struct Transform {
   // This map after inner: (a * b).point(p) == a.point(b.point(p)).
   Transform operator*(const Transform& inner) const;
   bool is_identity() const;
-  // The factor by which lengths grow: the largest singular value's bound used by tolerances,
-  // the cube root of |det R| for a similarity, at least a tiny positive value.
+  // The most by which a length grows: the largest singular value of R (for a similarity the
+  // cube root of |det R|), at least a tiny positive value; 1 for a matrix that isn't finite.
   double scale() const;
 };
 
@@ -227,36 +227,109 @@ std::unique_ptr<Surface> placed(std::unique_ptr<Surface> surface, const Transfor
 struct Placed {
   igs_directory_entry* entity = nullptr;
   Transform transform;
-  // The outermost subfigure instance (408, 412, 414) that shows it; null for an entity that
-  // stands on its own.
+  // The outermost subfigure instance (408, 412, 414) that shows it, or the point (116) whose
+  // display symbol it belongs to; null for an entity that stands on its own.
   igs_directory_entry* instance = nullptr;
 };
 
-// Every entity as it is shown, in file order: each entity that nothing owns (subordinate
-// switch independent) with placement_of(entity), and for each subfigure instance the
-// entities of its definition, nested definitions and arrays expanded, once per position
-// shown. Blanked entities are included (Placed.entity->blank() tells).
+// Every entity as it is shown, in file order.
+// - An entity stands on its own, with placement_of(entity), unless it is physically dependent
+//   (its parent shows it: a composite curve its members, a trimmed surface its curves, a
+//   solid its faces), a member of a subfigure definition (308) or a definition itself.
+// - A singular subfigure instance (408) shows the members of its definition: each member by
+//   its own matrix into the definition's space, then scaled by the instance's scale (0, as
+//   an empty parameter reads, is the default 1), moved by its (x, y, z), then mapped by the
+//   instance's own matrix. A member that is itself an instance or a definition is expanded
+//   the same way inside.
+// - A rectangular array (412) shows its base entity (a definition's members, another array,
+//   or one curve or point) at nc x nr positions: the base is scaled, moved to column c and
+//   row r (c dx, r dy), the whole array turned by ax about its first position and moved
+//   there (x, y, z), then the instance's matrix. Positions count from 1 along the first row,
+//   then row by row.
+// - A circular array (414) shows its base at ne positions on the circle of radius r about
+//   (x, y, z), the first at the angle ast, each next ad further (counter-clockwise); the
+//   copies are moved, not turned.
+// - In both arrays an empty list shows every position; else the flag ddf 1 shows every
+//   position but those listed, and any other value only those listed (positions outside the
+//   array are ignored).
+// - A point (116) with a display symbol shows the symbol's members moved to the point.
+// Blanked entities are included (Placed.entity->blank() tells). Damaged files are safe: a
+// definition that shows itself is not entered again, nesting stops at 32 levels, and the
+// result stops at 100,000 entries (a real file stays far below).
 std::vector<Placed> placements(std::span<igs_directory_entry* const> entities);
 
-// The model's units, from the Global section.
+// The model's units, from the Global section. The unit flag decides: 1 inch, 2 millimetre,
+// 4 foot, 5 mile, 6 metre, 7 kilometre, 8 mil, 9 micron, 10 centimetre, 11 microinch. The
+// unit name is read only when the flag is 3 ("named by the unit name") or names no unit:
+// "IN" or "INCH", "MM", "FT", "MI", "M", "KM", "MIL", "UM", "CM", "UIN" (and their spelled
+// out English names, in any case). A name that disagrees with a flag of a unit is kept in
+// `name` and otherwise ignored. The model space scale is reported, not applied: it is the
+// scale of a drawing, and model coordinates are true sizes in the unit.
 struct Units {
-  int flag = 0;      // the unit flag: 1 inches, 2 millimetres, ... 11 microinches
+  int flag = 0;      // the unit flag as the file gives it; -1 when it gives none
   std::string name;  // the unit name as the file gives it ("MM", "INCH")
   double model_space_scale = 1;
-  // Millimetres in one model unit, from the flag (or from the name where the flag is 3 or
-  // unknown); 0 when neither tells.
+  // Millimetres in one model unit; 0 when neither flag nor name tells.
   double millimetres = 0;
-  // "MM", "IN", ... the unit's usual short name; "unknown" when millimetres is 0.
+  // "MM", "IN", "FT", "MI", "M", "KM", "MIL", "UM", "CM", "UIN": the unit's usual short
+  // name; "unknown" when millimetres is 0.
   std::string symbol() const;
 };
 Units model_units(igs_global* global);
 
+// ---- boundaries of surfaces
+
+// The edges of a bounded surface as curves, with the surface they bound:
+// - a trimmed surface (144): its outer boundary and its holes, each a curve on the surface
+//   (142), evaluated as its preference and what is present say; an outer boundary of 0 is
+//   the surface's domain;
+// - a bounded surface (143): the curves of each boundary (141), the model-space curve of each
+//   piece, or its parameter-space curves mapped through the surface where the boundary
+//   prefers them or has no model-space curve;
+// - a face (510): the curves of the edges its loops use (504), each edge once per use;
+// - a plane (108) with a bounding curve: that curve;
+// - any other surface: the edges of its finite domain.
+// Referenced entities are placed by their own matrices, as everywhere.
+struct Boundary {
+  // The surface bounded, in the entity's own coordinates; null when it can't be made.
+  std::unique_ptr<Surface> surface;
+  // Every curve of every loop, the outer loop first, in the entity's own coordinates. Edges
+  // of the domain are iso-curves of surface and live no longer than it.
+  std::vector<std::unique_ptr<Curve>> curves;
+  // The loops once more in the surface's parameter space (x is u, y is v), one list of
+  // curves per loop: the parameter curves of the curves on the surface, of the boundaries,
+  // of the face's edge uses, or the domain's rectangle. Empty unless every loop has them.
+  std::vector<std::vector<std::unique_ptr<Curve>>> parameter_loops;
+  // One line for each part that could not be made and is left out, with why
+  // ("hole 2: knots out of order", "surface: not evaluated yet"); empty when whole.
+  std::vector<std::string> faults;
+};
+// The boundary of a surface, trimmed surface, bounded surface or face; for an entity of any
+// other class, an empty boundary whose fault says "not a surface".
+Boundary boundary_of(igs_directory_entry* entity);
+// Iso-curves across a boundary's surface, n at even steps in each direction over the box of
+// its parameter loops (within the finite domain), each cut to its pieces inside the loops.
+// None where the loops are not known in parameter space (a trimmed surface whose curves are
+// given in model space only): they could not be cut. They live no longer than
+// boundary.surface.
+std::vector<std::unique_ptr<Curve>> isolines(const Boundary& boundary, int n);
+
 // ---- bounds
 
-// The box of one entity in model space under transform: a curve's, a surface's, a point's;
-// empty for an entity without geometry of its own.
+// The box of one entity in model space under transform. A curve's is its own box (a
+// B-spline's control polygon box, which holds it) intersected with the box of its polyline
+// enlarged by the chord; a point's is the point. A surface's is its own box (a B-spline
+// surface's control net box) intersected with the box of a grid of iso-curves' polylines
+// enlarged by their chord; an unbounded surface standing alone (a plane, a cylinder) has
+// none. A trimmed or bounded surface or a face is
+// boxed by its boundary curves and the iso-curves cut to its loops; where those loops are
+// not known in parameter space, by the whole surface, or by the boundary alone when the
+// surface is unbounded. A solid (186) or shell (514) is the box of its faces; a subfigure
+// instance (408, 412, 414) that of what it shows. Empty for an entity without geometry.
 Box entity_bounds(igs_directory_entry* entity, const Transform& transform);
 // The box of everything placements() gives that has geometry, blanked entities left out.
+// An entity shown more than once (by subfigure instances) is boxed once in its own
+// coordinates and that box's corners placed for each showing.
 Box model_bounds(std::span<igs_directory_entry* const> entities);
 
 // ---- display attributes
@@ -264,8 +337,10 @@ Box model_bounds(std::span<igs_directory_entry* const> entities);
 struct Rgb {
   double r = 0, g = 0, b = 0;  // 0 to 1
 };
-// The entity's colour: a colour number (1 black ... 8 white) or a colour definition's
-// values; nothing for no colour (the number 0) or a class without the field.
+// The entity's colour: a colour number (1 black, 2 red, 3 green, 4 blue, 5 yellow, 6
+// magenta, 7 cyan, 8 white) or a colour definition's (314) red, green and blue, which it
+// gives in percent (clamped to 0-100); nothing for no colour (the number 0, or a definition
+// of no finite values) or a class without the field.
 std::optional<Rgb> colour_of(igs_directory_entry* entity);
 
 }  // namespace igeslib

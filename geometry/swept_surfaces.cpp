@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <optional>
 
 #include "geometry_internal.h"
 #include "igeslib.h"
@@ -277,6 +278,7 @@ class OffsetSurface final : public Surface {
 
  private:
   static double step(const std::vector<double>& b, double x) {
+    if (b.size() < 2) return 1e-3;
     std::size_t k = std::upper_bound(b.begin(), b.end(), x) - b.begin();
     k = std::clamp<std::size_t>(k, 1, b.size() - 1);
     double width = b[k] - b[k - 1];
@@ -289,28 +291,84 @@ class OffsetSurface final : public Surface {
   std::vector<double> ub_, vb_;
 };
 
-// The surface a bounded or trimmed surface restricts, as that entity's own.
+// The surface a bounded or trimmed surface restricts, as that entity's own; with a finite
+// domain of its own where the surface is unbounded.
 class RestrictedSurface final : public Surface {
  public:
-  RestrictedSurface(igs_directory_entry* e, std::unique_ptr<Surface> s) : s_(std::move(s)) {
+  RestrictedSurface(igs_directory_entry* e, std::unique_ptr<Surface> s,
+                    std::optional<Domain> finite)
+      : s_(std::move(s)), finite_(finite) {
     entity_ = e;
   }
   Domain domain() const override { return s_->domain(); }
-  Domain finite_domain() const override { return s_->finite_domain(); }
+  Domain finite_domain() const override { return finite_ ? *finite_ : s_->finite_domain(); }
   SurfacePoint evaluate(double u, double v) const override { return s_->evaluate(u, v); }
-  std::vector<double> u_breaks() const override { return s_->u_breaks(); }
-  std::vector<double> v_breaks() const override { return s_->v_breaks(); }
-  Box bounds() const override { return s_->bounds(); }
+  std::vector<double> u_breaks() const override {
+    return finite_ ? clipped(s_->u_breaks(), finite_->u) : s_->u_breaks();
+  }
+  std::vector<double> v_breaks() const override {
+    return finite_ ? clipped(s_->v_breaks(), finite_->v) : s_->v_breaks();
+  }
+  Box bounds() const override { return finite_ ? Surface::bounds() : s_->bounds(); }
 
  private:
+  static std::vector<double> clipped(const std::vector<double>& b, Interval r) {
+    std::vector<double> out{r.lo};
+    for (double x : b)
+      if (x > r.lo && x < r.hi) out.push_back(x);
+    out.push_back(r.hi);
+    return out;
+  }
   std::unique_ptr<Surface> s_;
+  std::optional<Domain> finite_;
 };
 
+// The boundary's curves: in the surface's parameters (x, y as u, v), or else in its space.
+struct Boundary {
+  std::vector<igs_geometric_entity*> parameter_space, model_space;
+};
+
+// The finite domain of a surface restricted by a boundary. Where the surface is unbounded the
+// boundary's extent stands in for the missing ends: from its parameter-space curves, or else
+// from its model-space curves mapped to parameters along the tangent plane at the middle of the
+// surface's own stand-in (exact for a plane, and along the axis of a cylinder). A boundary that
+// can't be evaluated leaves the surface's own stand-in.
+std::optional<Domain> finite_by_boundary(const Surface& s, const Boundary& boundary, Build& build) {
+  Domain d = s.domain(), finite = s.finite_domain();
+  if (d.u.bounded() && d.v.bounded()) return std::nullopt;
+  double u0 = (finite.u.lo + finite.u.hi) / 2, v0 = (finite.v.lo + finite.v.hi) / 2;
+  SurfacePoint middle = s.evaluate(u0, v0);
+  double uu = dot(middle.du, middle.du), uv = dot(middle.du, middle.dv),
+         vv = dot(middle.dv, middle.dv), det = uu * vv - uv * uv;
+  Build::Trial trial(build);
+  Box extent;  // x: u, y: v
+  for (bool in_parameters : {true, false}) {
+    if (!extent.empty() || (!in_parameters && !(det > 0))) break;
+    for (igs_geometric_entity* e :
+         in_parameters ? boundary.parameter_space : boundary.model_space) {
+      std::unique_ptr<Curve> c = child_curve(e, build, "boundary");
+      for (const Vec3& p : c ? c->polyline().points : std::vector<Vec3>{}) {
+        Vec3 r = p - middle.point;
+        double a = dot(r, middle.du), b = dot(r, middle.dv);
+        extent.add(in_parameters
+                       ? Vec3{p.x, p.y, 0}
+                       : Vec3{u0 + (vv * a - uv * b) / det, v0 + (uu * b - uv * a) / det, 0});
+      }
+    }
+  }
+  if (extent.empty()) return std::nullopt;
+  double margin = chord_for({}, extent);
+  if (!d.u.bounded()) finite.u = {extent.min.x - margin, extent.max.x + margin};
+  if (!d.v.bounded()) finite.v = {extent.min.y - margin, extent.max.y + margin};
+  return finite;
+}
+
 std::unique_ptr<Surface> restricted(igs_directory_entry* entity, igs_geometric_entity* surface,
-                                    Build& build) {
+                                    const Boundary& boundary, Build& build) {
   std::unique_ptr<Surface> s = child_surface(surface, build, "surface");
   if (!s) return nullptr;
-  return std::make_unique<RestrictedSurface>(entity, std::move(s));
+  std::optional<Domain> finite = finite_by_boundary(*s, boundary, build);
+  return std::make_unique<RestrictedSurface>(entity, std::move(s), finite);
 }
 
 }  // namespace
@@ -320,13 +378,15 @@ std::unique_ptr<Surface> restricted(igs_directory_entry* entity, igs_geometric_e
 std::unique_ptr<Surface> make_ruled_surface(igs_directory_entry* entity, Build& build) {
   auto* e = lumo_cast<igs_ruled_surface_entity>(entity);
   if (!e) return build.wrong_class(entity, "surface");
+  bool by_length = e->form() != 1;
+  // A point by arc length costs a few Newton steps, each a quadrature of the curve's speed.
+  Build::Repeat repeat(build, by_length ? 30 : 1);
   std::unique_ptr<Curve> c1 = child_curve(e->de1(), build, "first curve");
   if (!c1) return nullptr;
   std::unique_ptr<Curve> c2 = child_curve(e->de2(), build, "second curve");
   if (!c2) return nullptr;
   if (!usable_range(*c1).bounded() || !usable_range(*c2).bounded())
     return build.fail("curve range not finite");
-  bool by_length = e->form() != 1;
   return std::make_unique<RuledSurface>(entity, Rail(std::move(c1), by_length, false),
                                         Rail(std::move(c2), by_length, e->dirflg() == 1));
 }
@@ -348,6 +408,7 @@ std::unique_ptr<Surface> make_surface_of_revolution(igs_directory_entry* entity,
   if (!std::isfinite(sa) || !std::isfinite(ta)) return build.fail("angle not finite");
   if (ta <= sa) ta += 2 * pi * std::ceil((sa - ta) / (2 * pi));
   if (ta <= sa) ta += 2 * pi;
+  if (!std::isfinite(ta)) return build.fail("angle not finite");
   return std::make_unique<RevolvedSurface>(entity, std::move(c), a, d / length, Interval{sa, ta});
 }
 
@@ -368,6 +429,7 @@ std::unique_ptr<Surface> make_offset_surface(igs_directory_entry* entity, Build&
   auto* e = lumo_cast<igs_offset_surface_entity>(entity);
   if (!e) return build.wrong_class(entity, "surface");
   if (!std::isfinite(e->d())) return build.fail("offset distance not finite");
+  Build::Repeat repeat(build, 9);
   std::unique_ptr<Surface> s = child_surface(e->de(), build, "surface");
   if (!s) return nullptr;
   return std::make_unique<OffsetSurface>(entity, std::move(s), e->d());
@@ -376,13 +438,33 @@ std::unique_ptr<Surface> make_offset_surface(igs_directory_entry* entity, Build&
 std::unique_ptr<Surface> make_bounded_surface(igs_directory_entry* entity, Build& build) {
   auto* e = lumo_cast<igs_bounded_surface_entity>(entity);
   if (!e) return build.wrong_class(entity, "surface");
-  return restricted(entity, e->sptr(), build);
+  Boundary boundary;
+  ListOfigs_boundary_entity* boundaries = e->bdpt();
+  for (unsigned i = 0; i < boundaries->size(); ++i) {
+    igs_boundary_entity* b = (*boundaries)[i];
+    ListOfigs_curve_boundary* curves = b ? b->curves() : nullptr;
+    for (unsigned j = 0; curves && j < curves->size(); ++j) {
+      igs_curve_boundary* c = (*curves)[j];
+      if (!c) continue;
+      if (c->crvpt()) boundary.model_space.push_back(c->crvpt());
+      ListOfigs_geometric_entity* uv = c->pscpt();
+      for (unsigned k = 0;
+           b->ctype() == igs_boundedSurface_parameter_space_curves && uv && k < uv->size(); ++k)
+        if ((*uv)[k]) boundary.parameter_space.push_back((*uv)[k]);
+    }
+  }
+  return restricted(entity, e->sptr(), boundary, build);
 }
 
 std::unique_ptr<Surface> make_trimmed_surface(igs_directory_entry* entity, Build& build) {
   auto* e = lumo_cast<igs_trimmed_parametric_surface_entity>(entity);
   if (!e) return build.wrong_class(entity, "surface");
-  return restricted(entity, e->pts(), build);
+  Boundary boundary;
+  if (igs_curve_on_a_parametric_surface_entity* outer = e->pto()) {
+    if (outer->bptr()) boundary.parameter_space.push_back(outer->bptr());
+    if (outer->cptr()) boundary.model_space.push_back(outer->cptr());
+  }
+  return restricted(entity, e->pts(), boundary, build);
 }
 
 }  // namespace igeslib::detail

@@ -23,5 +23,8 @@
 // Geometry: curves and surfaces evaluated, placed in model space, sampled and bounded.
 #include "igeslib_geometry.h"
 
+// The checker: every fault of a file named with a stable code.
+#include "igeslib_check.h"
+
 // The version of the library that the program runs with, e.g. "0.1.0".
 const char* igeslib_version();

@@ -7,6 +7,7 @@
 
 #include "igeslib.h"
 #include "igeslib_binding_internal.h"
+#include "igeslib_io.h"
 
 igs_directory_entry* igeslib_resolve_de(int n) {
   LumoDesign* design = LUMO.design();
@@ -18,46 +19,82 @@ igs_directory_entry* igeslib_resolve_de(int n) {
   return (*list)[index];
 }
 
+namespace {
+
+// A note for checkers on a field of the directory record being read, when notes are kept.
+void note_field(IgeslibNoteKind kind, const char* name, LumoTypePtr& type, int value,
+                int sign = 1) {
+  IgeslibIO* io = igeslib_filer();
+  if (io && io->notes) io->add_note(kind, IgeslibField{name, &type, {-1, -1}}, value, sign);
+}
+
+bool odd(int n) { return (n & 1) != 0; }
+
+}  // namespace
+
+igs_directory_entry* igeslib_de_reference(int n, bool negated, LumoTypePtr& type,
+                                          const char* name) {
+  igs_directory_entry* entity = (n < 0) == negated ? igeslib_resolve_de(n) : nullptr;
+  bool held = entity && lumo_cast(entity, type);
+  if (!held || !odd(n)) note_field(IgeslibNoteKind::pointer, name, type, n, negated ? -1 : 1);
+  return held ? entity : nullptr;
+}
+
+void igeslib_de_note_code(int code, LumoTypePtr& type, const char* name) {
+  note_field(IgeslibNoteKind::code, name, type, code, 0);
+}
+
 igs_lineFont* igeslib_de_read_line_font(int field) {
   auto* font = new (LUMO.design()) igs_lineFont;
-  if (field < 0)
-    font->_line_font_definition_entity(
-        lumo_cast<igs_line_font_definition_entity>(igeslib_resolve_de(field)));
-  else
-    font->_line_pattern(field);  // an unknown pattern leaves the select without a choice
+  if (field < 0) {
+    font->_line_font_definition_entity(lumo_cast<igs_line_font_definition_entity>(
+        igeslib_de_reference(field, true, lumotype_igs_line_font_definition_entity, "line_font")));
+  } else if (!font->_line_pattern(field)) {  // an unknown pattern leaves no choice
+    note_field(IgeslibNoteKind::code, "line_font", lumotype_igs_lineFont, field);
+  }
   return font;
 }
 
 igs_entity_level* igeslib_de_read_level(int field) {
   auto* level = new (LUMO.design()) igs_entity_level;
   if (field < 0)
-    level->_definition_levels_entity(
-        lumo_cast<igs_definition_levels_entity>(igeslib_resolve_de(field)));
+    level->_definition_levels_entity(lumo_cast<igs_definition_levels_entity>(
+        igeslib_de_reference(field, true, lumotype_igs_definition_levels_entity, "level")));
   else
     level->_int_val(field);
   return level;
 }
 
 igs_entity_view* igeslib_de_read_view(int field) {
+  if (field < 0) {
+    note_field(IgeslibNoteKind::pointer, "view", lumotype_igs_entity_view, field);
+    return nullptr;
+  }
   auto* view = new (LUMO.design()) igs_entity_view;
   igs_directory_entry* target = igeslib_resolve_de(field);
-  // A segmented views visible entity is not taken: the select then has no choice.
+  // A segmented views visible entity is not taken: the select then has no choice. The file
+  // may name one there all the same.
   if (auto* v = lumo_cast<igs_view_entity>(target))
     view->_view_entity(v);
   else if (auto* visible = lumo_cast<igs_views_visible_entity>(target))
     view->_views_visible_entity(visible);
   else if (auto* coloured = lumo_cast<igs_views_visible_color_entity>(target))
     view->_views_visible_color_entity(coloured);
+  else if (!lumo_cast<igs_segmented_views_visible_entity>(target))
+    note_field(IgeslibNoteKind::pointer, "view", lumotype_igs_entity_view, field);
+  if (!odd(field) && target)
+    note_field(IgeslibNoteKind::pointer, "view", lumotype_igs_entity_view, field);
   return view;
 }
 
 igs_entity_color* igeslib_de_read_color(int field) {
   auto* color = new (LUMO.design()) igs_entity_color;
-  if (field < 0)
-    color->_color_definition_entity(
-        lumo_cast<igs_color_definition_entity>(igeslib_resolve_de(field)));
-  else
-    color->_color_number(field);
+  if (field < 0) {
+    color->_color_definition_entity(lumo_cast<igs_color_definition_entity>(
+        igeslib_de_reference(field, true, lumotype_igs_color_definition_entity, "color")));
+  } else if (!color->_color_number(field)) {
+    note_field(IgeslibNoteKind::code, "color", lumotype_igs_entity_color, field);
+  }
   return color;
 }
 

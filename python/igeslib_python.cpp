@@ -480,6 +480,55 @@ py::object entity_at(const StatePtr& state, py::ssize_t i) {
   return wrap(state, entities[static_cast<std::size_t>(i)]);
 }
 
+// --- the checker: igeslib.check(model) and igeslib.check_codes() ------------------------------
+
+py::handle finding_type;
+
+// The findings of a model at level and above, of the given codes only when any are given (one
+// code or a sequence of them).
+py::list check_model(const StatePtr& state, const std::string& level, py::object codes) {
+  igeslib::CheckOptions options;
+  if (!igeslib::parse_severity(level, &options.level))
+    throw py::value_error("no severity '" + level + "': info, warning or error");
+  if (py::isinstance<py::str>(codes)) codes = py::make_tuple(codes);
+  if (!codes.is_none()) {
+    for (py::handle item : codes) {
+      std::string code = py::str(item);
+      if (!igeslib::find_check_code(code)) throw py::value_error("no check code '" + code + "'");
+      options.codes.push_back(code);
+    }
+  }
+  py::list out;
+  for (const igeslib::Finding& f : igeslib::check(state->model, options)) {
+    py::object field = f.field.empty() ? py::object(py::none()) : py::object(py::str(f.field));
+    out.append(finding_type(igeslib::severity_name(f.severity), f.code, f.de, field,
+                            text_value(f.message.c_str()), f.line));
+  }
+  return out;
+}
+
+void bind_check(py::module_& m) {
+  py::object collections = py::module_::import("collections");
+  finding_type =
+      collections.attr("namedtuple")("Finding", "severity code de field message line").release();
+  finding_type.attr("__module__") = "igeslib";
+  m.attr("Finding") = finding_type;
+  m.def("check", &check_model, py::arg("model"), py::arg("level") = "info",
+        py::arg("codes") = py::none(),
+        "The faults of a model, in file order: Finding(severity, code, de, field, message, "
+        "line) tuples, at level ('info', 'warning' or 'error') and above, of the given codes "
+        "only when any are given.");
+  m.def(
+      "check_codes",
+      [] {
+        py::list rows;
+        for (const igeslib::CheckCode& c : igeslib::check_codes())
+          rows.append(py::make_tuple(c.code, igeslib::severity_name(c.severity), c.meaning));
+        return rows;
+      },
+      "Every code of the checker: (code, severity, meaning) rows.");
+}
+
 }  // namespace
 
 PYBIND11_MODULE(igeslib, m) {
@@ -682,6 +731,7 @@ PYBIND11_MODULE(igeslib, m) {
       },
       "The entity-type registry: (type, form or None for every other form, class name) rows.");
   bind_geometry(m);
+  bind_check(m);
 #ifdef IGESLIB_PYTHON_MESH
   bind_mesh(m);
 #endif

@@ -256,25 +256,6 @@ class Walker {
 
 // --- writing -------------------------------------------------------------------------------
 
-// Text as a JSON string. A byte past ASCII is taken as a character of Latin-1 (the
-// standard's strings are ASCII; what else a file holds is kept byte for byte that way).
-void json_string(std::string& out, const std::string& text) {
-  out += '"';
-  for (unsigned char c : text) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += static_cast<char>(c);
-    } else if (c >= 0x20 && c < 0x7f) {
-      out += static_cast<char>(c);
-    } else {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
-      out += escaped;
-    }
-  }
-  out += '"';
-}
-
 void json_real(std::string& out, double value, bool single) {
   std::string text = single ? real_text(static_cast<float>(value)) : real_text(value);
   if (std::isfinite(value))

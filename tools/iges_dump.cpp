@@ -1,7 +1,5 @@
 // iges-dump FILE: every entity of an IGES file with its directory fields and every attribute
 // by name, walked through the run-time dictionary; as text for a person or as JSON.
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -53,16 +51,6 @@ bool parse_type(const char* text, igeslib_tools::DumpOptions& options) {
          whole_number(type.c_str() + comma + 1, &options.form);
 }
 
-// The value of an option given as "--name value" or "--name=value"; null when it has none.
-const char* option_value(const char* name, int argc, char** argv, int& i) {
-  std::size_t length = std::strlen(name);
-  const char* arg = argv[i];
-  if (std::strncmp(arg, name, length) != 0) return nullptr;
-  if (arg[length] == '=') return arg + length + 1;
-  if (arg[length] == '\0' && i + 1 < argc) return argv[++i];
-  return nullptr;
-}
-
 int usage() {
   std::fputs(kUsageText, stderr);
   return igeslib_tools::kUsage;
@@ -102,14 +90,10 @@ int main(int argc, char** argv) {
   Session session("iges-dump");
   // The dump is standard output, so what the reader prints there (its warnings on the
   // version of the file) goes to standard error for the length of the read.
-  std::fflush(stdout);
-  int saved_stdout = dup(STDOUT_FILENO);
-  if (saved_stdout >= 0) dup2(STDERR_FILENO, STDOUT_FILENO);
-  int status = session.read(path, strict_end);
-  std::fflush(stdout);
-  if (saved_stdout >= 0) {
-    dup2(saved_stdout, STDOUT_FILENO);
-    close(saved_stdout);
+  int status;
+  {
+    StdoutToStderr redirect;
+    status = session.read(path, strict_end);
   }
   if (status == kUsage) return status;
   // The dictionary walked is that of the embedded schemas.

@@ -34,7 +34,63 @@ void pass_report(const char* text, int, void*) {
   std::fputs(text, stderr);
 }
 
+void show_progress_sink() {
+  if (isatty(fileno(stderr))) {
+    LUMO.message_sink(show_progress, nullptr);
+  } else {
+    // A file can give millions of reports: written in blocks, not a few bytes at a time.
+    std::setvbuf(stderr, nullptr, _IOFBF, 1 << 16);
+    LUMO.message_sink([](const char*, void*) {}, nullptr);
+  }
+}
+
 }  // namespace
+
+const char* option_value(const char* name, int argc, char** argv, int& i) {
+  std::size_t length = std::strlen(name);
+  const char* arg = argv[i];
+  if (std::strncmp(arg, name, length) != 0) return nullptr;
+  if (arg[length] == '=') return arg + length + 1;
+  if (arg[length] == '\0' && i + 1 < argc) return argv[++i];
+  return nullptr;
+}
+
+void json_string(std::string& out, std::string_view text) {
+  out += '"';
+  for (unsigned char c : text) {
+    if (c == '"' || c == '\\') {
+      out += '\\';
+      out += static_cast<char>(c);
+    } else if (c >= 0x20 && c < 0x7f) {
+      out += static_cast<char>(c);
+    } else {
+      char escaped[8];
+      std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+      out += escaped;
+    }
+  }
+  out += '"';
+}
+
+StdoutToStderr::StdoutToStderr() {
+  std::fflush(stdout);
+  saved_ = dup(STDOUT_FILENO);
+  if (saved_ >= 0) dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
+StdoutToStderr::~StdoutToStderr() {
+  std::fflush(stdout);
+  if (saved_ < 0) return;
+  dup2(saved_, STDOUT_FILENO);
+  close(saved_);
+}
+
+Progress::Progress() { show_progress_sink(); }
+
+Progress::~Progress() {
+  end_progress();
+  LUMO.message_sink(nullptr, nullptr);
+}
 
 // Columns 1-8 of the first record hold the type, columns 33-40 of the second the form.
 std::pair<int, int> type_and_form(igs_directory_entry* entity) {
@@ -51,13 +107,7 @@ std::pair<int, int> type_and_form(igs_directory_entry* entity) {
 
 Session::Session(const char* program) : program_(program) {
   igeslib_force_load();
-  if (isatty(fileno(stderr))) {
-    LUMO.message_sink(show_progress, nullptr);
-  } else {
-    // A file can give millions of reports: written in blocks, not a few bytes at a time.
-    std::setvbuf(stderr, nullptr, _IOFBF, 1 << 16);
-    LUMO.message_sink([](const char*, void*) {}, nullptr);
-  }
+  show_progress_sink();
   LUMO.error_reporter()->use_callback(pass_report, nullptr);
   design_ = LUMO.newDesign(program);
   LUMO.useDesign(design_);

@@ -3,6 +3,8 @@
 // terminal (and dropped when it is not).
 #pragma once
 
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include <igeslib.h>
@@ -18,6 +20,37 @@ constexpr int kDamagedEnd = 3;  // read to its end, but its last record was dama
 // Type and form of an entity. One that the reader could not place keeps its directory
 // records as text, and its type and form are read from them.
 std::pair<int, int> type_and_form(igs_directory_entry* entity);
+
+// The value of an option given as "--name value" or "--name=value" at argv[i] (i moves past a
+// value given apart); null when it has none.
+const char* option_value(const char* name, int argc, char** argv, int& i);
+
+// Text as a JSON string. A byte past ASCII is taken as a character of Latin-1 (the
+// standard's strings are ASCII; what else a file holds is kept byte for byte that way).
+void json_string(std::string& out, std::string_view text);
+
+// While it lives, what is written to standard output goes to standard error: the reader's
+// warnings on the version of a file, around a read whose results go to standard output.
+class StdoutToStderr {
+ public:
+  StdoutToStderr();
+  ~StdoutToStderr();
+  StdoutToStderr(const StdoutToStderr&) = delete;
+  StdoutToStderr& operator=(const StdoutToStderr&) = delete;
+
+ private:
+  int saved_ = -1;
+};
+
+// While it lives, the reader's progress shows on one line of standard error when that is a
+// terminal, and is dropped when it is not.
+class Progress {
+ public:
+  Progress();
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+};
 
 class Session {
  public:

@@ -11,9 +11,10 @@ void write_select(IgeslibIO* io, S* select) {
 }
 
 // A boundary or island of a sectioned area; 0 names the first entity.
-igs_definition_curve* definition_curve(IgeslibIO* io) {
+igs_definition_curve* definition_curve(IgeslibIO* io, const IgeslibField& field) {
   auto* curve = new (LUMO.design()) igs_definition_curve;
-  auto* geometry = lumo_cast<igs_geometric_entity>(igeslib_file_entity(io->read_int()));
+  int n = io->read_int();
+  auto* geometry = lumo_cast<igs_geometric_entity>(igeslib_file_entity(n));
   switch (geometry ? geometry->entity_type() : 0) {
     case 100:
       curve->_circular_arc_entity(lumo_cast<igs_circular_arc_entity>(geometry));
@@ -38,6 +39,7 @@ igs_definition_curve* definition_curve(IgeslibIO* io) {
     default:
       break;
   }
+  igeslib_note_pointer(io, n, curve->entity(), field);
   return curve;
 }
 
@@ -47,12 +49,14 @@ igs_definition_curve* definition_curve(IgeslibIO* io) {
 void igs_ordinate_dimension_entity_with_witness_or_leader_entity::pdread_dewit(IgeslibIO* io) {
   auto* select = new (LUMO.design()) igs_witness_or_leader;
   dewit(select);
-  auto* named = lumo_cast<igs_annotation_entity>(igeslib_file_entity(io->read_int()));
+  int n = io->read_int();
+  auto* named = lumo_cast<igs_annotation_entity>(igeslib_file_entity(n));
   int type = named ? named->entity_type() : 0;
   if (type == 106)
     select->_witness_line_entity(lumo_cast<igs_witness_line_entity>(named));
   else if (type == 214)
     select->_leader_arrow_entity(lumo_cast<igs_leader_arrow_entity>(named));
+  igeslib_note_pointer(io, n, select->entity(), {"dewit", &lumotype_igs_witness_or_leader});
 }
 
 void igs_ordinate_dimension_entity_with_witness_or_leader_entity::pdwrite_dewit(IgeslibIO* io) {
@@ -74,11 +78,14 @@ void igs_point_dimension_entity::pdread_degeom(IgeslibIO* io) {
   else if (type == 106)
     select->_simple_closed_planar_curve_entity(
         lumo_cast<igs_simple_closed_planar_curve_entity>(geometry));
+  igeslib_note_pointer(io, n, select->entity(), {"degeom", &lumotype_igs_geometry_ptr});
 }
 
 void igs_point_dimension_entity::pdwrite_degeom(IgeslibIO* io) { write_select(io, degeom()); }
 
-void igs_sectioned_area_entity::pdread_bndp(IgeslibIO* io) { bndp(definition_curve(io)); }
+void igs_sectioned_area_entity::pdread_bndp(IgeslibIO* io) {
+  bndp(definition_curve(io, {"bndp", &lumotype_igs_definition_curve}));
+}
 
 void igs_sectioned_area_entity::pdwrite_bndp(IgeslibIO* io) { write_select(io, bndp()); }
 
@@ -88,7 +95,8 @@ void igs_sectioned_area_entity::pdread_islpt(IgeslibIO* io) {
   int n = io->count(io->read_int());
   auto* islands = igeslib_new_list<ListOfigs_definition_curve>(n);
   if (islands) islpt(islands);
-  for (int i = 0; i < n; ++i) islands->add(definition_curve(io));
+  for (int i = 0; i < n; ++i)
+    islands->add(definition_curve(io, {"islpt[]", &lumotype_igs_definition_curve, {i, -1}}));
 }
 
 void igs_sectioned_area_entity::pdwrite_islpt(IgeslibIO* io) {

@@ -12,13 +12,21 @@ void igs_loop_entity::pdread() {
   if (uses) edge_tuples(uses);
   for (int i = 0; i < n; ++i) {
     auto* use = new (LUMO.design()) igs_edge_use;
-    use->typ(io->read_int());
+    igeslib_read_code(io, [&](int code) { return use->typ(code); },
+                      {"edge_tuples[].typ", &lumotype_igs_edge_type, {i, -1}});
     auto* list = new (LUMO.design()) igs_vertex_or_edge;
-    igs_directory_entry* named = igeslib_file_entity(io->read_int());
+    int p = io->read_int();
+    igs_directory_entry* named = igeslib_file_entity(p);
     if (use->typ() == igs_edge_type_edge)
       list->_edge_list_entity(lumo_cast<igs_edge_list_entity>(named));
     else
       list->_vertex_list_entity(lumo_cast<igs_vertex_list_entity>(named));
+    // The list is named by the type before it: a list of the other kind is a fault.
+    igeslib_note_pointer(io, p, list->entity(),
+                         {"edge_tuples[].edge",
+                          use->typ() == igs_edge_type_edge ? &lumotype_igs_edge_list_entity
+                                                           : &lumotype_igs_vertex_list_entity,
+                          {i, -1}});
     use->edge(list);
     use->ndx(io->read_int() - 1);
     use->orf(io->read_logical());
@@ -28,7 +36,8 @@ void igs_loop_entity::pdread() {
       for (int j = 0; j < k; ++j) {
         auto* curve = new (LUMO.design()) igs_space_curve;
         curve->isop(io->read_logical());
-        curve->curv(igeslib_read_select<igs_model_space_curve>(io, false));
+        curve->curv(igeslib_read_select<igs_model_space_curve>(
+            io, false, {"edge_tuples[].curves[].curv", &lumotype_igs_model_space_curve, {i, j}}));
         curves->add(curve);
       }
     }

@@ -11,9 +11,14 @@ igs_constructive_solid_geometry_entity* negated(int v) {
   return lumo_cast<igs_constructive_solid_geometry_entity>(igeslib_file_entity(2 * place + 1));
 }
 
-igs_boolean_ops* operand(int v) {
+igs_boolean_ops* operand(IgeslibIO* io, int v, int i) {
   auto* op = new (LUMO.design()) igs_boolean_ops;
-  op->_constructive_solid_geometry_entity(negated(v));
+  igs_constructive_solid_geometry_entity* named = negated(v);
+  op->_constructive_solid_geometry_entity(named);
+  // An operand is a negated pointer: a positive one or an even one is a fault of the file.
+  if ((!named || v >= 0 || (v & 1) == 0) && io->notes && !io->record_failed)
+    io->note(IgeslibNoteKind::pointer,
+             {"operands[]", &lumotype_igs_constructive_solid_geometry_entity, {i, -1}}, v, -1);
   return op;
 }
 
@@ -33,12 +38,12 @@ void igs_boolean_tree_entity::pdread() {
   int n = io->count(io->read_int());
   auto* list = new (LUMO.design()) ListOfigs_boolean_ops(igeslib_reserve(n < 2 ? 2 : n));
   operands(list);
-  list->add(operand(io->read_int()));
-  list->add(operand(io->read_int()));
+  list->add(operand(io, io->read_int(), 0));
+  list->add(operand(io, io->read_int(), 1));
   for (int i = 2; i < n; ++i) {
     int v = io->read_int();
     if (v < 0) {
-      list->add(operand(v));
+      list->add(operand(io, v, i));
     } else {
       auto* code = new (LUMO.design()) igs_boolean_ops;
       code->_boolean_op_code(v);
@@ -74,11 +79,13 @@ void igs_solid_assembly_entity::pdread() {
       new (LUMO.design()) ListOfigs_constructive_solid_geometry_entity(igeslib_reserve(n));
   ptr(members);
   for (int i = 0; i < n; ++i)
-    members->add(igeslib_read_list_pointer<igs_constructive_solid_geometry_entity>(io));
+    members->add(igeslib_read_list_pointer<igs_constructive_solid_geometry_entity>(
+        io, {"ptr[]", &lumotype_igs_constructive_solid_geometry_entity, {i, -1}}));
   auto* matrices = new (LUMO.design()) ArrayOfigs_transformation_matrix_entity(igeslib_reserve(n));
   ptrm(matrices);
   for (int i = 0; i < n; ++i)
-    matrices->put(igeslib_read_pointer<igs_transformation_matrix_entity>(io),
+    matrices->put(igeslib_read_pointer<igs_transformation_matrix_entity>(
+                      io, {"ptrm[]", &lumotype_igs_transformation_matrix_entity, {i, -1}}),
                   static_cast<unsigned>(i));
 }
 

@@ -2,7 +2,8 @@
 #include "../igeslib_parameters.h"
 
 void igs_plane_surface_entity::pdread_denrml(IgeslibIO* io) {
-  denrml(igeslib_read_pointer<igs_direction_entity>(io));
+  denrml(
+      igeslib_read_pointer<igs_direction_entity>(io, {"denrml", &lumotype_igs_direction_entity}));
 }
 
 // The normal is written by the test of the location: a plane surface without a location writes

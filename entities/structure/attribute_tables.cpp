@@ -14,7 +14,9 @@ void read_values(IgeslibIO* io, ListOfigs_datum* values, igs_attribute_definitio
     auto* value = new (LUMO.design()) igs_datum;
     igeslib_read_coded_value(io, value, type);
     values->add(value);
-    if (templates) templates->add(igeslib_read_list_pointer<igs_text_display_template_entity>(io));
+    if (templates)
+      templates->add(igeslib_read_list_pointer<igs_text_display_template_entity>(
+          io, {"attribute_list[].avp[]", &lumotype_igs_text_display_template_entity, {-1, i}}));
   }
 }
 

@@ -7,7 +7,8 @@ namespace {
 // 0 or an empty parameter is font 1; a negative number names a definition.
 igs_font_code* read_template_font(IgeslibIO* io) {
   return igeslib_read_negative_select<igs_font_code>(
-      io, [](igs_font_code* font, int n) { font->_int_val(n == 0 ? 1 : n); });
+      io, [](igs_font_code* font, int n) { font->_int_val(n == 0 ? 1 : n); },
+      {"fc", &lumotype_igs_font_code});
 }
 
 // A definition is written as its DE number with no sign (so it reads back as a font code);

@@ -6,7 +6,8 @@
 void igs_nodal_results_entity::pdread() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
-  gnote(igeslib_read_pointer<igs_general_note_entity>(io));
+  gnote(igeslib_read_pointer<igs_general_note_entity>(
+      io, {"gnote", &lumotype_igs_general_note_entity}));
   scn(io->read_int());
   time(io->read_real());
   nv(io->read_int());
@@ -17,7 +18,8 @@ void igs_nodal_results_entity::pdread() {
   for (int i = 0; i < n; ++i) {
     auto* result = new (LUMO.design()) igs_analysis_result;
     io->read_int();
-    result->np(igeslib_read_pointer<igs_node_entity>(io));
+    result->np(igeslib_read_pointer<igs_node_entity>(
+        io, {"results[].np", &lumotype_igs_node_entity, {i, -1}}));
     result->v(igeslib_read_real_array(io, values));
     list->add(result);
   }
@@ -52,7 +54,8 @@ void igs_nodal_displacement_and_rotation_entity::pdread_node_cases(IgeslibIO* io
   for (int i = 0; i < n; ++i) {
     auto* node = new (LUMO.design()) igs_node_case;
     io->read_int();
-    node->np(igeslib_read_pointer<igs_node_entity>(io));
+    node->np(igeslib_read_pointer<igs_node_entity>(
+        io, {"node_cases[].np", &lumotype_igs_node_entity, {i, -1}}));
     auto* translation = new (LUMO.design()) ListOfigs_coordinate(igeslib_reserve(cases));
     auto* rotation = new (LUMO.design()) ListOfigs_coordinate(igeslib_reserve(cases));
     node->translation(translation);

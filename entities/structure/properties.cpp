@@ -23,7 +23,8 @@ bool igeslib_read_coded_value(IgeslibIO* io, igs_datum* datum, int code) {
       datum->_str_val(io->read_string());
       return true;
     case 4:
-      datum->_directory_entry(igeslib_read_list_pointer<igs_directory_entry>(io));
+      datum->_directory_entry(igeslib_read_list_pointer<igs_directory_entry>(
+          io, {"value", &lumotype_igs_directory_entry}));
       return true;
     case 6:
       datum->_bool_val(io->read_logical());

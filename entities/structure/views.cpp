@@ -6,13 +6,16 @@
 namespace {
 
 template <class S>
-S* read_select(IgeslibIO* io) {
-  return igeslib_read_negative_select<S>(io, [](S* select, int n) {
-    if constexpr (std::is_same_v<S, igs_entity_color>)
-      select->_color_number(n);
-    else
-      select->_line_pattern(n);
-  });
+S* read_select(IgeslibIO* io, const IgeslibField& field) {
+  return igeslib_read_negative_select<S>(
+      io,
+      [](S* select, int n) -> bool {
+        if constexpr (std::is_same_v<S, igs_entity_color>)
+          return select->_color_number(n);
+        else
+          return select->_line_pattern(n);
+      },
+      field);
 }
 
 int unsigned_color(igs_entity_color* color) {
@@ -39,16 +42,21 @@ void igs_views_visible_color_entity::pdread() {
   if (list) blocks(list);
   for (int i = 0; i < n; ++i) {
     auto* block = new (LUMO.design()) igs_view_parameters;
-    block->dev(igeslib_read_pointer<igs_view_entity>(io));
+    block->dev(igeslib_read_pointer<igs_view_entity>(
+        io, {"blocks[].dev", &lumotype_igs_view_entity, {i, -1}}));
     block->lf(io->read_int());
-    block->def(igeslib_read_pointer<igs_line_font_definition_entity>(io));
-    block->cn(read_select<igs_entity_color>(io));
+    block->def(igeslib_read_pointer<igs_line_font_definition_entity>(
+        io, {"blocks[].def", &lumotype_igs_line_font_definition_entity, {i, -1}}));
+    block->cn(
+        read_select<igs_entity_color>(io, {"blocks[].cn", &lumotype_igs_entity_color, {i, -1}}));
     block->lw(io->read_int());
     list->add(block);
   }
   auto* entities = igeslib_new_list<ListOfigs_directory_entry>(m);
   if (entities) de(entities);
-  for (int i = 0; i < m; ++i) entities->add(igeslib_read_list_pointer<igs_directory_entry>(io));
+  for (int i = 0; i < m; ++i)
+    entities->add(igeslib_read_list_pointer<igs_directory_entry>(
+        io, {"de[]", &lumotype_igs_directory_entry, {i, -1}}));
 }
 
 void igs_views_visible_color_entity::pdwrite() {
@@ -80,11 +88,13 @@ void igs_segmented_views_visible_entity::pdread() {
   if (list) blocks(list);
   for (int i = 0; i < n; ++i) {
     auto* block = new (LUMO.design()) igs_view_segment_block;
-    block->pt(igeslib_read_list_pointer<igs_view_entity>(io));
+    block->pt(igeslib_read_list_pointer<igs_view_entity>(
+        io, {"blocks[].pt", &lumotype_igs_view_entity, {i, -1}}));
     block->p(io->read_real());
     block->df(io->read_int());
-    block->c(read_select<igs_entity_color>(io));
-    block->l(read_select<igs_lineFont>(io));
+    block->c(
+        read_select<igs_entity_color>(io, {"blocks[].c", &lumotype_igs_entity_color, {i, -1}}));
+    block->l(read_select<igs_lineFont>(io, {"blocks[].l", &lumotype_igs_lineFont, {i, -1}}));
     block->w(io->read_int());
     list->add(block);
   }

@@ -487,22 +487,26 @@ def define_codec(model, w, e, held):
     f("void %s::de_read_record_one(int* const fields) {", c)
     f("  pd_pointer = fields[1];")
     if "structure" in stored:
-        f("  if (fields[2] < 0)")
-        f("    structure(lumo_cast<%s>(igeslib_resolve_de(fields[2])));", held["structure"].type)
+        f("  if (fields[2] != 0)")
+        f("    structure(lumo_cast<%s>(igeslib_de_reference(fields[2], true, lumotype_%s, \"structure\")));",
+          held["structure"].type, held["structure"].type)
     if "line_font" in stored:
         f("  line_font(igeslib_de_read_line_font(fields[3]));")
     if "level" in stored:
         f("  level(igeslib_de_read_level(fields[4]));")
     if "view" in stored:
-        f("  if (fields[5] > 0) view(igeslib_de_read_view(fields[5]));")
+        f("  if (fields[5] != 0) view(igeslib_de_read_view(fields[5]));")
     for attribute, k in (("transformation", 6), ("label_display", 7)):
         if attribute in stored:
-            f("  if (fields[%d] > 0)", k)
-            f("    %s(lumo_cast<%s>(igeslib_resolve_de(fields[%d])));", attribute,
-              held[attribute].type, k)
+            type_ = held[attribute].type
+            f("  if (fields[%d] != 0)", k)
+            f("    %s(lumo_cast<%s>(igeslib_de_reference(fields[%d], false, lumotype_%s, \"%s\")));",
+              attribute, type_, k, type_, attribute)
     for k, (attribute, place) in enumerate(zip(STATUS_ATTRIBUTES, d["status"])):
         if place == "a":
-            f("  %s_asi(fields[%d]);", attribute, 8 + k)
+            f("  if (!%s_asi(fields[%d]))", attribute, 8 + k)
+            f("    igeslib_de_note_code(fields[%d], lumotype_%s, \"%s\");", 8 + k,
+              held[attribute].type, attribute)
     f("  de_number = fields[12];")
     f("}")
     f("void %s::de_read_record_two(int* const fields, char* label) {", c)
@@ -909,6 +913,14 @@ inline char igeslib_put_code(LumoObject* object, const char* name, int code, uns
 
 // The directory-record codec's shared steps (model/directory_codec.cpp).
 // Fresh selects for one record, made in the current design.
+// The entity that DE pointer field n names, as an instance of type; null when it names none,
+// has the other sign than the field's (negated: pointers are given negated there) or names
+// an entity of another class. Such a value, and an even one, is noted for checkers, under the
+// field's name.
+igs_directory_entry* igeslib_de_reference(int n, bool negated, LumoTypePtr& type,
+                                          const char* name);
+// Notes for checkers a status code of the record that is no value of its enumeration.
+void igeslib_de_note_code(int code, LumoTypePtr& type, const char* name);
 igs_lineFont* igeslib_de_read_line_font(int field);
 igs_entity_level* igeslib_de_read_level(int field);
 igs_entity_view* igeslib_de_read_view(int field);

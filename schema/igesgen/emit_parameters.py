@@ -16,19 +16,32 @@ WRITE_CALL = {"I": "write_int", "R": "write_real", "S": "write_string", "L": "wr
 class Scope:
     """Where the steps of one level act: the entity itself, or the item of a list."""
 
-    def __init__(self, model, attributes, target, depth):
+    def __init__(self, model, attributes, target, depth, path="", items=()):
         self.model = model
         self.attributes = attributes  # name -> Attribute
         self.target = target          # "" for the entity, "item0->" for an item
         self.depth = depth
+        self.path = path              # the field name of the item: "" or "curves[]."
+        self.items = items            # the loop variables of the lists on the way
+        self.constants = {}           # a fixed value -> the derived member that answers it
 
     def attribute(self, name):
         return self.attributes[name]
 
-    def inner(self, element):
+    def inner(self, element, list_name):
         e = self.model.entries[element]
         return Scope(self.model, {a.name: a for a in all_attributes(self.model, e)},
-                     "item%d->" % self.depth, self.depth + 1)
+                     "item%d->" % self.depth, self.depth + 1, "%s%s[]." % (self.path, list_name),
+                     self.items + ("i%d" % self.depth,))
+
+    def field(self, name, type_=None, item=None):
+        """The IgeslibField of a step on attribute name (of an item of list name when item is
+        its loop variable), holding type_."""
+        items = self.items + ((item,) if item else ())
+        text = self.path + name + ("[]" if item else "")
+        described = "&lumotype_%s" % type_ if type_ else "nullptr"
+        places = ", ".join((list(items) + ["-1", "-1"])[:2])
+        return 'IgeslibField{"%s", %s, {%s}}' % (text, described, places)
 
 
 def is_select(model, type_):
@@ -36,18 +49,24 @@ def is_select(model, type_):
     return e is not None and e.kind == "select"
 
 
-def pointer_value(model, kind, type_):
+def pointer_value(model, kind, type_, field):
     """The expression that reads a pointer parameter to an entity or a select of type_."""
     if is_select(model, type_):
-        return "igeslib_read_select<%s>(io, %s)" % (type_, "true" if kind == "P?" else "false")
+        return "igeslib_read_select<%s>(io, %s, %s)" % (
+            type_, "true" if kind == "P?" else "false", field)
     helper = "igeslib_read_pointer" if kind == "P?" else "igeslib_read_list_pointer"
-    return "%s<%s>(io)" % (helper, type_)
+    return "%s<%s>(io, %s)" % (helper, type_, field)
 
 
-def read_value(model, kind, type_):
+def read_value(model, kind, type_, field):
     if kind in ("P?", "P!"):
-        return pointer_value(model, kind, type_)
+        return pointer_value(model, kind, type_, field)
     return READ_VALUE[kind]
+
+
+def is_code(model, kind, type_):
+    """An I step into an enumeration: read through its int-coded setter."""
+    return kind == "I" and step_type(model, type_) == "enum"
 
 
 def write_value(model, kind, type_, value):
@@ -92,21 +111,33 @@ def read_steps(w, scope, steps, indent):
     model = scope.model
     pad = "  " * indent
     t = scope.target
+    computed = []
     for s in steps:
-        if s.kind in READ_VALUE or s.kind in ("P?", "P!"):
+        if s.kind == "I" and is_code(model, s.kind, scope.attribute(s.name).type):
             a = scope.attribute(s.name)
-            w("%s%s%s(%s);", pad, t, a.spelling, read_value(model, s.kind, a.type))
+            w("%sigeslib_read_code(io, [&](int n) { return %s%s(n); }, %s);", pad, t,
+              a.spelling, scope.field(s.name, a.type))
+        elif s.kind in READ_VALUE or s.kind in ("P?", "P!"):
+            a = scope.attribute(s.name)
+            w("%s%s%s(%s);", pad, t, a.spelling,
+              read_value(model, s.kind, a.type, scope.field(s.name, a.type)))
         elif s.kind == "F":
             a = scope.attribute(s.name)
-            w("%s%s%s(igeslib_read_negative_select<%s>(io, [](%s* select, int n) {", pad, t,
-              a.spelling, a.type, a.type)
-            w("%s  select->%s(n);", pad, value_choice(model, a.type))
-            w("%s}));", pad)
+            choice = value_choice(model, a.type)
+            w("%s%s%s(igeslib_read_negative_select<%s>(", pad, t, a.spelling, a.type)
+            w("%s    io, [](%s* select, int n) { return select->%s(n); },", pad, a.type, choice)
+            w("%s    %s));", pad, scope.field(s.name, a.type))
         elif s.kind == "C":
-            w("%sio->read_int();  // %s is computed", pad, s.name)
+            # Compared with what the object computes once the rest of the record is read.
+            w("%sint c_%s = io->read_int();", pad, s.name)
+            computed.append(s.name)
         elif s.kind == "D":
-            w("%sio->%s();  // written as %s", pad, "read_real" if "." in s.value else "read_int",
-              s.value)
+            if "." in s.value:
+                w("%sio->read_real();  // written as %s", pad, s.value)
+            else:
+                w("%sigeslib_note_value(io, IgeslibNoteKind::constant, io->read_int(), %s,",
+                  pad, s.value)
+                w("%s                   %s);", pad, scope.field(scope.constants.get(s.value, "")))
         elif s.kind == "N":
             a = scope.attribute(s.name)
             n, lst = "n_%s" % s.name, "l_%s" % s.name
@@ -122,6 +153,9 @@ def read_steps(w, scope, steps, indent):
             w("%s}", pad)
         elif s.kind == "hand":
             w("%spdread_%s(%s);", pad, s.name, hand_arguments(scope))
+    for name in computed:
+        w("%sigeslib_note_value(io, IgeslibNoteKind::computed, c_%s, %s%s(), %s);", pad, name,
+          t, name, scope.field(name))
 
 
 def read_items(w, scope, s, indent):
@@ -132,14 +166,14 @@ def read_items(w, scope, s, indent):
     n, lst, i = "n_%s" % s.name, "l_%s" % s.name, "i%d" % scope.depth
     w("%sfor (int %s = 0; %s < %s; ++%s) {", pad, i, i, n, i)
     if model.entries.get(element) is not None and model.entries[element].kind == "structure":
-        inner = scope.inner(element)
+        inner = scope.inner(element, s.name)
         item = "item%d" % scope.depth
         w("%s  auto* %s = new (LUMO.design()) %s;", pad, item, element)
         read_steps(w, inner, s.steps, indent + 1)
         value = item
     else:
         item = s.steps[0]
-        value = read_value(model, item.kind, element)
+        value = read_value(model, item.kind, element, scope.field(s.name, element, i))
     if is_array(a.type):
         w("%s  %s->put(%s, static_cast<unsigned>(%s));", pad, lst, value, i)
     else:
@@ -212,7 +246,7 @@ def write_items(w, scope, s, indent):
     if test is not None:
         w("%s  if (!(%s)) continue;", pad, test.replace("item", item))
     if structure:
-        write_steps(w, scope.inner(element), s.steps, indent + 1)
+        write_steps(w, scope.inner(element, s.name), s.steps, indent + 1)
     else:
         w("%s  %s", pad, write_value(model, s.steps[0].kind, element, item))
     w("%s}", pad)
@@ -220,6 +254,8 @@ def write_items(w, scope, s, indent):
 
 def define_parameters(model, w, e):
     scope = Scope(model, {a.name: a for a in all_attributes(model, e)}, "", 0)
+    scope.constants = {argument: name for name, form, argument, _ in e.derived
+                       if form == "constant"}
     for direction, emit in (("pdread", read_steps), ("pdwrite", write_steps)):
         w("void %s::%s() {", e.name, direction)
         w("  IgeslibIO* io = igeslib_filer();")

@@ -106,9 +106,17 @@ class EmitterTest(unittest.TestCase):
         code = self.code(PLAIN.replace("R y", "hand y") + ", hand extra, form=1{R r}")
         reader = code[code.index("void igs_thing::pdread() {"):code.index("void igs_thing::pdwrite() {")]
         writer = code[code.index("void igs_thing::pdwrite() {"):]
-        for line in ["k(io->read_int() - 1);", "select->_n(n);",
+        # A field that the reader may take otherwise than the file says is named for its notes.
+        for line in ["k(io->read_int() - 1);",
+                     "io, [](igs_either* select, int n) { return select->_n(n); },",
+                     'igeslib_read_code(io, [&](int n) { return f(n); }, '
+                     'IgeslibField{"f", &lumotype_igs_flag, {-1, -1}});',
+                     "l_members->add(igeslib_read_list_pointer<igs_geometric_entity>(io, "
+                     'IgeslibField{"members[]", &lumotype_igs_geometric_entity, {i0, -1}}));',
                      "l_reals->put(io->read_real(), static_cast<unsigned>(i0));",
-                     "io->read_real();  // written as 2.", "io->read_int();  // n is computed",
+                     "io->read_real();  // written as 2.", "int c_n = io->read_int();",
+                     "igeslib_note_value(io, IgeslibNoteKind::computed, c_n, n(), "
+                     'IgeslibField{"n", nullptr, {-1, -1}});',
                      "pdread_extra(io);", "pdread_y(io, item0);"]:
             self.assertIn(line, reader)
         for line in ["io->write_int(static_cast<int>(f()));", "io->write_int(k() + 1);",

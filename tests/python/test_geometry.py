@@ -10,6 +10,7 @@ import numpy as np
 import igeslib
 
 SAMPLE = Path("examples/data/sample_part.igs")
+SPHERE = Path("../shared/corpus/gmsh__sphere_Rhino3D_default.igs")
 
 
 def bspline(model, degree, knots, points, weights=None):
@@ -60,6 +61,21 @@ class Geometry(unittest.TestCase):
         self.assertEqual(np.asarray(model.create("rational_bspline_curve_entity").t).shape, (0,))
         radii = np.linalg.norm(c.point(np.linspace(0, 4, 41)), axis=1)
         np.testing.assert_allclose(radii, 1, atol=1e-14)
+
+    @unittest.skipUnless(SPHERE.exists(), "no ../shared/corpus beside the checkout")
+    def test_rational_sphere_points_and_normals(self):
+        model = igeslib.read(SPHERE)
+        (sphere,) = [e for e in model.entities if e.is_surface]
+        (u0, u1), (v0, v1) = sphere.domain
+        u, v = np.meshgrid(np.linspace(u0, u1, 7), np.linspace(v0 + 0.1, v1 - 0.1, 5))
+        p, n = sphere.point(u, v), sphere.normal(u, v)
+        self.assertEqual(p.shape, (5, 7, 3))
+        np.testing.assert_allclose(np.linalg.norm(p, axis=-1), 1, atol=1e-12)
+        np.testing.assert_allclose(np.abs(np.sum(p * n, axis=-1)), 1, atol=1e-9)
+        point, du, dv = sphere.derivatives(1.0, 0.5)
+        np.testing.assert_allclose(np.cross(du, dv) / np.linalg.norm(np.cross(du, dv)),
+                                   sphere.normal(1.0, 0.5), atol=1e-12)
+        np.testing.assert_allclose(model.bounds()[1], [1, 1, 1], atol=1e-9)
 
     def test_errors(self):
         model = igeslib.Model()

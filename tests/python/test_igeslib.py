@@ -226,6 +226,11 @@ class Corpus(unittest.TestCase):
                          [e.class_name for e in m.entities])
         text = output(tools / "iges-dump", path).stdout
         self.assertEqual(text.count("\nEntity "), len(m.entities))
+        check = output(tools / "iges-check", path, "--json")
+        findings = [igeslib.Finding(field=f["field"], **{k: v for k, v in f.items() if k != "field"})
+                    for f in json.loads(check.stdout)["findings"]]
+        self.assertEqual(igeslib.check(m), findings)
+        self.assertEqual(check.returncode, int(any(f.severity == "error" for f in findings)))
         typed = output(BUILD / "python" / "igeslib-typed-read", path)
         self.assertEqual([sample_line(e) for e in m.entities], typed.stdout.splitlines())
         seen = {}

@@ -1,6 +1,7 @@
-"""iges-info, iges-copy, iges-dump and the example programs, run as a user runs them: on the
-sample part and on damaged copies of it (tests/python/test_igeslib.py runs them on every file
-of the shared corpus).
+"""iges-info, iges-copy, iges-dump, iges-view, iges-check and the example programs, run as a
+user runs them: on the sample part and on damaged copies of it (tests/python/test_igeslib.py runs
+iges-info, iges-dump, iges-copy and iges-check on every file of the shared corpus; iges-view
+draws every corpus file here).
 
 Run from the project root after a build: python3 -m unittest tests/tools/test_tools.py
 The programs are taken from the build tree that IGESLIB_BUILD_DIR names (build/default when
@@ -17,8 +18,9 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("IGESLIB_BUILD_DIR", ROOT / "build" / "default"))
-IGES_INFO, IGES_COPY, IGES_DUMP = (BUILD / "tools" / name
-                                   for name in ("iges-info", "iges-copy", "iges-dump"))
+IGES_INFO, IGES_COPY, IGES_DUMP, IGES_VIEW, IGES_CHECK = (
+    BUILD / "tools" / name
+    for name in ("iges-info", "iges-copy", "iges-dump", "iges-view", "iges-check"))
 SAMPLE = ROOT / "examples" / "data" / "sample_part.igs"
 CORPUS = ROOT / ".." / "shared" / "corpus"
 
@@ -238,6 +240,13 @@ class SampleTest(ToolTestCase):
             (IGES_DUMP, [SAMPLE, "--json", "--entity", "x"], 2, ""),
             (IGES_DUMP, [SAMPLE, "--json", "--type", "100,"], 2, ""),
             (IGES_DUMP, [SAMPLE, "--json", "--xml"], 2, ""),
+            (IGES_CHECK, [], 2, "Usage: iges-check FILE"),
+            (IGES_CHECK, [SAMPLE, "--level", "fatal"], 2, "Usage: iges-check FILE"),
+            (IGES_CHECK, [SAMPLE, "--code", "pointer-zero,nope"], 2, "no code 'nope'"),
+            (IGES_CHECK, [missing], 2, f"iges-check: {missing}: No such file or directory"),
+            (IGES_CHECK, [self.dir], 2, ""),
+            (IGES_CHECK, ["--codes"], 0, "pointer-wrong-class      error"),
+            (IGES_CHECK, [SAMPLE], 0, "Findings: 0 errors, 0 warnings, 0 infos"),
         ]
         for program, args, status, text in cases:
             with self.subTest(program=program.name, args=args):
@@ -248,6 +257,29 @@ class SampleTest(ToolTestCase):
                     self.assertEqual(result.stdout, "")
                     self.assertTrue(result.stderr)
                 self.assertFalse(out.exists())
+
+    def test_check_groups_filters_and_exits_by_severity(self):
+        # A line whose P record says it is a point, and a Global unit name that isn't MM.
+        data = with_record(self.sample, b"P", 3, lambda r: b"116" + r[3:])
+        data = with_record(data, b"G", 2, lambda r: r.replace(b"2HMM", b"2HIN"))
+        path = self.file("faults.igs", data)
+        text = run(IGES_CHECK, path)
+        self.assertEqual(text.returncode, 1, text.stderr)
+        self.assertIn("Findings: 1 errors, 1 warnings, 0 infos\n\nread-error (error): 1\n  DE 5 "
+                      "(line 39): parse_pd_section: Entity type in the PD section does not match",
+                      text.stdout)
+        self.assertIn("\nglobal-units (warning): 1\n  file units: unit flag 2 means MM, the unit "
+                      "name is IN\n", text.stdout)
+        document = json.loads(run(IGES_CHECK, path, "--json").stdout)
+        self.assertEqual((document["schema_version"], document["counts"]),
+                         (1, {"error": 1, "warning": 1, "info": 0}))
+        self.assertEqual([f["code"] for f in document["findings"]], ["global-units", "read-error"])
+        for flags, status, codes in [(["--level", "error"], 1, ["read-error"]),
+                                     (["--code=global-units"], 0, ["global-units"])]:
+            with self.subTest(flags=flags):
+                result = run(IGES_CHECK, path, "--json", *flags)
+                self.assertEqual(result.returncode, status)
+                self.assertEqual([f["code"] for f in json.loads(result.stdout)["findings"]], codes)
 
     def test_dump_selections(self):
         cases = [
@@ -278,6 +310,76 @@ class SampleTest(ToolTestCase):
                 self.assertEqual(result.stdout.splitlines()[-1],
                                  f"{committed} -> {copy}: {entities} entities, 0 reports")
                 self.assertEqual(copy.read_bytes(), committed.read_bytes())
+
+class ViewTest(ToolTestCase):
+    """iges-view, built where cairo is found; its pictures are checked by their elements."""
+
+    def setUp(self):
+        super().setUp()
+        if not IGES_VIEW.exists():
+            self.skipTest("iges-view is not built (cairo was not found)")
+
+    def view(self, path, picture, *args, status=0):
+        result = run(IGES_VIEW, path, "-o", picture, *args)
+        self.assertEqual(result.returncode, status, result.stderr[-2000:])
+        return result
+
+    def test_the_sample_is_drawn_in_its_colours(self):
+        svg = self.dir / "sample.svg"
+        result = self.view(SAMPLE, svg)
+        self.assertEqual(result.stderr, "")
+        self.assertIn("Units: MM\nModel size: 100 x 60 x 0 MM\nDrawn: 13\nSkipped: 0\n",
+                      result.stdout)
+        # One path for each curve: the plate's four edges and four fillets in green, its bores
+        # in blue, and in red the two strokes of the cross that shows the point at a bore's
+        # centre (the point has a subfigure as its symbol). The legend's glyphs have no stroke.
+        strokes = re.findall(r"<path [^>]*stroke:(rgb\([^)]*\))", svg.read_text())
+        counts = {colour: strokes.count(colour) for colour in set(strokes)}
+        self.assertEqual(counts, {"rgb(0%,100%,0%)": 8, "rgb(0%,0%,100%)": 2,
+                                  "rgb(100%,0%,0%)": 2})
+        png = self.dir / "sample.png"
+        self.view(SAMPLE, png, "--view", "top", "--size", "320x200")
+        header = png.read_bytes()[:24]
+        self.assertEqual(header[:8], b"\x89PNG\r\n\x1a\n")
+        self.assertEqual((int.from_bytes(header[16:20], "big"), int.from_bytes(header[20:24], "big")),
+                         (320, 200))
+
+    def test_arguments(self):
+        picture = self.dir / "out.svg"
+        cases = [
+            ([SAMPLE], "no picture given"),
+            ([SAMPLE, "-o", self.dir / "out.pdf"], "must end in .svg or .png"),
+            ([SAMPLE, "-o", picture, "--view", "side"], "unknown view side"),
+            ([SAMPLE, "-o", picture, "--size", "10x10"], "size not WxH"),
+            ([SAMPLE, "-o", picture, "--size", "640"], "size not WxH"),
+            ([SAMPLE, SAMPLE, "-o", picture], "one file only"),
+            ([self.dir / "none.igs", "-o", picture], "No such file or directory"),
+            ([SAMPLE, "-o", self.dir / "no" / "out.svg"], "No such file or directory"),
+        ]
+        for args, text in cases:
+            with self.subTest(args=args):
+                result = run(IGES_VIEW, *args)
+                self.assertEqual(result.returncode, 2, result.stderr)
+                self.assertIn(text, result.stderr)
+                self.assertEqual(result.stdout, "")
+                self.assertFalse(picture.exists())
+        self.assertIn("Usage: iges-view FILE", run(IGES_VIEW, "--help").stdout)
+
+    def test_every_corpus_file_is_drawn(self):
+        files = sorted(p for p in CORPUS.glob("*") if p.suffix.lower() in (".igs", ".iges"))
+        if not files:
+            self.skipTest("../shared/corpus is absent")
+        drawn = 0
+        for path in files:
+            with self.subTest(path.name):
+                picture = self.dir / "corpus.svg"
+                result = run(IGES_VIEW, path, "-o", picture)
+                # 3: read whole with a damaged last record, as iges-info says too.
+                self.assertIn(result.returncode, (0, 3), result.stderr[-2000:])
+                self.assertTrue(picture.read_bytes().startswith(b"<?xml"))
+                drawn += int(re.search(r"^Drawn: (\d+)$", result.stdout, re.M)[1])
+        self.assertGreater(drawn, 2000)
+
 
 if __name__ == "__main__":
     unittest.main()
