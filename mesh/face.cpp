@@ -16,6 +16,8 @@ Tolerance curve_tolerance(const FaceSettings& settings) {
   Tolerance t;
   t.chord = settings.chord;
   t.angle = settings.angle;
+  // A face can't have more points on its boundary than it may have in all.
+  t.max_points = std::clamp(settings.max_points, 16, t.max_points);
   return t;
 }
 
@@ -134,21 +136,27 @@ void untangle(std::vector<Uv>& pts, double max_move) {
   double cell = std::max(box.size().x, box.size().y) / std::sqrt(double(n)) + 1e-300;
   double nudge = 1e-6 * max_move;
   for (int pass = 0; pass < 8; ++pass) {
-    // Segments by the cells of a grid that their boxes touch.
+    // Segments by the cells of a grid that their boxes touch. A loop too uneven for the grid
+    // (a few segments that cross most of it) is left as it is: a repair, not a guarantee.
     std::unordered_map<std::uint64_t, std::vector<std::uint32_t>> cells;
-    auto key = [&](double x, double y) {
-      auto ix = static_cast<std::uint64_t>(std::clamp((x - box.min.x) / cell, 0.0, 1e6));
-      auto iy = static_cast<std::uint64_t>(std::clamp((y - box.min.y) / cell, 0.0, 1e6));
-      return ix << 32 | iy;
+    auto index = [&](double x, double lo) {
+      return static_cast<std::uint64_t>(std::clamp((x - lo) / cell, 0.0, 1e6));
     };
+    std::size_t placed = 0;
     for (std::uint32_t i = 0; i < n; ++i) {
       const Uv &a = pts[i], &b = pts[(i + 1) % n];
-      std::uint64_t lo = key(std::min(a.u, b.u), std::min(a.v, b.v));
-      std::uint64_t hi = key(std::max(a.u, b.u), std::max(a.v, b.v));
-      for (std::uint64_t x = lo >> 32; x <= hi >> 32; ++x)
-        for (std::uint64_t y = lo & 0xffffffffu; y <= (hi & 0xffffffffu); ++y)
-          cells[x << 32 | y].push_back(i);
+      std::uint64_t x0 = index(std::min(a.u, b.u), box.min.x),
+                    x1 = index(std::max(a.u, b.u), box.min.x);
+      std::uint64_t y0 = index(std::min(a.v, b.v), box.min.y),
+                    y1 = index(std::max(a.v, b.v), box.min.y);
+      placed += (x1 - x0 + 1) * (y1 - y0 + 1);
+      if (placed > 16 * n) return;
+      for (std::uint64_t x = x0; x <= x1; ++x)
+        for (std::uint64_t y = y0; y <= y1; ++y) cells[x << 32 | y].push_back(i);
     }
+    std::size_t pairs = 0;
+    for (const auto& [k, segments] : cells) pairs += segments.size() * segments.size();
+    if (pairs > 64 * n + 4096) return;
     bool moved = false;
     for (auto& [k, segments] : cells) {
       for (std::size_t x = 0; x < segments.size(); ++x) {

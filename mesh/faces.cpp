@@ -343,7 +343,9 @@ std::vector<Uv> seeds_along(Loop guide, const std::vector<Vec3>& points) {
     }
     double best = infinity;
     Uv best_uv = guide[at].uv;
-    for (std::size_t k = at; k + 1 < m; ++k) {
+    // Both run along the same curve: the match lies a little ahead of the last one.
+    std::size_t window = 8 + 4 * m / n;
+    for (std::size_t k = at; k + 1 < m && k < at + window; ++k) {
       Vec3 a = guide[k].point, b = guide[k + 1].point, ab = b - a;
       double len2 = dot(ab, ab);
       double t = len2 > 0 ? std::clamp(dot(points[i] - a, ab) / len2, 0.0, 1.0) : 0.0;

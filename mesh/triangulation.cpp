@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <deque>
+#include <stdexcept>
 
 #include "mesh_internal.h"
 
@@ -58,6 +59,8 @@ PlaneTriangulation::PlaneTriangulation() : impl_(std::make_unique<Impl>()) {}
 PlaneTriangulation::~PlaneTriangulation() = default;
 
 int PlaneTriangulation::insert(Uv p) {
+  // The exact predicates need finite numbers; the callers pass nothing else.
+  if (!std::isfinite(p.u) || !std::isfinite(p.v)) throw std::invalid_argument("point not finite");
   Cdt::Vertex_handle v = impl_->cdt.insert(Point(p.u, p.v), impl_->near_last());
   impl_->last = v;
   return impl_->number(v);
@@ -99,6 +102,7 @@ void PlaneTriangulation::mark_domain() {
 
 int PlaneTriangulation::insert_inside(Uv p, int hint) {
   Cdt& cdt = impl_->cdt;
+  if (!std::isfinite(p.u) || !std::isfinite(p.v)) return -1;
   Cdt::Locate_type type;
   int li = 0;
   Cdt::Face_handle near = hint >= 0 && hint < static_cast<int>(impl_->vertices.size())
