@@ -30,7 +30,6 @@ class Writer {
   Writer() {
     model_.asset.version = "2.0";
     model_.asset.generator = std::string("igeslib ") + igeslib_version();
-    model_.buffers.emplace_back();
   }
 
   int mesh(const MeshedFace& face, const Rgb& colour, bool double_sided) {
@@ -84,6 +83,8 @@ class Writer {
  private:
   int accessor(const void* data, std::size_t bytes, int target, int component, std::size_t count,
                int type, std::vector<double> lo, std::vector<double> hi) {
+    // One buffer for everything, made with the first data: an empty buffer is not allowed.
+    if (model_.buffers.empty()) model_.buffers.emplace_back();
     std::vector<unsigned char>& buffer = model_.buffers[0].data;
     tinygltf::BufferView view;
     view.buffer = 0;

@@ -23,7 +23,7 @@ struct Mesh {
   double chord = 0;
 };
 
-py::object mesh_model(const StatePtr& self, double tolerance, double angle) {
+py::object mesh_model(const StatePtr& self, double tolerance, double angle, bool blanked) {
   if (!(tolerance >= 0) || !std::isfinite(tolerance))
     throw py::value_error("the tolerance is a distance of 0 or more");
   if (!(angle > 0) || !(angle < 90))
@@ -31,6 +31,7 @@ py::object mesh_model(const StatePtr& self, double tolerance, double angle) {
   igeslib::MeshOptions options;
   options.chord = tolerance;
   options.angle = angle * M_PI / 180;
+  options.blanked = blanked;
   igeslib::Tessellation t;
   std::vector<igs_directory_entry*> face_of;
   igeslib::TriangleMesh merged;
@@ -118,12 +119,12 @@ void bind_mesh(py::module_& m) {
   py::object model = m.attr("Model");
   model.attr("mesh") = py::cpp_function(
       &mesh_model, py::name("mesh"), py::is_method(model), py::arg("tolerance") = 0.0,
-      py::arg("angle") = 15.0,
+      py::arg("angle") = 15.0, py::arg("blanked") = false,
       py::doc("Tessellates every surface within its trims and every B-rep face, shared edges "
               "sampled once: a Mesh of numpy arrays in model space. tolerance is the largest "
               "distance between a triangle and its surface (0: 1/1000 of the model's size), "
               "angle the largest turn in degrees between a triangle's normal and the "
-              "surface's."));
+              "surface's; blanked bodies are left out unless blanked is true."));
 }
 
 }  // namespace igeslib_python
