@@ -16,7 +16,19 @@ std::span<const double> values(ArrayOfDouble* array) {
   return {array->_data(), array->size()};
 }
 
-Vec3 point_of(igs_coordinate* p) { return p ? Vec3{p->x(), p->y(), p->z()} : Vec3{}; }
+// The span of a B-spline's knots where its basis is whole, t[degree] to t[points]: the curve
+// or surface that the data describe, which a flag such as closed speaks of, whatever part of it
+// the parameter range takes. The fallback when the knots don't make one.
+Interval knot_range(std::span<const double> t, int degree, long long points, Interval fallback) {
+  if (degree < 1 || points < degree + 1 ||
+      static_cast<long long>(t.size()) != points + degree + 1 ||
+      !std::is_sorted(t.begin(), t.end()))
+    return fallback;
+  Interval r{t[static_cast<std::size_t>(degree)], t[static_cast<std::size_t>(points)]};
+  return r.lo < r.hi ? r : fallback;
+}
+
+Vec3 point_of(igs_coordinate* p) { return p ? Vec3{p->x_, p->y_, p->z_} : Vec3{}; }
 
 // Knots in order: the first place where one falls below the one before (or isn't a number).
 void knots(Context& c, int de, const char* field, std::span<const double> t) {
@@ -135,7 +147,7 @@ void curve(Context& c, igs_rational_bspline_curve_entity* e) {
   }
   if (e->prop2() == igs_property2_closed) {
     if (std::unique_ptr<Curve> evaluated = make_curve(e)) {
-      Interval r = evaluated->range();
+      Interval r = knot_range(t, e->m(), points, evaluated->range());
       double gap = norm(evaluated->point(r.hi) - evaluated->point(r.lo));
       if (gap > c.resolution)
         c.add("bspline-closed-flag", de, "prop2",
@@ -161,6 +173,11 @@ bool clamped(std::span<const double> knots, int degree, std::span<const double> 
 std::optional<double> edge_gap(igs_rational_bspline_surface_entity* e, int direction) {
   if (std::unique_ptr<Surface> evaluated = make_surface(e)) {
     Domain d = evaluated->domain();
+    ListOfArrayOfDouble* rows = e->w_;
+    long long points_u = rows ? rows->size() : 0;
+    long long points_v = rows && rows->size() && (*rows)[0] ? (*rows)[0]->size() : 0;
+    d.u = knot_range(values(e->s_), e->m1(), points_u, d.u);
+    d.v = knot_range(values(e->t_), e->m2(), points_v, d.v);
     double gap = 0;
     for (int k = 0; k <= 4; ++k) {
       double u = d.u.lo + d.u.length() * k / 4, v = d.v.lo + d.v.length() * k / 4;

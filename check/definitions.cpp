@@ -59,7 +59,7 @@ void subfigure(Context& c, igs_directory_entry* definition, ListOfigs_directory_
 void coordinates(igs_directory_entry* entity, std::vector<Vec3>& out) {
   auto add = [&](ListOfigs_coordinate* list) {
     for (unsigned i = 0, n = list ? list->size() : 0; i < n; ++i)
-      if (igs_coordinate* p = (*list)[i]) out.push_back({p->x(), p->y(), p->z()});
+      if (igs_coordinate* p = (*list)[i]) out.push_back({p->x_, p->y_, p->z_});
   };
   switch (entity->entity_type()) {
     case 100:

@@ -2,6 +2,7 @@
 // the associativities that need them, and each entity's subordinate switch and use flag against
 // what references it.
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <unordered_map>
 #include <unordered_set>
@@ -31,10 +32,11 @@ class ReferenceWalker {
 
   void references(igs_directory_entry* entity, std::vector<Reference>& out) {
     out.clear();
-    for (const Step& step : holding(entity->domain())) {
-      LumoDataPtr slot = entity->slotAddress(step.attribute, 0);
-      if (!slot.v) continue;
-      visit(slot.v, step.type, step.kind, 0, [&](igs_directory_entry* target) {
+    LumoObject* object = entity;
+    for (const Step& step : plan(object)) {
+      void* slot = slot_of(object, step);
+      if (!slot) continue;
+      visit(slot, step.type, step.kind, 0, [&](igs_directory_entry* target) {
         out.push_back({target, step.directory});
       });
     }
@@ -47,7 +49,37 @@ class ReferenceWalker {
     LumoType* type;
     Kind kind;
     bool directory;
+    // Where the slot lies from the object, the same for every object of one compiled class;
+    // kGeneric where it must be asked for each object.
+    std::ptrdiff_t offset = kGeneric;
   };
+  static constexpr std::ptrdiff_t kGeneric = PTRDIFF_MIN;
+
+  static void* slot_of(LumoObject* object, const Step& step) {
+    if (step.offset != kGeneric) return reinterpret_cast<char*>(object) + step.offset;
+    return object->slotAddress(step.attribute, 0).v;
+  }
+
+  // The steps of an object's class with the places of their slots, found from the first object
+  // of each class (by its table pointer, which names the class, as lumo_cast takes it).
+  const std::vector<Step>& plan(LumoObject* object) {
+    const void* table;
+    std::memcpy(&table, static_cast<const void*>(object), sizeof table);
+    if (table == last_table_) return *last_plan_;
+    auto [at, added] = plans_.try_emplace(table);
+    if (added) {
+      at->second = holding(object->domain());
+      bool compiled = object->domain() && object->domain()->type() &&
+                      !dynamic_cast<LumoGenericStructure*>(object);
+      for (Step& step : at->second) {
+        void* slot = compiled ? object->slotAddress(step.attribute, 0).v : nullptr;
+        if (slot) step.offset = static_cast<char*>(slot) - reinterpret_cast<char*>(object);
+      }
+    }
+    last_table_ = table;
+    last_plan_ = &at->second;
+    return at->second;
+  }
 
   static bool is_directory_attribute(LumoAttribute* attribute) {
     static const char* const kNames[] = {"structure", "line_font",      "level",
@@ -139,15 +171,18 @@ class ReferenceWalker {
         return;
       }
       case Kind::structure:
-        for (const Step& step : holding(object->domain())) {
-          LumoDataPtr inner = object->slotAddress(step.attribute, 0);
-          if (inner.v) visit(inner.v, step.type, step.kind, depth + 1, found);
+        for (const Step& step : plan(object)) {
+          if (void* inner = slot_of(object, step))
+            visit(inner, step.type, step.kind, depth + 1, found);
         }
         return;
     }
   }
 
   std::unordered_map<LumoDomain*, std::vector<Step>> holding_;
+  std::unordered_map<const void*, std::vector<Step>> plans_;
+  const void* last_table_ = nullptr;
+  const std::vector<Step>* last_plan_ = nullptr;
   std::unordered_map<LumoType*, Kind> kinds_;
 };
 

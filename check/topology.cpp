@@ -16,7 +16,7 @@ namespace {
 
 using Ends = std::array<Vec3, 2>;
 
-Vec3 point_of(igs_coordinate* p) { return p ? Vec3{p->x(), p->y(), p->z()} : Vec3{}; }
+Vec3 point_of(igs_coordinate* p) { return p ? Vec3{p->x_, p->y_, p->z_} : Vec3{}; }
 
 // How close two ends must be, as the messages say it.
 std::string tolerance_text(double tolerance) { return " (tolerance " + number(tolerance) + ")"; }
@@ -143,16 +143,15 @@ void closes(Context& c, int de, const std::string& field, const std::string& wha
 // Lengths in a surface's parameter space are held to a part of its domain's extent: the
 // Global resolution is a length of the model.
 double parameter_tolerance(igs_directory_entry* surface) {
-  double extent = 1;
-  if (std::unique_ptr<Surface> evaluated = surface ? make_surface(surface) : nullptr) {
-    Domain d = evaluated->domain();
-    extent = std::max(d.u.bounded() ? d.u.length() : 0.0, d.v.bounded() ? d.v.length() : 0.0);
-  } else if (auto* patch = as<igs_rational_bspline_surface_entity>(surface)) {
+  double extent = 0;
+  if (auto* patch = as<igs_rational_bspline_surface_entity>(surface)) {
     // The parameter ranges that the surface's record gives.
-    extent = 0;
     for (ArrayOfDouble* range : {patch->u_, patch->v_})
       if (range && range->size() == 2)
         extent = std::max(extent, std::fabs(range->_element(1) - range->_element(0)));
+  } else if (std::unique_ptr<Surface> evaluated = surface ? make_surface(surface) : nullptr) {
+    Domain d = evaluated->domain();
+    extent = std::max(d.u.bounded() ? d.u.length() : 0.0, d.v.bounded() ? d.v.length() : 0.0);
   }
   return std::max(1e-9, 1e-5 * (std::isfinite(extent) && extent > 0 ? extent : 1.0));
 }

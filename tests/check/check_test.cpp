@@ -8,6 +8,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -353,3 +354,28 @@ TEST(Check, EachCodeFromAFileOfItsOwn) {
 }
 
 }  // namespace
+
+// What a finding names: the entity, its field (a list's item by its place), the record where
+// the value stands (the Directory line of a Directory field, the parameter line of a parameter)
+// and what is wrong, in file order.
+TEST(Check, FindingsNameEntityFieldAndRecord) {
+  // A colour definition, a line whose level names it (not a definition of levels), and a
+  // composite curve whose second member is past the Directory.
+  std::string bytes = file_of({{314, 0, "0,0,0,4HDARK", "00000200"},
+                               {110, 0, line(0, 0, 1, 0)},
+                               {102, 0, "2,3,99", "00000000"}},
+                              {}, [](Records& r) { nth(r, 'D', 2).replace(32, 8, right(-1, 8)); });
+  std::vector<igeslib::Finding> findings = check_bytes(bytes);
+  ASSERT_EQ(findings.size(), 2u);
+  const igeslib::Finding& level = findings[0];
+  EXPECT_EQ(std::tie(level.code, level.de, level.field, level.line),
+            std::make_tuple(std::string("pointer-wrong-class"), 3, std::string("level"), 6));
+  EXPECT_EQ(level.message,
+            "pointer -1 names color_definition_entity (314); the field holds "
+            "definition_levels_entity");
+  const igeslib::Finding& member = findings[1];
+  EXPECT_EQ(std::tie(member.code, member.de, member.field, member.line),
+            std::make_tuple(std::string("pointer-out-of-range"), 5, std::string("de[1]"), 12));
+  EXPECT_EQ(member.message, "pointer 99 is past the last DE number, 5");
+  EXPECT_EQ(member.severity, igeslib::Severity::error);
+}

@@ -16,7 +16,7 @@ namespace {
 // File name -> "code:count ..." in the catalogue's order; a file that gives none is "".
 const std::map<std::string, std::string> kFindings = {
     {"balk__model.igs", "read-error:20 edge-vertex-mismatch:6 loop-not-closed:5"},
-    {"bladex__propeller_and_shaft.iges", "back-pointer-missing:22 use-flag:122 trim-not-closed:21"},
+    {"bladex__propeller_and_shaft.iges", "back-pointer-missing:22 use-flag:122 trim-not-closed:16"},
     {"dealii__DTMB-5415_bulbous_bow.iges",
      "global-max-coordinate:1 dependent-unreferenced:1 use-flag:4"},
     {"engine4cyl__Assem1.IGS", "bspline-planar-flag:92"},
@@ -25,7 +25,7 @@ const std::map<std::string, std::string> kFindings = {
     {"gmsh__sphere_Rhino3D_default.igs", ""},
     {"igesfilereader__chassis_007_simp.IGS", ""},
     {"igesfilereader__tubes_splined.iges", "parameters-omitted:1 composite-gap:1"},
-    {"igesstl__hex_nut_jam_am_with_all_extras.IGS", "back-pointer-missing:45 trim-not-closed:7"},
+    {"igesstl__hex_nut_jam_am_with_all_extras.IGS", "back-pointer-missing:45 trim-not-closed:22"},
     {"igesstl__revolve_test2_standard.IGS", ""},
     {"machaero__onera_m6.igs", "global-resolution:1 bspline-range:20"},
     {"o3dv__as1_pe_203.igs", "global-max-coordinate:1 back-pointer-missing:210 use-flag:350"},
@@ -62,7 +62,7 @@ const std::map<std::string, std::string> kFindings = {
     {"pyIGES__nentity.igs", "use-flag:1"},
     {"pygeo__bwb_constr1.igs", "read-error:31"},
     {"pygeo__geo_example.igs", "parameters-omitted:32"},
-    {"pyiges__impeller.igs", "bspline-planar-flag:760 normal-not-unit:138 trim-not-closed:209"},
+    {"pyiges__impeller.igs", "bspline-planar-flag:760 normal-not-unit:138 trim-not-closed:198"},
     {"pyiges__sample.igs", "read-error:5"},
     {"pythonocc__sunglasses_lens.igs", "global-max-coordinate:1"},
     {"pythonocc__surf114.igs", ""},
