@@ -44,11 +44,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   igeslib_fuzz::ScratchDesign scratch;
-  igeslib_fuzz::InputStream in(data, size);
-  auto* file = new (scratch.get()) igs_iges_file;
-  if (!file->read(in.get(), 0)) return 0;
-  ListOfigs_directory_entry* list = file->directory_entries();
-  std::span<igs_directory_entry* const> entities(list->_data(), list->size());
+  igs_iges_file* file = igeslib_fuzz::read_file(scratch, data, size);
+  if (!file) return 0;
+  std::span<igs_directory_entry* const> entities = igeslib_fuzz::entities_of(file);
   int evaluated = 0;
   for (igs_directory_entry* e : entities) {
     if (!igeslib::is_curve(e) && !igeslib::is_surface(e)) continue;

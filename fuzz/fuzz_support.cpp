@@ -87,6 +87,17 @@ std::size_t OutputStream::close() {
 
 const char* OutputStream::text() const { return output_buffer; }
 
+igs_iges_file* read_file(const ScratchDesign& scratch, const std::uint8_t* data, std::size_t size) {
+  InputStream in(data, size);
+  auto* file = new (scratch.get()) igs_iges_file;
+  return file->read(in.get(), 0) ? file : nullptr;
+}
+
+std::span<igs_directory_entry* const> entities_of(igs_iges_file* file) {
+  ListOfigs_directory_entry* list = file->directory_entries();
+  return {list->_data(), list->size()};
+}
+
 ScratchDesign::ScratchDesign() {
   design_ = LUMO.newDesign("fuzz", nullptr);
   LUMO.useDesign(design_);

@@ -6,10 +6,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <string_view>
 
 class LumoDesign;
+class igs_directory_entry;
+class igs_iges_file;
 
 namespace igeslib_fuzz {
 
@@ -72,6 +75,11 @@ class ScratchDesign {
  private:
   LumoDesign* design_ = nullptr;
 };
+
+// A whole file read from the bytes into the scratch design; null when the read stopped.
+igs_iges_file* read_file(const ScratchDesign& scratch, const std::uint8_t* data, std::size_t size);
+// The entities of a file read, in file order.
+std::span<igs_directory_entry* const> entities_of(igs_iges_file* file);
 
 // A file read into a fresh design, which is deleted after the write, so that whatever a read or
 // a write leaves behind shows as a leak.

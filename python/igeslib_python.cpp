@@ -732,5 +732,8 @@ PYBIND11_MODULE(igeslib, m) {
       "The entity-type registry: (type, form or None for every other form, class name) rows.");
   bind_geometry(m);
   bind_check(m);
+#ifdef IGESLIB_PYTHON_MESH
+  bind_mesh(m);
+#endif
   m.attr("__version__") = igeslib_version();
 }

@@ -47,4 +47,7 @@ struct Aggregate {
 // model's units and bounds.
 void bind_geometry(py::module_& m);
 
+// Adds model.mesh() (python/mesh.cpp), where the mesh library is built.
+void bind_mesh(py::module_& m);
+
 }  // namespace igeslib_python
