@@ -1,5 +1,7 @@
 // Sections and their arenas, designs, the interface LUMO, the prefix table
 // and the free functions that allocate, cast and store.
+#include <sys/mman.h>
+
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -51,11 +53,35 @@ LumoDesignSection* unowned_section() { return LUMO.dictionary()->section("unowne
 // --- sections and arenas -------------------------------------------------------
 
 struct LumoDesignSection::Block {
+  LumoDesignSection* section;  // first: an object finds its section here (section_at)
   Block* next;
   std::size_t size;
 };
 
-static constexpr std::size_t kBlockSize = 64 * 1024;
+namespace {
+
+// Blocks are mapped from the system at an address that is a multiple of kBlockSize, so that
+// masking the address of an object gives its block and the block its section. Fresh mappings
+// are zero, so a block costs no clearing, and its pages take memory only once written.
+void* map_block(std::size_t size) {
+  std::size_t span = size + kBlockSize;
+  void* raw = mmap(nullptr, span, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (raw == MAP_FAILED) return nullptr;
+  auto start = reinterpret_cast<std::uintptr_t>(raw);
+  std::uintptr_t aligned = (start + kBlockSize - 1) & ~(kBlockSize - 1);
+  if (aligned > start) munmap(raw, aligned - start);
+  std::uintptr_t end = start + span, used = aligned + size;
+  if (end > used) munmap(reinterpret_cast<void*>(used), end - used);
+  return reinterpret_cast<void*>(aligned);
+}
+
+}  // namespace
+
+LumoDesignSection* lumo_detail::section_at(const void* p) {
+  auto block = reinterpret_cast<std::uintptr_t>(p) & ~(kBlockSize - 1);
+  // The first word of every block: its section.
+  return *reinterpret_cast<LumoDesignSection* const*>(block);
+}
 
 LumoDesignSection::LumoDesignSection(LumoDesign* design, const char* name)
     : design_(design), name_(name ? name : "") {}
@@ -64,7 +90,7 @@ LumoDesignSection::~LumoDesignSection() {
   while (blocks_) {
     Block* next = blocks_->next;
     unregister_block(blocks_);
-    std::free(blocks_);
+    munmap(blocks_, blocks_->size);
     blocks_ = next;
   }
 }
@@ -76,9 +102,10 @@ void* LumoDesignSection::allocate(std::size_t bytes) {
     std::size_t header = (sizeof(Block) + 15) & ~std::size_t(15);
     // Large requests get a block of their own; the current block stays open.
     bool own = bytes > kBlockSize / 4;
-    std::size_t size = header + (own ? bytes : kBlockSize);
-    auto* block = static_cast<Block*>(std::calloc(1, size));
+    std::size_t size = own ? (header + bytes + 4095) & ~std::size_t(4095) : kBlockSize;
+    auto* block = static_cast<Block*>(map_block(size));
     if (!block) return nullptr;
+    block->section = this;
     block->size = size;
     register_block(block, size);
     reserved_ += size;
@@ -368,4 +395,24 @@ const char* lumo_build_aggname(const char* schema_name, const char* class_name) 
 FILE* lumo_fopen(const char* name, const char* mode) {
   if (!name || !mode) return nullptr;
   return std::fopen(name, mode);
+}
+
+namespace {
+std::map<const LumoObject*, LumoDesignSection*>& far_objects() {
+  static auto* map = new std::map<const LumoObject*, LumoDesignSection*>();  // lives to the end
+  return *map;
+}
+}  // namespace
+
+LumoDesignSection* lumo_detail::far_section(const LumoObject* object) {
+  auto& map = far_objects();
+  auto it = map.find(object);
+  return it == map.end() ? nullptr : it->second;
+}
+
+void lumo_detail::remember_far(const LumoObject* object, LumoDesignSection* section) {
+  if (section)
+    far_objects()[object] = section;
+  else
+    far_objects().erase(object);
 }

@@ -60,12 +60,18 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
   load_model();
   LumoDesign* d = LUMO.newDesign("short_lived");
   EXPECT_EQ(LUMO.findDesign("short_lived"), d);
+  LumoDesignSection* other = d->section("other");
   for (int i = 0; i < 20000; ++i) {
     auto* o = new (d) igs_flow_entity();
     lumo_update_prim(o, &o->label_, "a label long enough to need storage of its own");
-    auto* l = new (d) ListOfString(0);
+    auto* l = new (i % 2 ? other : d->defaultSection()) ListOfString(0);
     l->add("text").add("more text");
+    // Objects find their section from the block they lie in, over many blocks.
+    ASSERT_EQ(o->design_section(), d->defaultSection());
+    ASSERT_EQ(l->design_section(), i % 2 ? other : d->defaultSection());
   }
+  // The runtime's part of an object: table pointer, flags and identifier.
+  EXPECT_EQ(sizeof(LumoObject), 16u);
   EXPECT_GT(d->defaultSection()->bytesReserved(), 20000u * sizeof(igs_flow_entity));
   LumoDesign* before = LUMO.useDesign(d);
   delete d;
