@@ -45,6 +45,32 @@ TEST_F(Allocation, ObjectsLiveInTheSectionTheyWereMadeInAndAreFoundByClass) {
   EXPECT_EQ((*found)[0], made[1]);
 }
 
+// A list of points read from a file holds their reals alone; the points become objects, all
+// at once and for good, when anything first asks for one.
+TEST_F(Allocation, PackedListsMakeTheirElementsWhenFirstAsked) {
+  auto* list = new (design) ListOfigs_coordinate(2, true);
+  const double a[] = {1, 2, 3}, b[] = {4, 5, 6};
+  for (const double* values : {a, b, a}) list->addValues(values);  // past the room asked for
+  auto* copy = new (design) ListOfigs_coordinate(*list);
+  const std::size_t objects = design->objectCount();
+  ASSERT_TRUE(list->isPacked());
+  EXPECT_EQ(list->size(), 3u);
+  EXPECT_EQ(list->packedAt(1)[2], 6.0);
+  EXPECT_EQ(list->packedAt(3), nullptr);
+
+  igs_coordinate* point = (*list)[1];
+  EXPECT_FALSE(list->isPacked());
+  EXPECT_EQ(list->packedAt(1), nullptr);
+  EXPECT_EQ(design->objectCount(), objects + 3);
+  EXPECT_EQ(point->z(), 6.0);
+  EXPECT_EQ((*list)[1], point);
+  EXPECT_EQ(point->design_section(), list->design_section());
+  // The copy made while packed still has the reals, and its own objects when asked.
+  EXPECT_EQ(copy->packedAt(2)[0], 1.0);
+  EXPECT_EQ(copy->last()->x(), 1.0);
+  EXPECT_NE(copy->last(), list->last());
+}
+
 // Creation by domain goes to the current design; classes made by every row of the registry
 // are tested with the entities.
 TEST_F(Allocation, PnewInstanceUsesTheDomainsCreator) {
