@@ -549,7 +549,7 @@ bool write_text(const std::string& path, const std::string& text) {
 
 // Where the kept models' bytes went: the designs' arenas, and in them the objects by class
 // (the rest of an arena is aggregate elements, texts and the unused end of each block), and the
-// designs' lists of their objects, which live on the heap. Printed to standard error.
+// marks of where their objects start, which are part of the arenas. Printed to standard error.
 void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities) {
   struct Use {
     std::size_t objects = 0, bytes = 0;
@@ -559,7 +559,7 @@ void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities)
   for (const ReadFile& r : kept)
     for (LumoDesignSection* section : r.design->sections()) {
       arena += section->bytesReserved();
-      listed += section->objects().capacity() * sizeof(LumoObject*);
+      listed += section->markBytes();
       for (LumoObject* object : section->objects()) {
         const LumoType& type = *object->classType();
         Use& use = by_class[type.name];
@@ -577,7 +577,7 @@ void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities)
   std::fprintf(stderr, "%8.0f B/entity  objects in them\n", object_bytes / n);
   std::fprintf(stderr, "%8.0f B/entity  the rest of them: aggregate elements, texts, block ends\n",
                (arena - object_bytes) / n);
-  std::fprintf(stderr, "%8.0f B/entity  the designs' object lists (heap)\n", listed / n);
+  std::fprintf(stderr, "%8.0f B/entity  of them the marks of where objects start\n", listed / n);
   for (std::size_t i = 0; i < rows.size() && i < 20; ++i)
     std::fprintf(stderr, "%8.0f B/entity  %s\n", rows[i].first / n, rows[i].second.c_str());
 }

@@ -2,6 +2,8 @@
 // and the free functions that allocate, cast and store.
 #include <sys/mman.h>
 
+#include <algorithm>
+#include <bit>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -56,7 +58,22 @@ struct LumoDesignSection::Block {
   LumoDesignSection* section;  // first: an object finds its section here (section_at)
   Block* next;
   std::size_t size;
+  std::uint64_t pad;
+  // Then, in a block that may hold objects, the marks: a bit for every eight bytes of the
+  // block's first kBlockSize bytes, set where an object (its runtime part) starts.
 };
+
+namespace {
+
+constexpr std::size_t kHeader = 32;  // sizeof(LumoDesignSection::Block), checked in take
+constexpr std::size_t kMarkWords = kBlockSize / 8 / 64;
+constexpr std::size_t kMarkedHeader = kHeader + kMarkWords * 8;
+
+std::uint64_t* marks_of(const void* block) {
+  return reinterpret_cast<std::uint64_t*>(static_cast<char*>(const_cast<void*>(block)) + kHeader);
+}
+
+}  // namespace
 
 namespace {
 
@@ -95,14 +112,22 @@ LumoDesignSection::~LumoDesignSection() {
   }
 }
 
-void* LumoDesignSection::allocate(std::size_t bytes) {
+void* LumoDesignSection::allocate(std::size_t bytes) { return take(bytes, false); }
+
+void* LumoDesignSection::allocateObject(std::size_t bytes) { return take(bytes, true); }
+
+void* LumoDesignSection::take(std::size_t bytes, bool object) {
+  static_assert(sizeof(Block) == kHeader);
   bytes = (bytes + 7) & ~std::size_t(7);
   if (bytes == 0) bytes = 8;
   if (bytes > static_cast<std::size_t>(limit_ - cursor_)) {
-    std::size_t header = (sizeof(Block) + 15) & ~std::size_t(15);
-    // Large requests get a block of their own; the current block stays open.
-    bool own = bytes > kBlockSize / 4;
-    std::size_t size = own ? (header + bytes + 4095) & ~std::size_t(4095) : kBlockSize;
+    // Large storage that is no object gets a block of its own, behind the current block, which
+    // stays open. Anything else opens a new current block, with marks for objects, large
+    // enough for it: objects so lie in blocks in the order they were made.
+    bool own = !object && bytes > kBlockSize / 4;
+    std::size_t header = own ? kHeader : kMarkedHeader;
+    std::size_t size = (header + bytes + 4095) & ~std::size_t(4095);
+    if (!own && size < kBlockSize) size = kBlockSize;
     auto* block = static_cast<Block*>(map_block(size));
     if (!block) return nullptr;
     block->section = this;
@@ -110,7 +135,6 @@ void* LumoDesignSection::allocate(std::size_t bytes) {
     register_block(block, size);
     reserved_ += size;
     if (own) {
-      // Keep it behind the current block so that the cursor stays where it is.
       if (blocks_) {
         block->next = blocks_->next;
         blocks_->next = block;
@@ -122,12 +146,90 @@ void* LumoDesignSection::allocate(std::size_t bytes) {
     }
     block->next = blocks_;
     blocks_ = block;
+    object_blocks_.push_back(block);
     cursor_ = reinterpret_cast<char*>(block) + header;
     limit_ = reinterpret_cast<char*>(block) + size;
   }
   void* result = cursor_;
   cursor_ += bytes;
   return result;
+}
+
+void LumoDesignSection::listObject(LumoObject* object, bool far) {
+  ++live_;
+  if (far) {
+    far_objects_.push_back(object);
+    return;
+  }
+  auto at = reinterpret_cast<std::uintptr_t>(object);
+  std::uintptr_t place = (at & (kBlockSize - 1)) / 8;
+  marks_of(reinterpret_cast<void*>(at & ~(kBlockSize - 1)))[place / 64] |= std::uint64_t{1}
+                                                                         << (place % 64);
+}
+
+void LumoDesignSection::unlistObject(LumoObject* object, bool far) {
+  if (far) {
+    auto it = std::find(far_objects_.begin(), far_objects_.end(), object);
+    if (it == far_objects_.end()) return;
+    far_objects_.erase(it);
+  } else {
+    auto at = reinterpret_cast<std::uintptr_t>(object);
+    std::uintptr_t place = (at & (kBlockSize - 1)) / 8;
+    std::uint64_t& word =
+        marks_of(reinterpret_cast<void*>(at & ~(kBlockSize - 1)))[place / 64];
+    std::uint64_t bit = std::uint64_t{1} << (place % 64);
+    if (!(word & bit)) return;
+    word &= ~bit;
+  }
+  --live_;
+}
+
+std::size_t LumoDesignSection::markBytes() const { return object_blocks_.size() * kMarkWords * 8; }
+
+LumoDesignSection::Objects::iterator LumoDesignSection::Objects::begin() const {
+  iterator it;
+  it.section_ = section_;
+  if (!section_->object_blocks_.empty()) it.bits_ = marks_of(section_->object_blocks_[0])[0];
+  it.settle();
+  return it;
+}
+
+LumoDesignSection::Objects::iterator LumoDesignSection::Objects::end() const {
+  iterator it;
+  it.section_ = section_;
+  it.block_ = section_->object_blocks_.size() + section_->far_objects_.size();
+  return it;
+}
+
+void LumoDesignSection::Objects::iterator::settle() {
+  const std::size_t blocks = section_->object_blocks_.size();
+  while (block_ < blocks && !bits_) {
+    if (++word_ == kMarkWords) {
+      word_ = 0;
+      if (++block_ == blocks) break;
+    }
+    bits_ = marks_of(section_->object_blocks_[block_])[word_];
+  }
+  // Past the blocks, one place for each far object: word_ and bits_ stay 0.
+  if (block_ >= blocks) word_ = 0, bits_ = 0;
+}
+
+LumoObject* LumoDesignSection::Objects::iterator::operator*() const {
+  const std::size_t blocks = section_->object_blocks_.size();
+  if (block_ >= blocks) return section_->far_objects_[block_ - blocks];
+  std::size_t place = word_ * 64 + static_cast<std::size_t>(std::countr_zero(bits_));
+  return reinterpret_cast<LumoObject*>(reinterpret_cast<char*>(section_->object_blocks_[block_]) +
+                                       place * 8);
+}
+
+LumoDesignSection::Objects::iterator& LumoDesignSection::Objects::iterator::operator++() {
+  if (block_ >= section_->object_blocks_.size()) {
+    ++block_;
+    return *this;
+  }
+  bits_ &= bits_ - 1;
+  settle();
+  return *this;
 }
 
 char* LumoDesignSection::copy(const char* text) {
@@ -157,10 +259,7 @@ LumoDesign::~LumoDesign() {
         }
     LUMO.forget(this);
   }
-  for (LumoDesignSection* s : sections_) {
-    s->objects_.clear();
-    delete s;
-  }
+  for (LumoDesignSection* s : sections_) delete s;
 }
 
 LumoTypePtr& LumoDesign::classType() { return lumotype_LumoDesign; }
@@ -331,7 +430,7 @@ void LumoInterface::message(const char* format, ...) {
 
 void* lumo_new(std::size_t size, LumoDesignSection* section, LumoDomain*, LumoTypePtr&) {
   if (!section) return nullptr;
-  void* place = section->allocate(size);
+  void* place = section->allocateObject(size);
   if (place) pending = {static_cast<char*>(place), size, section};
   return place;
 }

@@ -91,6 +91,7 @@ class LumoObject {
     kGeneric = 1u << 1,  // an instance of a domain with no compiled class
     kInSection = 1u << 2,   // in a section's storage: its block tells which section
     kFarInBlock = 1u << 3,  // further into its block than the block's first part: kept aside
+    kListed = 1u << 4,      // an object of its section, not a member held by value in another
     // A select keeps its current choice here, as the choice's place in its domain's own
     // attributes plus one (0: no choice), which keeps every select two words smaller.
     kChoiceShift = 8,

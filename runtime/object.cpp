@@ -41,11 +41,15 @@ LumoObject::LumoObject() {
   // can't find the block's section from its own address.
   auto at = reinterpret_cast<std::uintptr_t>(this);
   auto start = reinterpret_cast<std::uintptr_t>(placed.start);
-  if ((at & ~(kBlockSize - 1)) != (start & ~(kBlockSize - 1))) {
+  const bool far = (at & ~(kBlockSize - 1)) != (start & ~(kBlockSize - 1));
+  if (far) {
     flags_ |= kFarInBlock;
     remember_far(this, section);
   }
-  if (own) section->objects_.push_back(this);
+  if (own) {
+    flags_ |= kListed;
+    section->listObject(this, far);
+  }
 }
 
 LumoDesignSection* LumoObject::design_section() const {
@@ -60,10 +64,8 @@ LumoObject& LumoObject::operator=(const LumoObject&) { return *this; }
 LumoObject::~LumoObject() {
   LumoDesignSection* section = design_section();
   if (flags_ & kFarInBlock) remember_far(this, nullptr);
-  if (!section || shutting_down()) return;
-  auto& list = section->objects_;
-  auto it = std::find(list.rbegin(), list.rend(), this);
-  if (it != list.rend()) list.erase(std::next(it).base());
+  if (!section || shutting_down() || !(flags_ & kListed)) return;
+  section->unlistObject(this, flags_ & kFarInBlock);
 }
 
 void LumoObject::operator delete(void* p) { lumo_delete(p); }

@@ -87,8 +87,10 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
   LumoDesign* d = LUMO.newDesign("short_lived");
   EXPECT_EQ(LUMO.findDesign("short_lived"), d);
   LumoDesignSection* other = d->section("other");
+  std::vector<LumoObject*> made;
   for (int i = 0; i < 20000; ++i) {
     auto* o = new (d) igs_flow_entity();
+    made.push_back(o);
     lumo_update_prim(o, &o->label_, "a label long enough to need storage of its own");
     auto* l = new (i % 2 ? other : d->defaultSection()) ListOfString(0);
     l->add("text").add("more text");
@@ -96,6 +98,12 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
     ASSERT_EQ(o->design_section(), d->defaultSection());
     ASSERT_EQ(l->design_section(), i % 2 ? other : d->defaultSection());
   }
+  // The walk of a section's objects keeps creation order over its many blocks.
+  std::vector<LumoObject*> walked;
+  for (LumoObject* o : d->defaultSection()->objects())
+    if (&o->classType() == &lumotype_igs_flow_entity) walked.push_back(o);
+  EXPECT_EQ(walked, made);
+  EXPECT_EQ(d->objectCount(), 40000u);
   // The runtime's part of an object: table pointer, flags and identifier.
   EXPECT_EQ(sizeof(LumoObject), 16u);
   EXPECT_GT(d->defaultSection()->bytesReserved(), 20000u * sizeof(igs_flow_entity));
