@@ -194,14 +194,14 @@ LumoDesignSection::Objects::iterator LumoDesignSection::Objects::begin() const {
   return it;
 }
 
-LumoDesignSection::Objects::iterator LumoDesignSection::Objects::end() const {
-  iterator it;
-  it.section_ = section_;
-  it.block_ = section_->object_blocks_.size() + section_->far_objects_.size();
-  return it;
+LumoDesignSection::Objects::iterator LumoDesignSection::Objects::end() const { return {}; }
+
+bool LumoDesignSection::Objects::iterator::operator!=(const iterator&) const {
+  return block_ < section_->object_blocks_.size() + section_->far_objects_.size();
 }
 
 void LumoDesignSection::Objects::iterator::settle() {
+  // A block made during the walk is walked too.
   const std::size_t blocks = section_->object_blocks_.size();
   while (block_ < blocks && !bits_) {
     if (++word_ == kMarkWords) {

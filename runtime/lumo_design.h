@@ -41,9 +41,9 @@ class LumoDesignSection {
      public:
       LumoObject* operator*() const;
       iterator& operator++();
-      bool operator!=(const iterator& other) const {
-        return block_ != other.block_ || word_ != other.word_ || bits_ != other.bits_;
-      }
+      // Compared with end() only: true until the walk has passed every block and far object,
+      // those added during the walk too.
+      bool operator!=(const iterator&) const;
 
      private:
       friend class Objects;

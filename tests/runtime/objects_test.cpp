@@ -104,6 +104,10 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
     if (&o->classType() == &lumotype_igs_flow_entity) walked.push_back(o);
   EXPECT_EQ(walked, made);
   EXPECT_EQ(d->objectCount(), 40000u);
+  // A search whose list grows in the design while the design is walked.
+  auto* all = new (d) ListOfLumoObject(0);
+  d->findObjects(all, 0, 1);
+  EXPECT_EQ(all->size(), 40000u);
   // The runtime's part of an object: table pointer, flags and identifier.
   EXPECT_EQ(sizeof(LumoObject), 16u);
   EXPECT_GT(d->defaultSection()->bytesReserved(), 20000u * sizeof(igs_flow_entity));
