@@ -77,10 +77,25 @@ std::uint64_t* marks_of(const void* block) {
 
 namespace {
 
+// Blocks of a deleted design kept for the next, up to 64 MiB: an application that reads file
+// after file reuses them, cleared, instead of having the system map and fault in fresh pages
+// for every file.
+std::vector<void*>& spare_blocks() {
+  static auto* spare = new std::vector<void*>();  // lives to the end
+  return *spare;
+}
+constexpr std::size_t kSpareBlocks = 256;
+
 // Blocks are mapped from the system at an address that is a multiple of kBlockSize, so that
 // masking the address of an object gives its block and the block its section. Fresh mappings
 // are zero, so a block costs no clearing, and its pages take memory only once written.
 void* map_block(std::size_t size) {
+  if (size == kBlockSize && !spare_blocks().empty()) {
+    void* block = spare_blocks().back();
+    spare_blocks().pop_back();
+    std::memset(block, 0, kBlockSize);
+    return block;
+  }
   std::size_t span = size + kBlockSize;
   void* raw = mmap(nullptr, span, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (raw == MAP_FAILED) return nullptr;
@@ -107,7 +122,10 @@ LumoDesignSection::~LumoDesignSection() {
   while (blocks_) {
     Block* next = blocks_->next;
     unregister_block(blocks_);
-    munmap(blocks_, blocks_->size);
+    if (blocks_->size == kBlockSize && spare_blocks().size() < kSpareBlocks)
+      spare_blocks().push_back(blocks_);
+    else
+      munmap(blocks_, blocks_->size);
     blocks_ = next;
   }
 }
