@@ -217,6 +217,23 @@ inline void igeslib_write_coordinate(IgeslibIO* io, igs_coordinate* point) {
 // empty parameter has no kind (and takes the kind of the next one with it).
 void igeslib_write_value_by_text(IgeslibIO* io, igs_datum* datum);
 
+// The same onto a list: only the reals, while the list is packed.
+inline void igeslib_read_coordinate_onto(IgeslibIO* io, ListOfigs_coordinate* list) {
+  double values[3];
+  for (double& value : values) value = io->read_real();
+  list->addValues(values);
+}
+
+// Point i of list (the origin where there is none), read from a packed list as it stands, so
+// that a write makes no element objects.
+inline void igeslib_write_coordinate_at(IgeslibIO* io, ListOfigs_coordinate* list, unsigned i) {
+  if (const double* values = list ? list->packedAt(i) : nullptr) {
+    for (int k = 0; k < 3; ++k) io->write_real(values[k]);
+    return;
+  }
+  igeslib_write_coordinate(io, list && i < list->size() ? (*list)[i] : nullptr);
+}
+
 // A value whose kind a code of the record names, as generic data and attribute tables give
 // it: 1 integer, 2 real, 3 string, 4 entity (a bare pointer), 6 logical. Any other code reads
 // nothing and answers false.

@@ -125,6 +125,8 @@ struct IgeslibIO {
   // Reals of the common shape are converted at once; off, every one takes the general way
   // (the same values: the tests compare the two).
   bool quick_numbers = true;
+  int written_sequence = -1;  // the sequence number last written, its text in sequence_text
+  char sequence_text[8] = {};
   int start_count = 0;
   int global_count = 0;
   int directory_count = 0;
@@ -311,6 +313,27 @@ inline int igeslib_right_justified_word(std::uint64_t word) {
             (((digits >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
            32;
   return static_cast<int>(static_cast<std::uint32_t>(digits));
+}
+
+// The eight decimal digits of v (below 10^8, leading zeros kept) as one word to store, the
+// first digit at the lowest address. No division: the value is split into halves of four
+// digits, those into pairs, the pairs into digits, all in place by multiplying with
+// reciprocals.
+inline std::uint64_t igeslib_eight_digits_word(std::uint32_t v) {
+  std::uint64_t halves = v + (0x100000000ull - 10000) * ((v * 0x68db8bbull) >> 40);
+  std::uint64_t pairs = halves + (0x10000 - 100) * (((halves * 0x147b) >> 19) & 0x7f0000007full);
+  std::uint64_t digits =
+      (pairs + (0x100 - 10) * (((pairs * 0x67) >> 10) & 0xf000f000f000full)) |
+      0x3030303030303030ull;
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  digits = __builtin_bswap64(digits);
+#endif
+  return digits;
+}
+
+inline void igeslib_eight_digits(char* out, std::uint32_t v) {
+  std::uint64_t word = igeslib_eight_digits_word(v);
+  std::memcpy(out, &word, sizeof word);
 }
 
 // Eight characters of a record as one word, the first in the lowest byte.

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <limits>
 
+#include <fast_float/fast_float.h>
+
 #include "igeslib_io.h"
 
 namespace {
@@ -44,11 +46,6 @@ double real_value(const char* text, int length) {
   return negative ? -value : value;
 }
 
-// Exact powers of ten: every one up to 1e22 is a double.
-constexpr double kExactPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                   1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                   1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 // True for the characters that go on with a number: digits, '.', signs, D, E, d and e.
 inline bool carries_number(char c) {
   constexpr auto bit = [](char member) { return std::uint64_t{1} << (member - '+'); };
@@ -58,67 +55,84 @@ inline bool carries_number(char c) {
   return offset < 64 && ((members >> offset) & 1) != 0;
 }
 
+// Digits from p up to end into mantissa, eight at a time while eight stand there; the position
+// after the last digit.
+inline const char* accumulate_digits(const char* p, const char* end, std::uint64_t& mantissa) {
+  while (end - p >= 8 && fast_float::is_made_of_eight_digits_fast(p)) {
+    mantissa = mantissa * 100000000 + fast_float::parse_eight_digits_unrolled(p);
+    p += 8;
+  }
+  for (; p < end; ++p) {
+    unsigned d = static_cast<unsigned>(*p) - '0';
+    if (d > 9) break;
+    mantissa = mantissa * 10 + d;
+  }
+  return p;
+}
+
 // The common real at once: optional sign, digits, optional '.' and digits, optional D/E/d/e
-// with optional sign and digits, standing whole in the data field from column and followed
-// by a character that ends a number. When its significant digits make at most 2^53 and its
-// decimal exponent is within 22, both the mantissa and the power of ten are exact doubles and
-// one multiplication or division rounds to the same nearest double as the general conversion.
-// False, with nothing changed, for anything else: the caller reads it the general way.
+// with optional sign and up to four digits, standing whole in the data field from column and
+// followed by a character that ends a number. With at most 19 significant digits the decimal
+// mantissa is exact in 64 bits, and the nearest double to mantissa * 10^scale is found the way
+// the general conversion finds it (an exact multiply or divide when both are exact doubles,
+// else the 128-bit product with the power of five). False, with nothing changed, for anything
+// else (more digits, a result past the normal doubles, the rare product that can't decide):
+// the caller reads it the general way.
 bool quick_real(const char* line, int column, int end_column, double* value, int* stop) {
 #if FLT_EVAL_METHOD == 0
-  int i = column;
+  const char* p = line + column;
   // A token of more than 41 columns goes the general way, which reports one too long.
-  const int last = end_column < column + 40 ? end_column : column + 40;
+  const char* const end = line + (end_column < column + 40 ? end_column : column + 40) + 1;
   bool negative = false;
-  if (i <= last && (line[i] == '+' || line[i] == '-')) negative = line[i++] == '-';
-  // Leading zeros are passed over, so that the significant digits are those accumulated.
-  // Past 19 of them the mantissa wraps; it is then not used.
+  if (p < end && (*p == '+' || *p == '-')) negative = *p++ == '-';
   std::uint64_t mantissa = 0;
-  auto accumulate = [&] {
-    for (; i <= last; ++i) {
-      unsigned d = static_cast<unsigned>(line[i]) - '0';
-      if (d > 9) break;
-      mantissa = mantissa * 10 + d;
-    }
-  };
-  const int first = i;
-  while (i <= last && line[i] == '0') ++i;
-  int from = i;
-  accumulate();
-  int significant = i - from;
-  int digits = i - first;
-  int scale = 0;  // the decimal exponent of the mantissa's last digit
-  if (i <= last && line[i] == '.') {
-    const int fraction = ++i;
-    if (significant == 0)
-      while (i <= last && line[i] == '0') ++i;
-    from = i;
-    accumulate();
-    significant += i - from;
-    digits += i - fraction;
-    scale = fraction - i;
+  const char* const first = p;
+  p = accumulate_digits(p, end, mantissa);
+  std::ptrdiff_t digits = p - first;
+  std::int64_t scale = 0;  // the decimal exponent of the mantissa's last digit
+  if (p < end && *p == '.') {
+    const char* fraction = ++p;
+    p = accumulate_digits(p, end, mantissa);
+    digits += p - fraction;
+    scale = fraction - p;
   }
-  if (digits == 0 || significant > 19) return false;
-  if (i <= last && ((line[i] | 0x20) == 'd' || (line[i] | 0x20) == 'e')) {
-    ++i;
+  if (digits == 0) return false;
+  if (digits > 19) {
+    // Past 19 digits the mantissa wrapped, unless the leading ones were zeros.
+    std::ptrdiff_t leading = 0;
+    for (const char* q = first; q < p && (*q == '0' || *q == '.'); ++q) leading += *q == '0';
+    if (digits - leading > 19) return false;
+  }
+  if (p < end && ((*p | 0x20) == 'd' || (*p | 0x20) == 'e')) {
+    ++p;
     bool exponent_negative = false;
-    if (i <= last && (line[i] == '+' || line[i] == '-')) exponent_negative = line[i++] == '-';
+    if (p < end && (*p == '+' || *p == '-')) exponent_negative = *p++ == '-';
     int exponent = 0;
-    int start = i;
-    for (; i <= last && is_digit(line[i]) && i - start < 4; ++i)
-      exponent = exponent * 10 + (line[i] - '0');
-    if (i == start) return false;
+    const char* const start = p;
+    for (; p < end && is_digit(*p) && p - start < 4; ++p) exponent = exponent * 10 + (*p - '0');
+    if (p == start) return false;
     scale += exponent_negative ? -exponent : exponent;
   }
   // Whatever would carry the token on, or its end at the end of the field, is the general
   // way's to report.
-  if (i > last) return false;
-  if (carries_number(line[i])) return false;
-  if (mantissa > (std::uint64_t{1} << 53) || scale < -22 || scale > 22) return false;
-  double v = static_cast<double>(mantissa);
-  v = scale < 0 ? v / kExactPowers[-scale] : v * kExactPowers[scale];
+  if (p >= end || carries_number(*p)) return false;
+  using format = fast_float::binary_format<double>;
+  double v;
+  if (mantissa == 0) {
+    v = 0.0;
+  } else if (scale >= format::min_exponent_fast_path() && scale <= format::max_exponent_fast_path() &&
+             mantissa <= format::max_mantissa_fast_path() &&
+             fast_float::detail::rounds_to_nearest()) {
+    v = static_cast<double>(mantissa);
+    v = scale < 0 ? v / format::exact_power_of_ten(-scale) : v * format::exact_power_of_ten(scale);
+  } else {
+    fast_float::adjusted_mantissa am = fast_float::compute_float<format>(scale, mantissa);
+    // Undecided, below the normal doubles or past the largest: the general way.
+    if (am.power2 <= 0 || am.power2 >= format::infinite_power()) return false;
+    fast_float::to_float(false, am, v);
+  }
   *value = negative ? -v : v;
-  *stop = i;
+  *stop = static_cast<int>(p - line);
   return true;
 #else
   (void)line, (void)column, (void)end_column, (void)value, (void)stop;

@@ -210,8 +210,11 @@ int igeslib_real_text(double v, char* out) {
   std::uint64_t q;
   int exponent;
   if (round_to_fifteen_digits(a, &q, &exponent)) {
-    char digits[16];
-    igeslib_digits_before(digits + 15, q);  // fifteen digits: q is at least 10^14
+    // Fifteen digits, q being at least 10^14: the first seven after a zero, then eight.
+    char eight_and_eight[16];
+    igeslib_eight_digits(eight_and_eight, static_cast<std::uint32_t>(q / 100000000));
+    igeslib_eight_digits(eight_and_eight + 8, static_cast<std::uint32_t>(q % 100000000));
+    const char* digits = eight_and_eight + 1;
     int n = 15;
     while (digits[n - 1] == '0') --n;
     int length = shape_g15(digits, n, exponent, negative, 'D', out);
@@ -252,7 +255,16 @@ unsigned size_of(List* list) {
 }
 
 #if defined(__GLIBC__)
-inline void put_text(const char* text, std::size_t n, FILE* fp) { fwrite_unlocked(text, 1, n, fp); }
+// Straight into the stream's buffer when it has room, as putc_unlocked does with a character;
+// fwrite_unlocked when it hasn't (and to set the buffer up).
+inline void put_text(const char* text, std::size_t n, FILE* fp) {
+  if (static_cast<std::size_t>(fp->_IO_write_end - fp->_IO_write_ptr) >= n) {
+    std::memcpy(fp->_IO_write_ptr, text, n);
+    fp->_IO_write_ptr += n;
+  } else {
+    fwrite_unlocked(text, 1, n, fp);
+  }
+}
 #else
 inline void put_text(const char* text, std::size_t n, FILE* fp) { std::fwrite(text, 1, n, fp); }
 #endif
@@ -265,7 +277,16 @@ void IgeslibIO::write_line() {
     igeslib_format_int(line + kPointerColumn, 7, back_pointer);
   }
   line[kLetterColumn] = f_rec_section;
-  igeslib_format_int(line + kSequenceColumn, 7, sequence_number);
+  // Records are numbered in turn: the text of the last number counted up, when it fits.
+  if (sequence_number == written_sequence + 1 && sequence_number < 10000000) {
+    char* digit = sequence_text + 6;
+    while (*digit == '9') *digit-- = '0';
+    *digit = *digit == ' ' ? '1' : static_cast<char>(*digit + 1);
+  } else {
+    igeslib_format_int(sequence_text, 7, sequence_number);
+  }
+  written_sequence = sequence_number;
+  std::memcpy(line + kSequenceColumn, sequence_text, 7);
   ++sequence_number;
   line[kLineEnd] = '\n';
   line[kLineEnd + 1] = '\0';

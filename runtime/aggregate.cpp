@@ -10,17 +10,20 @@ LumoAggregate::LumoAggregate(Elements kind, unsigned capacity) : kind_(kind) {
   if (capacity) _allocateElements(capacity);
 }
 
-// Copies share one element storage.
+// Copies share one element storage, packed or not.
 LumoAggregate::LumoAggregate(const LumoAggregate& other)
     : LumoObject(other),
       elements_(other.elements_),
       size_(other.size_),
       capacity_(other.capacity_),
       kind_(other.kind_),
-      unique_(other.unique_) {}
+      unique_(other.unique_) {
+  flags_ |= other.packedWidth() << kChoiceShift;
+}
 
 LumoAggregate& LumoAggregate::operator=(const LumoAggregate& other) {
   LumoObject::operator=(other);
+  flags_ = (flags_ & ((1u << kChoiceShift) - 1)) | (other.packedWidth() << kChoiceShift);
   elements_ = other.elements_;
   size_ = other.size_;
   capacity_ = other.capacity_;
@@ -40,6 +43,7 @@ unsigned LumoAggregate::recordSize() { return width(); }
 // own storage for an aggregate of no design); growing leaves the old block
 // to be released with the section.
 char LumoAggregate::_allocateElements(unsigned n) {
+  if (isPacked()) unpack();
   if (n <= capacity_) return 1;
   if (n > (1u << 31) / width()) return 0;
   LumoDesignSection* section = design_section() ? design_section() : unowned_section();
@@ -89,7 +93,48 @@ char LumoAggregate::size(unsigned n, int fill) {
   return 1;
 }
 
+LumoDesignSection* LumoAggregate::elementSection() {
+  return design_section() ? design_section() : unowned_section();
+}
+
+char LumoAggregate::startPacked(unsigned width, unsigned capacity) {
+  if (size_ || elements_ || width == 0 || width > 255) return 0;
+  if (capacity > (1u << 28) / width) capacity = (1u << 28) / width;
+  void* fresh = capacity ? elementSection()->allocate(std::size_t{capacity} * width * sizeof(double)) : nullptr;
+  if (capacity && !fresh) return 0;
+  elements_ = fresh;
+  capacity_ = capacity;
+  flags_ |= width << kChoiceShift;
+  return 1;
+}
+
+double* LumoAggregate::appendPacked() {
+  const std::size_t element = std::size_t{packedWidth()} * sizeof(double);
+  if (size_ == capacity_) {
+    unsigned grown = capacity_ < 4 ? 4 : capacity_ * 2;
+    if (grown > (1u << 28) / packedWidth()) return nullptr;
+    void* fresh = elementSection()->allocate(grown * element);
+    if (!fresh) return nullptr;
+    if (size_) std::memcpy(fresh, elements_, size_ * element);
+    elements_ = fresh;
+    capacity_ = grown;
+  }
+  modified();
+  auto* room = reinterpret_cast<double*>(static_cast<char*>(elements_) + size_++ * element);
+  std::memset(room, 0, element);
+  return room;
+}
+
+const double* LumoAggregate::leavePacked() {
+  auto* values = static_cast<const double*>(elements_);
+  flags_ &= (1u << kChoiceShift) - 1;
+  elements_ = nullptr;
+  size_ = capacity_ = 0;
+  return values;
+}
+
 bool LumoAggregate::equalAt(unsigned i, const void* value) const {
+  if (isPacked()) const_cast<LumoAggregate*>(this)->unpack();
   const char* slot = static_cast<const char*>(elements_) + i * width();
   if (kind_ == Elements::text) {
     const char* a = *reinterpret_cast<char* const*>(slot);
@@ -200,6 +245,7 @@ char LumoAggregate::addObject(LumoObject* object) {
 
 void LumoAggregate::emptyYourself() {
   if (size_) modified();
+  if (isPacked()) leavePacked();
   size_ = 0;
 }
 

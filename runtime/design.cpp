@@ -1,5 +1,9 @@
 // Sections and their arenas, designs, the interface LUMO, the prefix table
 // and the free functions that allocate, cast and store.
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <bit>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -51,11 +55,65 @@ LumoDesignSection* unowned_section() { return LUMO.dictionary()->section("unowne
 // --- sections and arenas -------------------------------------------------------
 
 struct LumoDesignSection::Block {
+  LumoDesignSection* section;  // first: an object finds its section here (section_at)
   Block* next;
   std::size_t size;
+  std::uint64_t pad;
+  // Then, in a block that may hold objects, the marks: a bit for every eight bytes of the
+  // block's first kBlockSize bytes, set where an object (its runtime part) starts.
 };
 
-static constexpr std::size_t kBlockSize = 64 * 1024;
+namespace {
+
+constexpr std::size_t kHeader = 32;  // sizeof(LumoDesignSection::Block), checked in take
+constexpr std::size_t kMarkWords = kBlockSize / 8 / 64;
+constexpr std::size_t kMarkedHeader = kHeader + kMarkWords * 8;
+
+std::uint64_t* marks_of(const void* block) {
+  return reinterpret_cast<std::uint64_t*>(static_cast<char*>(const_cast<void*>(block)) + kHeader);
+}
+
+}  // namespace
+
+namespace {
+
+// Blocks of a deleted design kept for the next, up to 64 MiB: an application that reads file
+// after file reuses them, cleared, instead of having the system map and fault in fresh pages
+// for every file.
+std::vector<void*>& spare_blocks() {
+  static auto* spare = new std::vector<void*>();  // lives to the end
+  return *spare;
+}
+constexpr std::size_t kSpareBlocks = 256;
+
+// Blocks are mapped from the system at an address that is a multiple of kBlockSize, so that
+// masking the address of an object gives its block and the block its section. Fresh mappings
+// are zero, so a block costs no clearing, and its pages take memory only once written.
+void* map_block(std::size_t size) {
+  if (size == kBlockSize && !spare_blocks().empty()) {
+    void* block = spare_blocks().back();
+    spare_blocks().pop_back();
+    std::memset(block, 0, kBlockSize);
+    return block;
+  }
+  std::size_t span = size + kBlockSize;
+  void* raw = mmap(nullptr, span, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (raw == MAP_FAILED) return nullptr;
+  auto start = reinterpret_cast<std::uintptr_t>(raw);
+  std::uintptr_t aligned = (start + kBlockSize - 1) & ~(kBlockSize - 1);
+  if (aligned > start) munmap(raw, aligned - start);
+  std::uintptr_t end = start + span, used = aligned + size;
+  if (end > used) munmap(reinterpret_cast<void*>(used), end - used);
+  return reinterpret_cast<void*>(aligned);
+}
+
+}  // namespace
+
+LumoDesignSection* lumo_detail::section_at(const void* p) {
+  auto block = reinterpret_cast<std::uintptr_t>(p) & ~(kBlockSize - 1);
+  // The first word of every block: its section.
+  return *reinterpret_cast<LumoDesignSection* const*>(block);
+}
 
 LumoDesignSection::LumoDesignSection(LumoDesign* design, const char* name)
     : design_(design), name_(name ? name : "") {}
@@ -64,26 +122,37 @@ LumoDesignSection::~LumoDesignSection() {
   while (blocks_) {
     Block* next = blocks_->next;
     unregister_block(blocks_);
-    std::free(blocks_);
+    if (blocks_->size == kBlockSize && spare_blocks().size() < kSpareBlocks)
+      spare_blocks().push_back(blocks_);
+    else
+      munmap(blocks_, blocks_->size);
     blocks_ = next;
   }
 }
 
-void* LumoDesignSection::allocate(std::size_t bytes) {
+void* LumoDesignSection::allocate(std::size_t bytes) { return take(bytes, false); }
+
+void* LumoDesignSection::allocateObject(std::size_t bytes) { return take(bytes, true); }
+
+void* LumoDesignSection::take(std::size_t bytes, bool object) {
+  static_assert(sizeof(Block) == kHeader);
   bytes = (bytes + 7) & ~std::size_t(7);
   if (bytes == 0) bytes = 8;
   if (bytes > static_cast<std::size_t>(limit_ - cursor_)) {
-    std::size_t header = (sizeof(Block) + 15) & ~std::size_t(15);
-    // Large requests get a block of their own; the current block stays open.
-    bool own = bytes > kBlockSize / 4;
-    std::size_t size = header + (own ? bytes : kBlockSize);
-    auto* block = static_cast<Block*>(std::calloc(1, size));
+    // Large storage that is no object gets a block of its own, behind the current block, which
+    // stays open. Anything else opens a new current block, with marks for objects, large
+    // enough for it: objects so lie in blocks in the order they were made.
+    bool own = !object && bytes > kBlockSize / 4;
+    std::size_t header = own ? kHeader : kMarkedHeader;
+    std::size_t size = (header + bytes + 4095) & ~std::size_t(4095);
+    if (!own && size < kBlockSize) size = kBlockSize;
+    auto* block = static_cast<Block*>(map_block(size));
     if (!block) return nullptr;
+    block->section = this;
     block->size = size;
     register_block(block, size);
     reserved_ += size;
     if (own) {
-      // Keep it behind the current block so that the cursor stays where it is.
       if (blocks_) {
         block->next = blocks_->next;
         blocks_->next = block;
@@ -95,12 +164,90 @@ void* LumoDesignSection::allocate(std::size_t bytes) {
     }
     block->next = blocks_;
     blocks_ = block;
+    object_blocks_.push_back(block);
     cursor_ = reinterpret_cast<char*>(block) + header;
     limit_ = reinterpret_cast<char*>(block) + size;
   }
   void* result = cursor_;
   cursor_ += bytes;
   return result;
+}
+
+void LumoDesignSection::listObject(LumoObject* object, bool far) {
+  ++live_;
+  if (far) {
+    far_objects_.push_back(object);
+    return;
+  }
+  auto at = reinterpret_cast<std::uintptr_t>(object);
+  std::uintptr_t place = (at & (kBlockSize - 1)) / 8;
+  marks_of(reinterpret_cast<void*>(at & ~(kBlockSize - 1)))[place / 64] |= std::uint64_t{1}
+                                                                         << (place % 64);
+}
+
+void LumoDesignSection::unlistObject(LumoObject* object, bool far) {
+  if (far) {
+    auto it = std::find(far_objects_.begin(), far_objects_.end(), object);
+    if (it == far_objects_.end()) return;
+    far_objects_.erase(it);
+  } else {
+    auto at = reinterpret_cast<std::uintptr_t>(object);
+    std::uintptr_t place = (at & (kBlockSize - 1)) / 8;
+    std::uint64_t& word =
+        marks_of(reinterpret_cast<void*>(at & ~(kBlockSize - 1)))[place / 64];
+    std::uint64_t bit = std::uint64_t{1} << (place % 64);
+    if (!(word & bit)) return;
+    word &= ~bit;
+  }
+  --live_;
+}
+
+std::size_t LumoDesignSection::markBytes() const { return object_blocks_.size() * kMarkWords * 8; }
+
+LumoDesignSection::Objects::iterator LumoDesignSection::Objects::begin() const {
+  iterator it;
+  it.section_ = section_;
+  if (!section_->object_blocks_.empty()) it.bits_ = marks_of(section_->object_blocks_[0])[0];
+  it.settle();
+  return it;
+}
+
+LumoDesignSection::Objects::iterator LumoDesignSection::Objects::end() const { return {}; }
+
+bool LumoDesignSection::Objects::iterator::operator!=(const iterator&) const {
+  return block_ < section_->object_blocks_.size() + section_->far_objects_.size();
+}
+
+void LumoDesignSection::Objects::iterator::settle() {
+  // A block made during the walk is walked too.
+  const std::size_t blocks = section_->object_blocks_.size();
+  while (block_ < blocks && !bits_) {
+    if (++word_ == kMarkWords) {
+      word_ = 0;
+      if (++block_ == blocks) break;
+    }
+    bits_ = marks_of(section_->object_blocks_[block_])[word_];
+  }
+  // Past the blocks, one place for each far object: word_ and bits_ stay 0.
+  if (block_ >= blocks) word_ = 0, bits_ = 0;
+}
+
+LumoObject* LumoDesignSection::Objects::iterator::operator*() const {
+  const std::size_t blocks = section_->object_blocks_.size();
+  if (block_ >= blocks) return section_->far_objects_[block_ - blocks];
+  std::size_t place = word_ * 64 + static_cast<std::size_t>(std::countr_zero(bits_));
+  return reinterpret_cast<LumoObject*>(reinterpret_cast<char*>(section_->object_blocks_[block_]) +
+                                       place * 8);
+}
+
+LumoDesignSection::Objects::iterator& LumoDesignSection::Objects::iterator::operator++() {
+  if (block_ >= section_->object_blocks_.size()) {
+    ++block_;
+    return *this;
+  }
+  bits_ &= bits_ - 1;
+  settle();
+  return *this;
 }
 
 char* LumoDesignSection::copy(const char* text) {
@@ -130,10 +277,7 @@ LumoDesign::~LumoDesign() {
         }
     LUMO.forget(this);
   }
-  for (LumoDesignSection* s : sections_) {
-    s->objects_.clear();
-    delete s;
-  }
+  for (LumoDesignSection* s : sections_) delete s;
 }
 
 LumoTypePtr& LumoDesign::classType() { return lumotype_LumoDesign; }
@@ -304,7 +448,7 @@ void LumoInterface::message(const char* format, ...) {
 
 void* lumo_new(std::size_t size, LumoDesignSection* section, LumoDomain*, LumoTypePtr&) {
   if (!section) return nullptr;
-  void* place = section->allocate(size);
+  void* place = section->allocateObject(size);
   if (place) pending = {static_cast<char*>(place), size, section};
   return place;
 }
@@ -368,4 +512,24 @@ const char* lumo_build_aggname(const char* schema_name, const char* class_name) 
 FILE* lumo_fopen(const char* name, const char* mode) {
   if (!name || !mode) return nullptr;
   return std::fopen(name, mode);
+}
+
+namespace {
+std::map<const LumoObject*, LumoDesignSection*>& far_objects() {
+  static auto* map = new std::map<const LumoObject*, LumoDesignSection*>();  // lives to the end
+  return *map;
+}
+}  // namespace
+
+LumoDesignSection* lumo_detail::far_section(const LumoObject* object) {
+  auto& map = far_objects();
+  auto it = map.find(object);
+  return it == map.end() ? nullptr : it->second;
+}
+
+void lumo_detail::remember_far(const LumoObject* object, LumoDesignSection* section) {
+  if (section)
+    far_objects()[object] = section;
+  else
+    far_objects().erase(object);
 }

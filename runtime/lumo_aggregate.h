@@ -2,6 +2,7 @@
 // and the ready-made typed aggregates of plain values and runtime objects.
 #pragma once
 
+#include <algorithm>
 #include <type_traits>
 
 #include "lumo_object.h"
@@ -31,7 +32,10 @@ class LumoAggregate : public LumoObject {
   char isEqual(LumoObject* other, unsigned depth = 0, char deep = 0) override;
   void _findObjects(LumoDomain* domain, LumoAggregate* out, unsigned depth, char deep,
                     char seen) override;
-  LumoDataPtr data() override { return LumoDataPtr(elements_); }
+  LumoDataPtr data() override {
+    if (isPacked()) unpack();
+    return LumoDataPtr(elements_);
+  }
   LumoDataPtr slotAddress(LumoAttribute* attribute, unsigned i) override;
   LumoTypePtr& slotType(LumoAttribute* attribute, unsigned i) override;
 
@@ -49,13 +53,45 @@ class LumoAggregate : public LumoObject {
   char _remove(int value);
 
   Elements elementKind() const { return kind_; }
+
+  // Packed storage. A list of value structures made only of reals (points and the like, which
+  // fill real files by the hundred thousand) may hold just their reals, width of them an
+  // element, one after the other in its element block, instead of an object for each element
+  // and a pointer to it. The reader fills lists so. The element objects are made when anything
+  // first asks for an element or the element storage (operator[], data(), find, a store, the
+  // dictionary's walks): all of them at once, in the list's section, after which the list is an
+  // ordinary list of pointers for good. So an element object, once handed out, lives as long as
+  // its design, and is the same object each time it is asked for, as in any list.
+  bool isPacked() const { return packedWidth() != 0; }
+  unsigned packedWidth() const { return flags_ >> kChoiceShift; }
+  // The reals of element i while the list is packed; null when it isn't, or i is past the end.
+  const double* packedAt(unsigned i) const {
+    return isPacked() && i < size_ ? static_cast<const double*>(elements_) + i * packedWidth()
+                                   : nullptr;
+  }
   // Position of the element that is object (converted to the element class).
   unsigned find_object(LumoObject* object);
 
  protected:
   virtual char _allocateElements(unsigned n);
+  // The section that holds the elements: the list's, or the runtime's own for a list of no
+  // design.
+  LumoDesignSection* elementSection();
+  // Makes the element objects of a packed list (see isPacked); nothing for a list that can't be
+  // packed.
+  virtual void unpack() {}
+  // Starts packed storage of width reals an element, with room for capacity elements; only on
+  // an empty list that holds no storage yet. False when memory runs out.
+  char startPacked(unsigned width, unsigned capacity);
+  // The reals of one more element of a packed list, zero; null when memory runs out.
+  double* appendPacked();
+  // Leaves packed storage: the list is empty and ordinary; answers the reals it held.
+  const double* leavePacked();
   // Element i as the bytes of one value; for text a char*.
-  char* at(unsigned i) { return static_cast<char*>(elements_) + i * width(); }
+  char* at(unsigned i) {
+    if (isPacked()) unpack();
+    return static_cast<char*>(elements_) + i * width();
+  }
   unsigned width() const {
     switch (kind_) {
       case Elements::integer:
@@ -237,6 +273,23 @@ class LumoObjectAggregate
 
  public:
   explicit LumoObjectAggregate(unsigned capacity = 0) : Base(capacity) {}
+  // An empty list that will hold n elements packed (see LumoAggregate::isPacked), for element
+  // classes made only of reals: X names their number in lumo_packed_width and makes an element
+  // from them with from_packed.
+  static constexpr bool packable = requires { X::lumo_packed_width; };
+  explicit LumoObjectAggregate(unsigned capacity, bool packed) requires packable : Base(0) {
+    if (!packed || !this->startPacked(X::lumo_packed_width, capacity)) this->capacity(capacity);
+  }
+  // Appends an element given by its reals: packed while the list is packed, else an object.
+  void addValues(const double* values) requires packable {
+    if (this->isPacked()) {
+      if (double* room = this->appendPacked())
+        std::copy(values, values + X::lumo_packed_width, room);
+      return;
+    }
+    X* element = X::from_packed(this->elementSection(), values);
+    if (element) this->insertAt(this->size_, &element);
+  }
   void* _address() override { return this; }
   LumoTypePtr& classType() override { return Self; }
   LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
@@ -281,6 +334,21 @@ class LumoObjectAggregate
   X* first() { return this->size() ? _element(0) : nullptr; }
   X* last() { return this->size() ? _element(this->size() - 1) : nullptr; }
   X** _data() { return reinterpret_cast<X**>(this->data().v); }
+
+ protected:
+  void unpack() override {
+    if constexpr (packable) {
+      if (!this->isPacked()) return;
+      unsigned n = this->size_;
+      const double* values = this->leavePacked();
+      LumoDesignSection* section = this->elementSection();
+      if (!this->_allocateElements(n)) return;
+      X** slots = reinterpret_cast<X**>(this->elements_);
+      for (unsigned i = 0; i < n; ++i)
+        if (!(slots[i] = X::from_packed(section, values + i * X::lumo_packed_width))) return;
+      this->size_ = n;
+    }
+  }
 };
 
 // One named class per aggregate, so that applications can forward-declare it.

@@ -2,6 +2,7 @@
 // process-wide interface LUMO and the table of object-identifier prefixes.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -25,23 +26,66 @@ class LumoDesignSection {
 
   // Raw storage, 8-byte aligned, zeroed; null only when memory runs out.
   void* allocate(std::size_t bytes);
+  // The same for an object: it always goes after the objects made before it.
+  void* allocateObject(std::size_t bytes);
   // A copy of text in this section.
   char* copy(const char* text);
-  // Objects made in this section, in creation order.
-  const std::vector<LumoObject*>& objects() const { return objects_; }
+
+  // The objects made in this section, in creation order: a range to walk (a range-for), with
+  // its size. The section keeps no list of them: each block of its arena marks, a bit for
+  // every eight bytes, where its objects start, and the walk reads the marks of the blocks in
+  // the order they were made. An object made or deleted during a walk may or may not be seen.
+  class Objects {
+   public:
+    class iterator {
+     public:
+      LumoObject* operator*() const;
+      iterator& operator++();
+      // Compared with end() only: true until the walk has passed every block and far object,
+      // those added during the walk too.
+      bool operator!=(const iterator&) const;
+
+     private:
+      friend class Objects;
+      void settle();  // on the next mark from here, or the end
+      const LumoDesignSection* section_ = nullptr;
+      std::size_t block_ = 0;  // place in the section's blocks; past them: the objects far in
+      std::size_t word_ = 0;
+      std::uint64_t bits_ = 0;
+    };
+    iterator begin() const;
+    iterator end() const;
+    std::size_t size() const { return section_->live_; }
+
+   private:
+    friend class LumoDesignSection;
+    explicit Objects(const LumoDesignSection* section) : section_(section) {}
+    const LumoDesignSection* section_;
+  };
+  Objects objects() const { return Objects(this); }
   std::size_t bytesReserved() const { return reserved_; }
+  // The part of it that marks where objects start.
+  std::size_t markBytes() const;
 
  private:
   friend class LumoObject;
   friend class LumoDesign;
   struct Block;
+  void* take(std::size_t bytes, bool object);
+  // An object of the section made, or deleted.
+  void listObject(LumoObject* object, bool far);
+  void unlistObject(LumoObject* object, bool far);
   LumoDesign* design_;
   std::string name_;
   Block* blocks_ = nullptr;
   char* cursor_ = nullptr;
   char* limit_ = nullptr;
   std::size_t reserved_ = 0;
-  std::vector<LumoObject*> objects_;
+  std::size_t live_ = 0;
+  std::vector<Block*> object_blocks_;  // the blocks that hold objects, in creation order
+  // Objects that lie further into a block than its marks reach (larger than a block, which no
+  // compiled class is), in creation order, after all the others in a walk.
+  std::vector<LumoObject*> far_objects_;
 };
 
 // A container of persistent objects, with a root object, named objects and

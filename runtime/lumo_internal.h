@@ -13,6 +13,17 @@ struct PendingAllocation {
 };
 extern PendingAllocation pending;
 
+// Arena blocks are this large and start at multiples of it; a block of its own for a large
+// request is larger, but starts so too.
+constexpr std::uintptr_t kBlockSize = 256 * 1024;
+// The section whose block holds p, for p within the first kBlockSize bytes of a block.
+LumoDesignSection* section_at(const void* p);
+// The section of an object that lies further into a block than that (an object larger than a
+// block, which no compiled class is), kept aside; null for none. remember_far with a null
+// section forgets the object.
+LumoDesignSection* far_section(const LumoObject* object);
+void remember_far(const LumoObject* object, LumoDesignSection* section);
+
 // True if p lies in storage of some design's section.
 bool in_arena(const void* p);
 void register_block(const void* start, std::size_t size);

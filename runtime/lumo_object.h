@@ -55,7 +55,7 @@ class LumoObject {
   void clearModified() { flags_ &= ~kModified; }
 
   LumoDesign* design() const;
-  LumoDesignSection* design_section() const { return section_; }
+  LumoDesignSection* design_section() const;
   LumoDomain* domain();
 
   char isa(LumoTypePtr& type);
@@ -89,16 +89,18 @@ class LumoObject {
   enum : unsigned {
     kModified = 1u << 0,
     kGeneric = 1u << 1,  // an instance of a domain with no compiled class
+    kInSection = 1u << 2,   // in a section's storage: its block tells which section
+    kFarInBlock = 1u << 3,  // further into its block than the block's first part: kept aside
+    kListed = 1u << 4,      // an object of its section, not a member held by value in another
     // A select keeps its current choice here, as the choice's place in its domain's own
     // attributes plus one (0: no choice), which keeps every select two words smaller.
     kChoiceShift = 8,
   };
 
  private:
-  // The section first and the two words after it: with the table pointer the runtime's part
-  // of every object is 24 bytes, no padding.
-  LumoDesignSection* section_ = nullptr;
-
+  // The runtime's part of every object is 16 bytes: the table pointer, the flags and the
+  // object identifier. The section isn't stored: an object in a section lies in one of its
+  // arena blocks, which start at known multiples and name their section in their first word.
  protected:
   unsigned flags_ = 0;
 

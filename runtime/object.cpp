@@ -33,7 +33,28 @@ static bool adopt_pending(LumoObject* self, LumoDesignSection*& section) {
 }
 
 LumoObject::LumoObject() {
-  if (adopt_pending(this, section_)) section_->objects_.push_back(this);
+  LumoDesignSection* section = nullptr;
+  bool own = adopt_pending(this, section);
+  if (!section) return;
+  flags_ |= kInSection;
+  // The allocation starts within the first part of its block; an object that lies beyond it
+  // can't find the block's section from its own address.
+  auto at = reinterpret_cast<std::uintptr_t>(this);
+  auto start = reinterpret_cast<std::uintptr_t>(placed.start);
+  const bool far = (at & ~(kBlockSize - 1)) != (start & ~(kBlockSize - 1));
+  if (far) {
+    flags_ |= kFarInBlock;
+    remember_far(this, section);
+  }
+  if (own) {
+    flags_ |= kListed;
+    section->listObject(this, far);
+  }
+}
+
+LumoDesignSection* LumoObject::design_section() const {
+  if (!(flags_ & kInSection)) return nullptr;
+  return flags_ & kFarInBlock ? far_section(this) : section_at(this);
 }
 
 LumoObject::LumoObject(const LumoObject&) : LumoObject() {}
@@ -41,10 +62,10 @@ LumoObject::LumoObject(const LumoObject&) : LumoObject() {}
 LumoObject& LumoObject::operator=(const LumoObject&) { return *this; }
 
 LumoObject::~LumoObject() {
-  if (!section_ || shutting_down()) return;
-  auto& list = section_->objects_;
-  auto it = std::find(list.rbegin(), list.rend(), this);
-  if (it != list.rend()) list.erase(std::next(it).base());
+  LumoDesignSection* section = design_section();
+  if (flags_ & kFarInBlock) remember_far(this, nullptr);
+  if (!section || shutting_down() || !(flags_ & kListed)) return;
+  section->unlistObject(this, flags_ & kFarInBlock);
 }
 
 void LumoObject::operator delete(void* p) { lumo_delete(p); }
@@ -68,7 +89,10 @@ LumoTypePtr& LumoObject::classType() { return lumotype_LumoObject; }
 
 void LumoObject::modified() { flags_ |= kModified; }
 
-LumoDesign* LumoObject::design() const { return section_ ? section_->design() : nullptr; }
+LumoDesign* LumoObject::design() const {
+  LumoDesignSection* section = design_section();
+  return section ? section->design() : nullptr;
+}
 
 LumoDomain* LumoObject::domain() {
   if (flags_ & kGeneric) return static_cast<LumoGenericStructure*>(this)->genericDomain();

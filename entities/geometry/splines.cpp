@@ -202,9 +202,9 @@ void igs_rational_bspline_curve_entity::pdread() {
   t(igeslib_read_real_array(io, knots));
   int points = igeslib_count(io, k + 1LL);
   w(igeslib_read_real_array(io, points));
-  auto* list = new (LUMO.design()) ListOfigs_coordinate(igeslib_reserve(points));
+  auto* list = new (LUMO.design()) ListOfigs_coordinate(igeslib_reserve(points), true);
   control_points(list);
-  for (int i = 0; i < points; ++i) list->add(igeslib_read_coordinate(io));
+  for (int i = 0; i < points; ++i) igeslib_read_coordinate_onto(io, list);
   v(igeslib_read_real_array(io, 2));
   xnorm(io->read_real());
   ynorm(io->read_real());
@@ -223,7 +223,7 @@ void igs_rational_bspline_curve_entity::pdwrite() {
   for (long long i = 0; i < m_ + n + 1; ++i) io->write_real(igeslib_real_at(t_, i));
   for (long long i = 0; i < n; ++i) io->write_real(igeslib_real_at(weights, i));
   for (long long i = 0; i < n; ++i)
-    igeslib_write_coordinate(io, item_at(control_points_, static_cast<unsigned>(i)));
+    igeslib_write_coordinate_at(io, control_points_, static_cast<unsigned>(i));
   io->write_real(igeslib_real_at(v_, 0));
   io->write_real(igeslib_real_at(v_, 1));
   io->write_real(xnorm_);
@@ -262,14 +262,14 @@ void igs_rational_bspline_surface_entity::pdread() {
     auto* row = new (LUMO.design()) ArrayOfDouble(static_cast<unsigned>(columns));
     row->size(static_cast<unsigned>(columns), 0);
     weights->add(row);
-    points->add(new (LUMO.design()) ListOfigs_coordinate(static_cast<unsigned>(columns)));
+    points->add(new (LUMO.design()) ListOfigs_coordinate(static_cast<unsigned>(columns), true));
   }
   for (int j = 0; j < columns; ++j)
     for (int i = 0; i < rows; ++i)
       (*weights)[static_cast<unsigned>(i)]->put(io->read_real(), static_cast<unsigned>(j));
   for (int j = 0; j < columns; ++j)
     for (int i = 0; i < rows; ++i)
-      (*points)[static_cast<unsigned>(i)]->add(igeslib_read_coordinate(io));
+      igeslib_read_coordinate_onto(io, (*points)[static_cast<unsigned>(i)]);
   u(igeslib_read_real_array(io, 2));
   v(igeslib_read_real_array(io, 2));
 }
@@ -296,7 +296,7 @@ void igs_rational_bspline_surface_entity::pdwrite() {
     for (unsigned i = 0; i < rows; ++i) io->write_real(igeslib_real_at(item_at(weights, i), j));
   for (unsigned j = 0; j < columns; ++j)
     for (unsigned i = 0; i < rows; ++i)
-      igeslib_write_coordinate(io, item_at(item_at(control_points_, i), j));
+      igeslib_write_coordinate_at(io, item_at(control_points_, i), j);
   for (ArrayOfDouble* range : {u_, v_}) {
     io->write_real(igeslib_real_at(range, 0));
     io->write_real(igeslib_real_at(range, 1));

@@ -141,6 +141,13 @@ def declare_accessors(model, w, a, getter=True):
         w("  char %s(int code);", coded_name(a.spelling))
 
 
+def packable(model, e):
+    """A structure of reals alone, with no base but the runtime's: its lists can be packed."""
+    attributes = all_attributes(model, e)
+    return (e.kind == "structure" and not e.bases and attributes
+            and all(cxx_type(model, a.type) == "double" for a in attributes))
+
+
 def declare_class(model, w, e):
     chain_attributes = all_attributes(model, e)
     bases = ", ".join("public virtual " + b for b in e.bases) or "public virtual LumoStructure"
@@ -195,6 +202,13 @@ def declare_class(model, w, e):
         w("  void pdwrite_%s(IgeslibIO* io%s);", name, argument)
     for line in HAND_MEMBERS.get(e.name, ()):
         w(line)
+    if packable(model, e):
+        # Lists of it may hold just the reals of their elements (LumoAggregate::isPacked).
+        w("  static constexpr unsigned lumo_packed_width = %d;", len(chain_attributes))
+        w("  static %s* from_packed(LumoDesignSection* section, const double* values) {", e.name)
+        w("    return new (section) %s(%s);", e.name,
+          ", ".join("values[%d]" % i for i in range(len(chain_attributes))))
+        w("  }")
     w("")
     # Widest first, dictionary order within a width: no padding falls between fields, which
     # matters in a model of millions of entities. The dictionary binds each attribute to its
@@ -327,6 +341,11 @@ def declare_aggregate(model, w, e):
     w("class %s : public %s {", e.name, aggregate_template(model, e))
     w(" public:")
     w("  explicit %s(unsigned capacity = 0) : LumoObjectAggregate(capacity) {}", e.name)
+    entry = model.entries.get(element)
+    if entry is not None and packable(model, entry):
+        w("  // With packed true, the elements' reals alone until an element is asked for.")
+        w("  %s(unsigned capacity, bool packed) : LumoObjectAggregate(capacity, packed) {}",
+          e.name)
     declare_allocation(w, e.name)
     w("};")
     w("")

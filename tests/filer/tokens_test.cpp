@@ -1,7 +1,10 @@
 // The parameter token reader: values, defaults, the end of a record, poisoning, records
 // crossed, the two mailer repairs, Hollerith strings and the quick way of reading reals.
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -95,8 +98,26 @@ TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
         ".E5,",
         // what ends the token, carries it on, or breaks it
         "1.5;", "1.5  ;", "1.5x,", "1.5\t,", "1.5", "1.5E3", "1..5,", "1.5E3.,", "1.5E+-3,", "+.,",
-        "--1,", "1.2.3,"})
+        "--1,", "1.2.3,",
+        // past the exact product: 17 digits, large and small powers, halfway and subnormal
+        "3.1415926535897932,", "-1.2345678901234567D-100,", "9.8765432109876543E+250,",
+        "0.12345678901234567890D5,", "7.3177701707893310e+15,", "2.2250738585072011e-308,",
+        "2.2250738585072014e-308,", "1.00000000000000011102230246251565404236316680908203125,"})
     cases.emplace_back(c, 0);
+  // Reals as writers print them, at random: 15 to 17 digits, E or D, fixed or not.
+  std::mt19937_64 random(26);
+  for (int i = 0; i < 20000; ++i) {
+    double v;
+    std::uint64_t bits = random();
+    std::memcpy(&v, &bits, sizeof v);
+    if (!std::isfinite(v) || std::fabs(v) < 1e-300) continue;
+    if (i % 2) v = std::ldexp(static_cast<double>(bits >> 11), -53 - static_cast<int>(bits % 40));
+    char text[48];
+    std::snprintf(text, sizeof text, i % 3 ? "%.*E," : "%.*f,", 15 + i % 3, v);
+    if (i % 5 == 0)
+      for (char& c : text) c = c == 'E' ? 'D' : c;
+    if (std::strlen(text) < 40) cases.emplace_back(text, 0);
+  }
   // Ending right at the end of the field, or one column short of it.
   for (std::string data : {"-1.5D3", "12345678901234567890"}) {
     cases.emplace_back(data, 64 - static_cast<int>(data.size()));

@@ -45,6 +45,32 @@ TEST_F(Allocation, ObjectsLiveInTheSectionTheyWereMadeInAndAreFoundByClass) {
   EXPECT_EQ((*found)[0], made[1]);
 }
 
+// A list of points read from a file holds their reals alone; the points become objects, all
+// at once and for good, when anything first asks for one.
+TEST_F(Allocation, PackedListsMakeTheirElementsWhenFirstAsked) {
+  auto* list = new (design) ListOfigs_coordinate(2, true);
+  const double a[] = {1, 2, 3}, b[] = {4, 5, 6};
+  for (const double* values : {a, b, a}) list->addValues(values);  // past the room asked for
+  auto* copy = new (design) ListOfigs_coordinate(*list);
+  const std::size_t objects = design->objectCount();
+  ASSERT_TRUE(list->isPacked());
+  EXPECT_EQ(list->size(), 3u);
+  EXPECT_EQ(list->packedAt(1)[2], 6.0);
+  EXPECT_EQ(list->packedAt(3), nullptr);
+
+  igs_coordinate* point = (*list)[1];
+  EXPECT_FALSE(list->isPacked());
+  EXPECT_EQ(list->packedAt(1), nullptr);
+  EXPECT_EQ(design->objectCount(), objects + 3);
+  EXPECT_EQ(point->z(), 6.0);
+  EXPECT_EQ((*list)[1], point);
+  EXPECT_EQ(point->design_section(), list->design_section());
+  // The copy made while packed still has the reals, and its own objects when asked.
+  EXPECT_EQ(copy->packedAt(2)[0], 1.0);
+  EXPECT_EQ(copy->last()->x(), 1.0);
+  EXPECT_NE(copy->last(), list->last());
+}
+
 // Creation by domain goes to the current design; classes made by every row of the registry
 // are tested with the entities.
 TEST_F(Allocation, PnewInstanceUsesTheDomainsCreator) {
@@ -60,12 +86,30 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
   load_model();
   LumoDesign* d = LUMO.newDesign("short_lived");
   EXPECT_EQ(LUMO.findDesign("short_lived"), d);
+  LumoDesignSection* other = d->section("other");
+  std::vector<LumoObject*> made;
   for (int i = 0; i < 20000; ++i) {
     auto* o = new (d) igs_flow_entity();
+    made.push_back(o);
     lumo_update_prim(o, &o->label_, "a label long enough to need storage of its own");
-    auto* l = new (d) ListOfString(0);
+    auto* l = new (i % 2 ? other : d->defaultSection()) ListOfString(0);
     l->add("text").add("more text");
+    // Objects find their section from the block they lie in, over many blocks.
+    ASSERT_EQ(o->design_section(), d->defaultSection());
+    ASSERT_EQ(l->design_section(), i % 2 ? other : d->defaultSection());
   }
+  // The walk of a section's objects keeps creation order over its many blocks.
+  std::vector<LumoObject*> walked;
+  for (LumoObject* o : d->defaultSection()->objects())
+    if (&o->classType() == &lumotype_igs_flow_entity) walked.push_back(o);
+  EXPECT_EQ(walked, made);
+  EXPECT_EQ(d->objectCount(), 40000u);
+  // A search whose list grows in the design while the design is walked.
+  auto* all = new (d) ListOfLumoObject(0);
+  d->findObjects(all, 0, 1);
+  EXPECT_EQ(all->size(), 40000u);
+  // The runtime's part of an object: table pointer, flags and identifier.
+  EXPECT_EQ(sizeof(LumoObject), 16u);
   EXPECT_GT(d->defaultSection()->bytesReserved(), 20000u * sizeof(igs_flow_entity));
   LumoDesign* before = LUMO.useDesign(d);
   delete d;
