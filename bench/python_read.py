@@ -38,7 +38,7 @@ def python_read_ms(path, passes):
     least = None
     for _ in range(passes):
         start = time.process_time()
-        model = igeslib.read(path)
+        model = igeslib.read(path, threads=1)
         spent = time.process_time() - start
         entities = len(model)
         del model

@@ -4,9 +4,11 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <thread>
 
 #include "igeslib.h"
 #include "igeslib_io.h"
+#include "prescan_internal.h"
 
 namespace {
 
@@ -68,6 +70,9 @@ igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
   filer_ = &filer;
   filer.fp = stream;
   filer.file_bytes = stream_size(stream);
+  // Workers need the file from its first byte, as the stream gives it, and its delimiters.
+  std::unique_ptr<IgeslibPrescan> prescan;
+  const bool from_start = filer.file_bytes > 0 && std::ftell(stream) == 0;
 
   igs_iges_file* result = nullptr;
   bool completed = igeslib_catch_abort([&] {
@@ -75,6 +80,16 @@ igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
     if (!start) return;
     if (!filer.read_start_section(start) && strict) return;
     if (!filer.parse_global_section(global_object(this)) && strict) return;
+    int threads = filer.threads;
+    if (threads <= 0)
+      threads = filer.file_bytes >= IgeslibReadSettings::kThreadedReadBytes
+                    ? static_cast<int>(std::thread::hardware_concurrency())
+                    : 1;
+    if (from_start && threads > 1) {
+      prescan = IgeslibPrescan::start(fileno(stream), filer.file_bytes, filer.param_delimiter,
+                                      filer.record_delimiter, threads - 1);
+      filer.prescan = prescan.get();
+    }
     directory_populated = 1;
     ListOfigs_directory_entry* list = directory_entries();
     filer.parse_de_section(list);

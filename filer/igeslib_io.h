@@ -16,6 +16,8 @@
 #include "lumo.h"
 
 class igs_iges_file;
+class IgeslibPrescan;
+struct IgeslibPreparedReal;
 class igs_global;
 class ListOfigs_datum;
 class igs_directory_entry;
@@ -56,6 +58,12 @@ IgeslibLimits& igeslib_limits();
 struct IgeslibReadNote;
 struct IgeslibReadSettings {
   bool accept_damaged_end = false;
+  // Threads of a read: 1 reads in the calling thread alone; n above 1 adds n - 1 workers that
+  // convert the reals of the Parameter Data section ahead of the reader (the model and the
+  // reports are the same whatever the number); 0 takes the machine's cores for files of
+  // kThreadedReadBytes and more, else 1.
+  int threads = 0;
+  static constexpr long long kThreadedReadBytes = 8 << 20;
   // When set, the read adds a note here for each value that it takes in its own way without
   // a report (see IgeslibReadNote); a checker names them. Null: nothing is noted.
   std::vector<IgeslibReadNote>* notes = nullptr;
@@ -144,6 +152,15 @@ struct IgeslibIO {
   const char* damaged_end = nullptr;  // the first fault of a damaged last record accepted
   std::vector<IgeslibReadNote>* notes = igeslib_read_settings().notes;
   int entity_de = 0;  // DE number of the entity whose records are being read
+  int threads = igeslib_read_settings().threads;
+
+  // --- reals converted ahead by workers (null: none) ---
+  IgeslibPrescan* prescan = nullptr;
+  int prepared_line = 0;  // the record whose prepared reals are in hand
+  const IgeslibPreparedReal* prepared_next = nullptr;
+  const IgeslibPreparedReal* prepared_end = nullptr;
+  // The real prepared at column of the record in hand, as the quick conversion gives it.
+  bool prepared_real(int column, double* value, int* stop);
 
   // --- records ---
   // Brings the next record into line and finds its section letter, sequence number and (for
@@ -322,9 +339,8 @@ inline int igeslib_right_justified_word(std::uint64_t word) {
 inline std::uint64_t igeslib_eight_digits_word(std::uint32_t v) {
   std::uint64_t halves = v + (0x100000000ull - 10000) * ((v * 0x68db8bbull) >> 40);
   std::uint64_t pairs = halves + (0x10000 - 100) * (((halves * 0x147b) >> 19) & 0x7f0000007full);
-  std::uint64_t digits =
-      (pairs + (0x100 - 10) * (((pairs * 0x67) >> 10) & 0xf000f000f000full)) |
-      0x3030303030303030ull;
+  std::uint64_t digits = (pairs + (0x100 - 10) * (((pairs * 0x67) >> 10) & 0xf000f000f000full)) |
+                         0x3030303030303030ull;
 #if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   digits = __builtin_bswap64(digits);
 #endif

@@ -56,10 +56,11 @@ class CurrentDesign {
 // The read settings of the library as a read of the model needs them, put back afterwards.
 class ReadSettings {
  public:
-  ReadSettings(bool accept_damaged_end, std::vector<IgeslibReadNote>* notes)
+  ReadSettings(const ReadOptions& options, std::vector<IgeslibReadNote>* notes)
       : previous_(igeslib_read_settings()) {
-    igeslib_read_settings().accept_damaged_end = accept_damaged_end;
+    igeslib_read_settings().accept_damaged_end = !options.strict;
     igeslib_read_settings().notes = notes;
+    igeslib_read_settings().threads = options.threads;
   }
   ~ReadSettings() { igeslib_read_settings() = previous_; }
   ReadSettings(const ReadSettings&) = delete;
@@ -237,7 +238,7 @@ Model read(const std::filesystem::path& path, const ReadOptions& options) {
   }
 
   state.path = path;
-  ReadSettings settings(!options.strict, &state.notes);
+  ReadSettings settings(options, &state.notes);
   igs_iges_file* result = state.file->read(path.c_str(), options.strict ? 1 : 0);
   state.status = result ? ReadStatus::completed : ReadStatus::stopped;
   if (result && igeslib_damaged_end()) state.damaged_end = igeslib_damaged_end();

@@ -136,6 +136,7 @@ inline bool card_stamps(IgeslibIO& io) {
 void IgeslibIO::read_record() {
   if (line_number != 0 && line_number % 1000 == 0) LUMO.message("Reading line %d", line_number);
   ++line_number;
+  prepared_line = 0;
   if (take_card_image(*this)) {
     if (!card_stamps(*this)) find_stamps();
     return;

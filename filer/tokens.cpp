@@ -14,6 +14,7 @@
 #include <fast_float/fast_float.h>
 
 #include "igeslib_io.h"
+#include "prescan_internal.h"
 
 namespace {
 
@@ -78,7 +79,9 @@ inline const char* accumulate_digits(const char* p, const char* end, std::uint64
 // else the 128-bit product with the power of five). False, with nothing changed, for anything
 // else (more digits, a result past the normal doubles, the rare product that can't decide):
 // the caller reads it the general way.
-bool quick_real(const char* line, int column, int end_column, double* value, int* stop) {
+}  // namespace
+
+bool igeslib_quick_real(const char* line, int column, int end_column, double* value, int* stop) {
 #if FLT_EVAL_METHOD == 0
   const char* p = line + column;
   // A token of more than 41 columns goes the general way, which reports one too long.
@@ -120,7 +123,8 @@ bool quick_real(const char* line, int column, int end_column, double* value, int
   double v;
   if (mantissa == 0) {
     v = 0.0;
-  } else if (scale >= format::min_exponent_fast_path() && scale <= format::max_exponent_fast_path() &&
+  } else if (scale >= format::min_exponent_fast_path() &&
+             scale <= format::max_exponent_fast_path() &&
              mantissa <= format::max_mantissa_fast_path() &&
              fast_float::detail::rounds_to_nearest()) {
     v = static_cast<double>(mantissa);
@@ -139,8 +143,6 @@ bool quick_real(const char* line, int column, int end_column, double* value, int
   return false;
 #endif
 }
-
-}  // namespace
 
 void IgeslibIO::past_end() {
   ++read_items_past_end;
@@ -348,7 +350,9 @@ double IgeslibIO::scan_real() {
       next_data();
       start = column;
     }
-    if ((start != 0 || line_length == 80) && quick_real(line, start, end_column, &value, &stop)) {
+    if ((start != 0 || line_length == 80) &&
+        ((prescan && prepared_real(start, &value, &stop)) ||
+         igeslib_quick_real(line, start, end_column, &value, &stop))) {
       column = stop;
       param_state = PARAM_VALUE;
       number_end(*this, "Missing delimiter after floating point value");
@@ -356,6 +360,24 @@ double IgeslibIO::scan_real() {
     }
   }
   return scan_real_general();
+}
+
+bool IgeslibIO::prepared_real(int at, double* value, int* stop) {
+  if (line_number != prepared_line) {
+    prepared_line = line_number;
+    prepared_next = prepared_end = nullptr;
+    if (f_rec_section == 'P' && end_column == 63 && line_length == 80) {
+      IgeslibPrescan::Span span = prescan->reals_of(line_number, line);
+      prepared_next = span.begin;
+      prepared_end = span.end;
+    }
+  }
+  while (prepared_next != prepared_end && prepared_next->column < at) ++prepared_next;
+  if (prepared_next == prepared_end || prepared_next->column != at) return false;
+  *value = prepared_next->value;
+  *stop = prepared_next->stop;
+  ++prepared_next;
+  return true;
 }
 
 // Any real, one character at a time, with every repair and report.
