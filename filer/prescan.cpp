@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
+#include <system_error>
 
 namespace {
 
@@ -51,21 +53,24 @@ std::unique_ptr<IgeslibPrescan> IgeslibPrescan::start(int fd, long long bytes, c
   for (int i = 0; i < kCard; ++i)
     if (line_end(head[i]) || head[i] == '\0') return nullptr;
   if (!line_end(head[kCard])) return nullptr;
-  std::unique_ptr<IgeslibPrescan> prescan(new IgeslibPrescan);
+  std::unique_ptr<IgeslibPrescan> prescan(new (std::nothrow) IgeslibPrescan);
+  if (!prescan) return nullptr;
   prescan->fd_ = fd;
   prescan->bytes_ = bytes;
   prescan->stride_ =
       line_end(head[kCard + 1]) && head[kCard + 1] != head[kCard] ? kCard + 2 : kCard + 1;
+  workers = std::min(workers, 16);
+  prescan->window_ = 2 + 2 * static_cast<std::size_t>(workers);
   prescan->param_delimiter_ = param_delimiter;
   prescan->record_delimiter_ = record_delimiter;
   const long long block_bytes = static_cast<long long>(kRecords) * prescan->stride_;
   prescan->block_count_ = static_cast<std::size_t>((bytes + block_bytes - 1) / block_bytes);
-  prescan->blocks_.resize(prescan->block_count_);
-  prescan->ready_.assign(prescan->block_count_, false);
   try {
+    prescan->blocks_.resize(prescan->block_count_);
+    prescan->ready_.assign(prescan->block_count_, false);
     for (int i = 0; i < workers; ++i)
       prescan->workers_.emplace_back([p = prescan.get()] { p->work(); });
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     // No thread to be had: whatever workers started carry on, else the reader goes alone.
     if (prescan->workers_.empty()) return nullptr;
   }
@@ -86,7 +91,7 @@ void IgeslibPrescan::work() {
     std::size_t index;
     {
       std::unique_lock<std::mutex> lock(mutex_);
-      changed_.wait(lock, [&] { return stopping_ || next_ >= block_count_ || held_ < window(); });
+      changed_.wait(lock, [&] { return stopping_ || next_ >= block_count_ || held_ < window_; });
       if (stopping_ || next_ >= block_count_) return;
       // The block the reader is in it converts itself: the worker goes on past it.
       index = std::max(next_, released_ + 1);
@@ -94,19 +99,20 @@ void IgeslibPrescan::work() {
       if (index >= block_count_) return;
       ++held_;
     }
-    auto block = std::make_unique<Block>();
-    prepare(*block, index);
+    std::unique_ptr<Block> block(new (std::nothrow) Block);
+    try {
+      if (block) prepare(*block, index);
+    } catch (const std::bad_alloc&) {
+      block.reset();  // short of memory: the reader converts this block's reals itself
+    }
     {
       std::lock_guard<std::mutex> lock(mutex_);
       // A block without reals holds nothing for the reader and takes no room in the window.
-      if (block->reals.empty()) {
-        --held_;
-        block->bytes = {};
-        block->records = 0;
-      }
-      if (index >= released_) {
+      const bool holds = block && !block->reals.empty();
+      if (!holds) --held_;
+      if (index >= released_ && holds) {
         blocks_[index] = std::move(block);
-      } else if (!block->reals.empty()) {
+      } else if (holds) {
         --held_;
       }
       ready_[index] = true;

@@ -53,8 +53,6 @@ class IgeslibPrescan {
   void work();
   void prepare(Block& block, std::size_t index);
   Block* wait_for(std::size_t index);
-  // Blocks holding reals that workers may keep ahead of the reader.
-  std::size_t window() const { return 2 + 2 * workers_.size(); }
 
   int fd_ = -1;
   long long bytes_ = 0;
@@ -62,6 +60,7 @@ class IgeslibPrescan {
   char param_delimiter_ = ',';
   char record_delimiter_ = ';';
   std::size_t block_count_ = 0;
+  std::size_t window_ = 0;  // blocks holding reals that workers may keep ahead of the reader
 
   std::mutex mutex_;
   std::condition_variable changed_;
