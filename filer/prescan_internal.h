@@ -62,7 +62,7 @@ class IgeslibPrescan {
   std::size_t block_count_ = 0;
   std::size_t window_ = 0;  // blocks holding reals that workers may keep ahead of the reader
 
-  std::mutex mutex_;
+  alignas(64) std::mutex mutex_;  // the workers' fields from here, apart from those read alone
   std::condition_variable changed_;
   std::vector<std::unique_ptr<Block>> blocks_;
   std::vector<bool> ready_;   // a worker has finished the block
@@ -72,9 +72,12 @@ class IgeslibPrescan {
   bool stopping_ = false;
   std::vector<std::thread> workers_;
 
-  // The reader's side, touched by the reader alone.
-  Block* current_ = nullptr;
+  // The reader's side, touched by the reader alone, on a cache line of its own: the workers
+  // write the fields above, and a line shared with them would travel between the cores at
+  // every record.
+  alignas(64) Block* current_ = nullptr;
   std::size_t current_index_ = static_cast<std::size_t>(-1);
+  char pad_[64 - sizeof(Block*) - sizeof(std::size_t)] = {};
 };
 
 // The reader's quick conversion of a real standing whole at column of line within the data
