@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstdarg>
 #include <cstdlib>
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <set>
@@ -316,9 +317,28 @@ std::size_t LumoDesign::objectCount() const {
 }
 
 void LumoDesign::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned, char, char) {
+  // Objects of a compiled class answer by their class alone, and a design holds objects of a
+  // few dozen classes: the answers are kept by class in a small table (the walk of a whole
+  // model's objects spent most of its time going up class trees).
+  struct Answer {
+    const LumoType* type = nullptr;
+    bool is = false;
+  };
+  Answer answers[64];
   for (LumoDesignSection* s : sections_)
-    for (LumoObject* o : s->objects())
-      if (o != out && o->isa(target)) out->addObject(o);
+    for (LumoObject* o : s->objects()) {
+      if (o == out) continue;
+      bool is;
+      if (o->isGeneric()) {
+        is = o->isa(target);
+      } else {
+        const LumoType* type = &*o->classType();
+        Answer& kept = answers[(reinterpret_cast<std::uintptr_t>(type) >> 4) % 64];
+        if (kept.type != type) kept = {type, o->isa(target) != 0};
+        is = kept.is;
+      }
+      if (is) out->addObject(o);
+    }
 }
 
 // Matches each domain of the design to the compiled class of the same name:

@@ -52,6 +52,8 @@ class LumoObject {
   // Change tracking.
   void modified();
   bool isModified() const { return (flags_ & kModified) != 0; }
+  // An instance of a domain with no compiled class, whose answers come from its domain.
+  bool isGeneric() const { return (flags_ & kGeneric) != 0; }
   void clearModified() { flags_ &= ~kModified; }
 
   LumoDesign* design() const;
