@@ -328,7 +328,8 @@ void LumoAggregate::display(unsigned indent, char deep) {
 char LumoAggregate::isEqual(LumoObject* other, unsigned depth, char deep) {
   if (other == this) return 1;
   auto* that = dynamic_cast<LumoAggregate*>(other);
-  if (!that || that->elementKind() != elementKind() || that->size_ != size_ || &other->classType() != &classType())
+  if (!that || that->elementKind() != elementKind() || that->size_ != size_ ||
+      &other->classType() != &classType())
     return 0;
   for (unsigned i = 0; i < size_; ++i) {
     if (equalAt(i, that->at(i))) continue;

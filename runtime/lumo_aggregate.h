@@ -52,9 +52,7 @@ class LumoAggregate : public LumoObject {
   char _remove(void* element, LumoTypePtr& type);
   char _remove(int value);
 
-  Elements elementKind() const {
-    return static_cast<Elements>((flags_ >> kKindShift) & kKindMask);
-  }
+  Elements elementKind() const { return static_cast<Elements>((flags_ >> kKindShift) & kKindMask); }
 
   // Packed storage. A list of value structures made only of reals (points and the like, which
   // fill real files by the hundred thousand) may hold just their reals, width of them an

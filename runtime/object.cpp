@@ -261,13 +261,32 @@ void LumoObject::activate() {}
 
 LumoDataPtr LumoObject::data() { return LumoDataPtr(); }
 
+// Puts a copy of the shared select in slot, made in owner's section, in its place.
+static void own_shared(LumoObject* owner, LumoDataPtr slot, LumoDomain* domain) {
+  auto* held = dynamic_cast<LumoUnion*>(from_slot(*slot.p, domain));
+  if (!held || !held->isShared()) return;
+  LumoType& type = *held->classType();
+  LumoDesignSection* section =
+      owner->design_section() ? owner->design_section() : unowned_section();
+  auto* copy =
+      type.creator ? dynamic_cast<LumoUnion*>(type.creator(section, held->domain(), 0)) : nullptr;
+  if (!copy) return;
+  *copy = *held;
+  *slot.p = to_slot(copy, domain);
+}
+
 LumoDataPtr LumoObject::slotAddress(LumoAttribute* attribute, unsigned) {
   if (!attribute || attribute->offset() < 0 || !attribute->owner()) return LumoDataPtr();
   LumoType* owner = type_of(attribute->owner());
   if (!owner) return LumoDataPtr();
   long base = classType()->offsetOf(owner);
   if (base < 0) return LumoDataPtr();
-  return LumoDataPtr(static_cast<char*>(_address()) + base + attribute->offset());
+  LumoDataPtr slot(static_cast<char*>(_address()) + base + attribute->offset());
+  // Whoever reaches a slot by its attribute may change what it holds: a shared select becomes
+  // this object's own first (see lumo_own).
+  if (*slot.p && !lumo_is_delayed(*slot.p) && kind_of(attribute->slotDomain()) == LumoKind::object)
+    own_shared(this, slot, attribute->slotDomain());
+  return slot;
 }
 
 LumoTypePtr& LumoObject::slotType(LumoAttribute* attribute, unsigned) {
