@@ -131,6 +131,26 @@ const double* LumoAggregate::leavePacked() {
   return values;
 }
 
+void LumoAggregate::ownElements() {
+  const std::size_t bytes =
+      std::size_t{size_} * (isPacked() ? packedWidth() * sizeof(double) : width());
+  void* fresh = bytes ? elementSection()->allocate(bytes) : nullptr;
+  if (fresh) std::memcpy(fresh, elements_, bytes);
+  elements_ = fresh;
+  if (!fresh) size_ = 0;  // no memory left: empty rather than shared
+  capacity_ = size_;
+  if (elementKind() != Elements::pointer || isPacked()) return;
+  // Elements that are shared themselves become this aggregate's own too.
+  LumoDomain* domain = getAttribute(nullptr) ? getAttribute(nullptr)->slotDomain() : nullptr;
+  auto** slots = static_cast<void**>(elements_);
+  for (unsigned i = 0; i < size_; ++i) {
+    LumoObject* held =
+        slots[i] && !lumo_is_delayed(slots[i]) ? from_slot(slots[i], domain) : nullptr;
+    if (!held || !held->isShared()) continue;
+    if (LumoObject* copy = own_copy(held, elementSection())) slots[i] = to_slot(copy, domain);
+  }
+}
+
 bool LumoAggregate::equalAt(unsigned i, const void* value) const {
   if (isPacked()) const_cast<LumoAggregate*>(this)->unpack();
   const char* slot = static_cast<const char*>(elements_) + i * width();

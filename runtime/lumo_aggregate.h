@@ -52,6 +52,9 @@ class LumoAggregate : public LumoObject {
   char _remove(void* element, LumoTypePtr& type);
   char _remove(int value);
 
+  // Gives a copy element storage of its own, holding the same elements (copies share theirs).
+  void ownElements();
+
   Elements elementKind() const { return static_cast<Elements>((flags_ >> kKindShift) & kKindMask); }
 
   // Packed storage. A list of value structures made only of reals (points and the like, which
@@ -382,3 +385,18 @@ LUMO_AGGREGATE_CLASS(ListOfLumoDomain, LumoObjectAggregate, LumoDomain, LumoAggK
                      lumotype_LumoDomain)
 #undef LUMO_AGGREGATE_FAMILY
 #undef LUMO_AGGREGATE_CLASS
+
+// The object in an owner's slot, ready for a change through that owner: an object that many
+// owners share is first copied (into the owner's section, or the heap for an owner of none),
+// an aggregate with elements of its own, and the copy takes the slot. T is the slot's compiled
+// class.
+template <class T>
+T* lumo_own(LumoObject* owner, T*& slot) {
+  if (slot && !lumo_is_delayed(slot) && slot->isShared()) {
+    LumoDesignSection* section = owner->design_section();
+    T* copy = section ? new (section) T(*slot) : new T(*slot);
+    if constexpr (std::is_base_of_v<LumoAggregate, T>) copy->ownElements();
+    slot = copy;
+  }
+  return slot;
+}

@@ -49,10 +49,10 @@ class LumoObject {
   static void* operator new(std::size_t size, LumoDesignSection* section);
   static void* operator new(std::size_t size, LumoDesignSection* section, LumoDomain* domain);
 
-  // A value object (a select) that many owners hold in their slots at once, made so by a reader
-  // to save an object for each owner. It is never changed in place: an accessor that hands it
-  // out, and the dictionary's slot access, first put a copy of the owner's own in its slot
-  // (lumo_own), so a change through one owner never reaches another.
+  // A value object (a select, an array of numbers) that many owners hold in their slots at once,
+  // made so by a reader to save an object for each owner. It is never changed in place: an accessor
+  // that hands it out, and the dictionary's slot access, first put a copy of the owner's own in its
+  // slot (lumo_own), so a change through one owner never reaches another.
   bool isShared() const { return (flags_ & kShared) != 0; }
   void markShared() { flags_ |= kShared; }
 
@@ -182,15 +182,3 @@ class LumoUnion : public LumoObject {
   LumoAttribute* choice();
   void choose(LumoAttribute* own);  // null: no choice
 };
-
-// The object in an owner's slot, ready for a change through that owner: an object that many
-// owners share is first copied (into the owner's section, or the heap for an owner of none) and
-// the copy takes the slot. T is the slot's compiled class.
-template <class T>
-T* lumo_own(LumoObject* owner, T*& slot) {
-  if (slot && !lumo_is_delayed(slot) && slot->isShared()) {
-    LumoDesignSection* section = owner->design_section();
-    slot = section ? new (section) T(*slot) : new T(*slot);
-  }
-  return slot;
-}

@@ -261,18 +261,27 @@ void LumoObject::activate() {}
 
 LumoDataPtr LumoObject::data() { return LumoDataPtr(); }
 
-// Puts a copy of the shared select in slot, made in owner's section, in its place.
-static void own_shared(LumoObject* owner, LumoDataPtr slot, LumoDomain* domain) {
-  auto* held = dynamic_cast<LumoUnion*>(from_slot(*slot.p, domain));
-  if (!held || !held->isShared()) return;
+LumoObject* lumo_detail::own_copy(LumoObject* held, LumoDesignSection* section) {
   LumoType& type = *held->classType();
-  LumoDesignSection* section =
-      owner->design_section() ? owner->design_section() : unowned_section();
-  auto* copy =
-      type.creator ? dynamic_cast<LumoUnion*>(type.creator(section, held->domain(), 0)) : nullptr;
-  if (!copy) return;
-  *copy = *held;
-  *slot.p = to_slot(copy, domain);
+  LumoObject* copy = type.creator ? type.creator(section, held->domain(), 0) : nullptr;
+  if (auto* select = dynamic_cast<LumoUnion*>(copy)) {
+    *select = *static_cast<LumoUnion*>(held);
+  } else if (auto* aggregate = dynamic_cast<LumoAggregate*>(copy)) {
+    *aggregate = *static_cast<LumoAggregate*>(held);
+    aggregate->ownElements();
+  } else {
+    return nullptr;
+  }
+  return copy;
+}
+
+// Puts a copy of the shared select or aggregate in slot, made in owner's section, in its place.
+static void own_shared(LumoObject* owner, LumoDataPtr slot, LumoDomain* domain) {
+  LumoObject* held = from_slot(*slot.p, domain);
+  if (!held || !held->isShared()) return;
+  LumoDesignSection* section = owner->design_section();
+  if (LumoObject* copy = own_copy(held, section ? section : unowned_section()))
+    *slot.p = to_slot(copy, domain);
 }
 
 LumoDataPtr LumoObject::slotAddress(LumoAttribute* attribute, unsigned) {

@@ -419,8 +419,8 @@ def define_getter(model, w, e, a, name=None):
         w("    modified();")
         w("    %s_ = place ? ::new (place) %s(0) : nullptr;", a.name, a.type)
         w("  }")
-    if type_kind(model, a.type, False) == "select":
-        w("  return lumo_own(this, %s_);", a.name)  # a shared select is copied first
+    if is_aggregate(model, a.type) or type_kind(model, a.type, False) == "select":
+        w("  return lumo_own(this, %s_);", a.name)  # a shared value is copied first
         w("}")
         return
     w("  return %s_;", a.name)
