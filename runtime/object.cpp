@@ -291,9 +291,9 @@ LumoDataPtr LumoObject::slotAddress(LumoAttribute* attribute, unsigned) {
   long base = classType()->offsetOf(owner);
   if (base < 0) return LumoDataPtr();
   LumoDataPtr slot(static_cast<char*>(_address()) + base + attribute->offset());
-  // Whoever reaches a slot by its attribute may change what it holds: a shared select becomes
-  // this object's own first (see lumo_own).
-  if (*slot.p && !lumo_is_delayed(*slot.p) && kind_of(attribute->slotDomain()) == LumoKind::object)
+  // Whoever reaches a slot by its attribute may change what it holds: a shared select or
+  // aggregate becomes this object's own first (see lumo_own).
+  if (kind_of(attribute->slotDomain()) == LumoKind::object && *slot.p && !lumo_is_delayed(*slot.p))
     own_shared(this, slot, attribute->slotDomain());
   return slot;
 }
