@@ -3,6 +3,8 @@
 #pragma once
 
 #include <climits>
+#include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "igeslib.h"
@@ -181,6 +183,41 @@ inline ArrayOfDouble* igeslib_read_real_array(IgeslibIO* io, int n) {
     for (; done < next; ++done) slots[done] = io->read_real();
   }
   return values;
+}
+
+// An array of the n reals at values that the entities holding the same reals share: knot
+// vectors, weights of 1 and parameter ranges repeat through a file. The design keeps one array
+// for each run of reals, compared bit for bit; an entity's accessor gives it a copy of its own
+// before any change (lumo_own).
+inline ArrayOfDouble* igeslib_shared_reals(const double* values, unsigned n) {
+  LumoDesign* design = LUMO.design();
+  const std::size_t bytes = sizeof(double) * n;
+  std::uint64_t key = n * 0x9e3779b97f4a7c15u;
+  for (unsigned i = 0; i < n; ++i) {
+    std::uint64_t bits;
+    std::memcpy(&bits, values + i, sizeof bits);
+    key = ((key ^ bits) * 0x100000001b3u) ^ (key >> 29);
+  }
+  auto* held = static_cast<ArrayOfDouble*>(
+      design->sharedObject(&lumotype_ArrayOfDouble, static_cast<long long>(key)));
+  if (held && held->size() == n && (n == 0 || !std::memcmp(held->_data(), values, bytes)))
+    return held;
+  auto* made = new (design) ArrayOfDouble(n);
+  if (!made->size(n, 0)) return made;
+  if (n) std::memcpy(made->_data(), values, bytes);
+  if (!held) design->shareObject(&lumotype_ArrayOfDouble, static_cast<long long>(key), made);
+  return made;
+}
+
+// Runs of reals longer than this are read into an array of their own: they rarely repeat.
+constexpr int kIgeslibLongestShared = 1024;
+
+// The next n reals of the record as an array shared as igeslib_shared_reals says.
+inline ArrayOfDouble* igeslib_read_shared_real_array(IgeslibIO* io, int n) {
+  if (!LUMO.design() || n < 0 || n > kIgeslibLongestShared) return igeslib_read_real_array(io, n);
+  double reals[kIgeslibLongestShared];
+  for (int i = 0; i < n; ++i) reals[i] = io->read_real();
+  return igeslib_shared_reals(reals, static_cast<unsigned>(n));
 }
 
 // Reals of an array as written: at place i the element, 0 where the array has none.

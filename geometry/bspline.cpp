@@ -209,8 +209,8 @@ std::vector<Vec3> points_of(ListOfigs_coordinate* list) {
 std::unique_ptr<Curve> make_bspline_curve(igs_directory_entry* entity, Build& build) {
   auto* e = lumo_cast<igs_rational_bspline_curve_entity>(entity);
   if (!e) return build.wrong_class(entity, "curve");
-  std::vector<double> knots = values_of(e->t());
-  std::vector<double> weights = values_of(e->w());
+  std::vector<double> knots = values_of(held(e, e->t_));
+  std::vector<double> weights = values_of(held(e, e->w_));
   std::vector<Vec3> points = points_of(e->control_points());
   int degree = e->m();
   // A curve marked polynomial takes its weights as all equal, as the flag says, unless they
@@ -223,7 +223,7 @@ std::unique_ptr<Curve> make_bspline_curve(igs_directory_entry* entity, Build& bu
   if (!fault.empty()) return build.fail(fault);
   int n = int(points.size()) - 1;
   Interval range{knots[degree], knots[n + 1]};
-  ArrayOfDouble* v = e->v();
+  ArrayOfDouble* v = held(e, e->v_);
   if (v && v->size() >= 2) {
     double v0 = (*v)[0], v1 = (*v)[1];
     // The stated range, where it is a real one inside the knots; else the knots' own.

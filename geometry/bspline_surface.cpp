@@ -108,9 +108,10 @@ std::unique_ptr<Surface> make_bspline_surface(igs_directory_entry* entity, Build
     points.insert(points.end(), r.begin(), r.end());
   }
   std::vector<double> weights;
-  ListOfArrayOfDouble* w = e->w();
-  bool weights_fit = w->size() == nu;
-  for (unsigned i = 0; i < w->size(); ++i) {
+  ListOfArrayOfDouble* w = held(e, e->w_);
+  const unsigned rows = w ? w->size() : 0;
+  bool weights_fit = rows == nu;
+  for (unsigned i = 0; i < rows; ++i) {
     std::vector<double> r = values_of((*w)[i]);
     weights_fit = weights_fit && r.size() == nv;
     weights.insert(weights.end(), r.begin(), r.end());
@@ -120,7 +121,7 @@ std::unique_ptr<Surface> make_bspline_surface(igs_directory_entry* entity, Build
       e->prop3() != igs_property3_polynomial ||
       std::adjacent_find(weights.begin(), weights.end(), std::not_equal_to<>()) != weights.end();
   if (!rational) weights.clear();
-  std::vector<double> s = values_of(e->s()), t = values_of(e->t());
+  std::vector<double> s = values_of(held(e, e->s_)), t = values_of(held(e, e->t_));
   std::string fault = bspline_fault(e->m1(), nu, s, {});
   if (fault.empty()) fault = bspline_fault(e->m2(), nv, t, {});
   if (!fault.empty()) return build.fail(fault);
@@ -128,7 +129,8 @@ std::unique_ptr<Surface> make_bspline_surface(igs_directory_entry* entity, Build
   for (double x : weights)
     if (!(x > 0) || !std::isfinite(x)) return build.fail("weight not positive");
   int p = e->m1(), q = e->m2();
-  Domain domain{stated_range(e->u(), {s[p], s[nu]}), stated_range(e->v(), {t[q], t[nv]})};
+  Domain domain{stated_range(held(e, e->u_), {s[p], s[nu]}),
+                stated_range(held(e, e->v_), {t[q], t[nv]})};
   return std::make_unique<BsplineSurface>(entity, p, q, std::move(s), std::move(t), int(nu),
                                           int(nv), std::move(points), std::move(weights), domain);
 }

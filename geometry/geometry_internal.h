@@ -146,6 +146,13 @@ std::string bspline_fault(int degree, std::size_t points, std::span<const double
 
 // The values of a list of reals and the points of a list of coordinates; empty for null.
 std::vector<double> values_of(ArrayOfDouble* array);
+
+// A field of an entity as it stands, for reading only: an array that the reader shares between
+// entities stays shared (its accessor would first give the entity a copy of its own).
+template <class Owner, class T>
+T* held(Owner* owner, T*& field) {
+  return lumo_is_delayed(field) ? static_cast<T*>(lumo_access_object(owner, &field)) : field;
+}
 std::vector<Vec3> points_of(ListOfigs_coordinate* list);
 
 // ---- polylines

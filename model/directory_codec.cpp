@@ -45,24 +45,50 @@ void igeslib_de_note_code(int code, LumoTypePtr& type, const char* name) {
   note_field(IgeslibNoteKind::code, name, type, code, 0);
 }
 
+namespace {
+
+// The select of a value field (a line pattern, level or colour number): most entities of a file
+// name the same few values, so the design keeps one select for each value and every entity
+// that reads it shares it (an accessor gives an entity its own copy before any change). A
+// select that set takes no choice of is the entity's own, and its code is noted.
+template <class Select, class Set>
+Select* shared_value(LumoTypePtr& type, int field, Set set, const char* name) {
+  LumoDesign* design = LUMO.design();
+  if (auto* held = design ? design->sharedObject(&type, field) : nullptr)
+    return static_cast<Select*>(held);
+  auto* select = new (design) Select;
+  if (!set(select, field))
+    note_field(IgeslibNoteKind::code, name, type, field);
+  else if (design)
+    design->shareObject(&type, field, select);
+  return select;
+}
+
+}  // namespace
+
 igs_lineFont* igeslib_de_read_line_font(int field) {
+  if (field >= 0)
+    return shared_value<igs_lineFont>(
+        lumotype_igs_lineFont, field,
+        [](igs_lineFont* font, int code) { return font->_line_pattern(code) != 0; }, "line_font");
   auto* font = new (LUMO.design()) igs_lineFont;
-  if (field < 0) {
-    font->_line_font_definition_entity(lumo_cast<igs_line_font_definition_entity>(
-        igeslib_de_reference(field, true, lumotype_igs_line_font_definition_entity, "line_font")));
-  } else if (!font->_line_pattern(field)) {  // an unknown pattern leaves no choice
-    note_field(IgeslibNoteKind::code, "line_font", lumotype_igs_lineFont, field);
-  }
+  font->_line_font_definition_entity(lumo_cast<igs_line_font_definition_entity>(
+      igeslib_de_reference(field, true, lumotype_igs_line_font_definition_entity, "line_font")));
   return font;
 }
 
 igs_entity_level* igeslib_de_read_level(int field) {
+  if (field >= 0)
+    return shared_value<igs_entity_level>(
+        lumotype_igs_entity_level, field,
+        [](igs_entity_level* level, int number) {
+          level->_int_val(number);
+          return true;
+        },
+        "level");
   auto* level = new (LUMO.design()) igs_entity_level;
-  if (field < 0)
-    level->_definition_levels_entity(lumo_cast<igs_definition_levels_entity>(
-        igeslib_de_reference(field, true, lumotype_igs_definition_levels_entity, "level")));
-  else
-    level->_int_val(field);
+  level->_definition_levels_entity(lumo_cast<igs_definition_levels_entity>(
+      igeslib_de_reference(field, true, lumotype_igs_definition_levels_entity, "level")));
   return level;
 }
 
@@ -89,13 +115,13 @@ igs_entity_view* igeslib_de_read_view(int field) {
 }
 
 igs_entity_color* igeslib_de_read_color(int field) {
+  if (field >= 0)
+    return shared_value<igs_entity_color>(
+        lumotype_igs_entity_color, field,
+        [](igs_entity_color* color, int code) { return color->_color_number(code) != 0; }, "color");
   auto* color = new (LUMO.design()) igs_entity_color;
-  if (field < 0) {
-    color->_color_definition_entity(lumo_cast<igs_color_definition_entity>(
-        igeslib_de_reference(field, true, lumotype_igs_color_definition_entity, "color")));
-  } else if (!color->_color_number(field)) {
-    note_field(IgeslibNoteKind::code, "color", lumotype_igs_entity_color, field);
-  }
+  color->_color_definition_entity(lumo_cast<igs_color_definition_entity>(
+      igeslib_de_reference(field, true, lumotype_igs_color_definition_entity, "color")));
   return color;
 }
 

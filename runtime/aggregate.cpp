@@ -6,7 +6,8 @@
 
 using namespace lumo_detail;
 
-LumoAggregate::LumoAggregate(Elements kind, unsigned capacity) : kind_(kind) {
+LumoAggregate::LumoAggregate(Elements kind, unsigned capacity) {
+  flags_ |= static_cast<unsigned>(kind) << kKindShift;
   if (capacity) _allocateElements(capacity);
 }
 
@@ -15,20 +16,17 @@ LumoAggregate::LumoAggregate(const LumoAggregate& other)
     : LumoObject(other),
       elements_(other.elements_),
       size_(other.size_),
-      capacity_(other.capacity_),
-      kind_(other.kind_),
-      unique_(other.unique_) {
-  flags_ |= other.packedWidth() << kChoiceShift;
+      capacity_(other.capacity_) {
+  flags_ |= other.flags_ & (kWidthBits | kKindMask << kKindShift | kUnique);
 }
 
 LumoAggregate& LumoAggregate::operator=(const LumoAggregate& other) {
   LumoObject::operator=(other);
-  flags_ = (flags_ & ((1u << kChoiceShift) - 1)) | (other.packedWidth() << kChoiceShift);
+  const unsigned own = kWidthBits | kKindMask << kKindShift | kUnique;
+  flags_ = (flags_ & ~own) | (other.flags_ & own);
   elements_ = other.elements_;
   size_ = other.size_;
   capacity_ = other.capacity_;
-  kind_ = other.kind_;
-  unique_ = other.unique_;
   return *this;
 }
 
@@ -62,7 +60,7 @@ char LumoAggregate::capacity(unsigned n) { return _allocateElements(n); }
 char LumoAggregate::size(unsigned n, int fill) {
   if (n > capacity_ && !_allocateElements(n)) return 0;
   // Asked once: a cast is dear, and arrays of reals grow here one element at a time.
-  const bool enumerators = kind_ == Elements::integer && dynamic_cast<LumoEnumArray*>(this);
+  const bool enumerators = elementKind() == Elements::integer && dynamic_cast<LumoEnumArray*>(this);
   if (fill < 0 && enumerators) fill = -1;
   for (unsigned i = size_; i < n; ++i) {
     std::memset(at(i), 0, width());
@@ -71,7 +69,7 @@ char LumoAggregate::size(unsigned n, int fill) {
       continue;
     }
     if (fill >= 0) {
-      switch (kind_) {
+      switch (elementKind()) {
         case Elements::integer:
           *reinterpret_cast<int*>(at(i)) = fill;
           break;
@@ -127,16 +125,36 @@ double* LumoAggregate::appendPacked() {
 
 const double* LumoAggregate::leavePacked() {
   auto* values = static_cast<const double*>(elements_);
-  flags_ &= (1u << kChoiceShift) - 1;
+  flags_ &= ~kWidthBits;
   elements_ = nullptr;
   size_ = capacity_ = 0;
   return values;
 }
 
+void LumoAggregate::ownElements() {
+  const std::size_t bytes =
+      std::size_t{size_} * (isPacked() ? packedWidth() * sizeof(double) : width());
+  void* fresh = bytes ? elementSection()->allocate(bytes) : nullptr;
+  if (fresh) std::memcpy(fresh, elements_, bytes);
+  elements_ = fresh;
+  if (!fresh) size_ = 0;  // no memory left: empty rather than shared
+  capacity_ = size_;
+  if (elementKind() != Elements::pointer || isPacked()) return;
+  // Elements that are shared themselves become this aggregate's own too.
+  LumoDomain* domain = getAttribute(nullptr) ? getAttribute(nullptr)->slotDomain() : nullptr;
+  auto** slots = static_cast<void**>(elements_);
+  for (unsigned i = 0; i < size_; ++i) {
+    LumoObject* held =
+        slots[i] && !lumo_is_delayed(slots[i]) ? from_slot(slots[i], domain) : nullptr;
+    if (!held || !held->isShared()) continue;
+    if (LumoObject* copy = own_copy(held, elementSection())) slots[i] = to_slot(copy, domain);
+  }
+}
+
 bool LumoAggregate::equalAt(unsigned i, const void* value) const {
   if (isPacked()) const_cast<LumoAggregate*>(this)->unpack();
   const char* slot = static_cast<const char*>(elements_) + i * width();
-  if (kind_ == Elements::text) {
+  if (elementKind() == Elements::text) {
     const char* a = *reinterpret_cast<char* const*>(slot);
     const char* b = *static_cast<const char* const*>(value);
     return (!a || !b) ? a == b : std::strcmp(a, b) == 0;
@@ -146,7 +164,7 @@ bool LumoAggregate::equalAt(unsigned i, const void* value) const {
 
 void LumoAggregate::storeAt(unsigned i, const void* value) {
   modified();
-  if (kind_ == Elements::text) {
+  if (elementKind() == Elements::text) {
     const char* text = *static_cast<const char* const*>(value);
     LumoDesignSection* section = design_section() ? design_section() : unowned_section();
     *reinterpret_cast<char**>(at(i)) = text ? section->copy(text) : nullptr;
@@ -180,10 +198,10 @@ void* LumoAggregate::convertIn(void* element, LumoTypePtr& type) {
 }
 
 char LumoAggregate::_add(void* element, LumoTypePtr& type) {
-  if (kind_ != Elements::pointer) return 0;
+  if (elementKind() != Elements::pointer) return 0;
   void* value = convertIn(element, type);
   if (element && !value) return 0;
-  if (unique_ && value) {
+  if (unique() && value) {
     for (unsigned i = 0; i < size_; ++i)
       if (equalAt(i, &value)) return 1;
   }
@@ -196,7 +214,7 @@ char LumoAggregate::_addIfAbsent(void* element, LumoTypePtr& type) {
 }
 
 unsigned LumoAggregate::_find(void* element, LumoTypePtr& type) {
-  if (kind_ != Elements::pointer) return ~0u;
+  if (elementKind() != Elements::pointer) return ~0u;
   void* value = convertIn(element, type);
   if (element && !value) return ~0u;
   for (unsigned i = 0; i < size_; ++i)
@@ -205,7 +223,7 @@ unsigned LumoAggregate::_find(void* element, LumoTypePtr& type) {
 }
 
 unsigned LumoAggregate::_find(int value) {
-  if (kind_ != Elements::integer) return ~0u;
+  if (elementKind() != Elements::integer) return ~0u;
   for (unsigned i = 0; i < size_; ++i)
     if (equalAt(i, &value)) return i;
   return ~0u;
@@ -222,7 +240,7 @@ char LumoAggregate::_remove(int value) {
 }
 
 unsigned LumoAggregate::find_object(LumoObject* object) {
-  if (kind_ != Elements::pointer || !object) return ~0u;
+  if (elementKind() != Elements::pointer || !object) return ~0u;
   void* value = lumo_cast(object, slotType(nullptr, 0));
   if (!value) return ~0u;
   for (unsigned i = 0; i < size_; ++i)
@@ -231,14 +249,14 @@ unsigned LumoAggregate::find_object(LumoObject* object) {
 }
 
 char LumoAggregate::isObjectAllowed(LumoObject* object, unsigned) {
-  if (kind_ != Elements::pointer) return 0;
+  if (elementKind() != Elements::pointer) return 0;
   if (!object) return 1;
   return object->isa(slotType(nullptr, 0));
 }
 
 char LumoAggregate::addObject(LumoObject* object) {
   if (!isObjectAllowed(object, size_)) return 0;
-  if (unique_ && find_object(object) != ~0u) return 1;
+  if (unique() && find_object(object) != ~0u) return 1;
   void* value = object ? lumo_cast(object, slotType(nullptr, 0)) : nullptr;
   return insertAt(size_, &value);
 }
@@ -266,7 +284,7 @@ LumoDataPtr LumoAggregate::slotAddress(LumoAttribute*, unsigned i) {
 }
 
 LumoTypePtr& LumoAggregate::slotType(LumoAttribute*, unsigned) {
-  switch (kind_) {
+  switch (elementKind()) {
     case Elements::integer:
       return dynamic_cast<LumoEnumArray*>(this) ? lumotype_LumoEnum : lumotype_int;
     case Elements::real:
@@ -288,7 +306,7 @@ void LumoAggregate::display(unsigned indent, char deep) {
   std::printf("%*s%s[%u]\n", static_cast<int>(indent), "", d && d->name() ? d->name() : "?", size_);
   for (unsigned i = 0; i < size_; ++i) {
     std::printf("%*s  [%u] ", static_cast<int>(indent), "", i);
-    switch (kind_) {
+    switch (elementKind()) {
       case Elements::integer:
         std::printf("%d\n", *reinterpret_cast<int*>(at(i)));
         break;
@@ -330,11 +348,12 @@ void LumoAggregate::display(unsigned indent, char deep) {
 char LumoAggregate::isEqual(LumoObject* other, unsigned depth, char deep) {
   if (other == this) return 1;
   auto* that = dynamic_cast<LumoAggregate*>(other);
-  if (!that || that->kind_ != kind_ || that->size_ != size_ || &other->classType() != &classType())
+  if (!that || that->elementKind() != elementKind() || that->size_ != size_ ||
+      &other->classType() != &classType())
     return 0;
   for (unsigned i = 0; i < size_; ++i) {
     if (equalAt(i, that->at(i))) continue;
-    if (kind_ != Elements::pointer || !deep || depth == 0) return 0;
+    if (elementKind() != Elements::pointer || !deep || depth == 0) return 0;
     void* a = *reinterpret_cast<void**>(at(i));
     void* b = *reinterpret_cast<void**>(that->at(i));
     if (!a || !b || lumo_is_delayed(a) || lumo_is_delayed(b)) return 0;
@@ -347,7 +366,7 @@ char LumoAggregate::isEqual(LumoObject* other, unsigned depth, char deep) {
 void LumoAggregate::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned depth, char deep,
                                  char seen) {
   LumoObject::_findObjects(target, out, 0, 0, seen);
-  if (kind_ != Elements::pointer) return;
+  if (elementKind() != Elements::pointer) return;
   LumoType& t = *slotType(nullptr, 0);
   for (unsigned i = 0; i < size_; ++i) {
     void* p = *reinterpret_cast<void**>(at(i));

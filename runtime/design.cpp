@@ -310,6 +310,17 @@ LumoObject* LumoDesign::findName(const char* name) const {
   return it == names_.end() ? nullptr : it->second;
 }
 
+LumoObject* LumoDesign::sharedObject(const void* kind, long long key) const {
+  auto it = shared_.find(SharedKey{kind, key});
+  return it == shared_.end() ? nullptr : it->second;
+}
+
+void LumoDesign::shareObject(const void* kind, long long key, LumoObject* object) {
+  if (!object) return;
+  object->markShared();
+  shared_[SharedKey{kind, key}] = object;
+}
+
 std::size_t LumoDesign::objectCount() const {
   std::size_t n = 0;
   for (LumoDesignSection* s : sections_) n += s->objects().size();

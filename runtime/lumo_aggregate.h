@@ -52,7 +52,10 @@ class LumoAggregate : public LumoObject {
   char _remove(void* element, LumoTypePtr& type);
   char _remove(int value);
 
-  Elements elementKind() const { return kind_; }
+  // Gives a copy element storage of its own, holding the same elements (copies share theirs).
+  void ownElements();
+
+  Elements elementKind() const { return static_cast<Elements>((flags_ >> kKindShift) & kKindMask); }
 
   // Packed storage. A list of value structures made only of reals (points and the like, which
   // fill real files by the hundred thousand) may hold just their reals, width of them an
@@ -63,7 +66,7 @@ class LumoAggregate : public LumoObject {
   // ordinary list of pointers for good. So an element object, once handed out, lives as long as
   // its design, and is the same object each time it is asked for, as in any list.
   bool isPacked() const { return packedWidth() != 0; }
-  unsigned packedWidth() const { return flags_ >> kChoiceShift; }
+  unsigned packedWidth() const { return (flags_ & kWidthBits) >> kChoiceShift; }
   // The reals of element i while the list is packed; null when it isn't, or i is past the end.
   const double* packedAt(unsigned i) const {
     return isPacked() && i < size_ ? static_cast<const double*>(elements_) + i * packedWidth()
@@ -93,7 +96,7 @@ class LumoAggregate : public LumoObject {
     return static_cast<char*>(elements_) + i * width();
   }
   unsigned width() const {
-    switch (kind_) {
+    switch (elementKind()) {
       case Elements::integer:
       case Elements::single:
         return 4;
@@ -107,16 +110,24 @@ class LumoAggregate : public LumoObject {
   void storeAt(unsigned i, const void* value);  // text values are copied
   char insertAt(unsigned i, const void* value);
   char removeAt(unsigned i);
-  bool unique() const { return unique_; }
+  bool unique() const { return (flags_ & kUnique) != 0; }
+  void setUnique(bool unique) { flags_ = unique ? flags_ | kUnique : flags_ & ~kUnique; }
   // Converts an element pointer of type to the element class of this list.
   void* convertIn(void* element, LumoTypePtr& type);
+
+  // The flags word beyond the object's own flags holds the width of packed elements (bits 8 to
+  // 15), the element kind and whether the aggregate is a set (adding an element already present
+  // is a no-op), which keeps an aggregate at 32 bytes.
+  enum : unsigned {
+    kWidthBits = 0xffu << kChoiceShift,
+    kKindShift = 16,
+    kKindMask = 7,
+    kUnique = 1u << 19,
+  };
 
   void* elements_ = nullptr;
   unsigned size_ = 0;
   unsigned capacity_ = 0;
-  Elements kind_;
-  bool unique_ = false;  // a set: adding an element already present is a no-op
-  bool owns_heap_ = false;
 };
 
 class LumoList : public LumoAggregate {
@@ -161,7 +172,7 @@ class LumoPtrBag : public LumoList {
 class LumoPtrSet : public LumoList {
  public:
   explicit LumoPtrSet(unsigned capacity = 0) : LumoList(Elements::pointer, capacity) {
-    unique_ = true;
+    setUnique(true);
   }
   void* _address() override;
   LumoTypePtr& classType() override;
@@ -190,7 +201,7 @@ class LumoTypedAggregate : public std::conditional_t<K == LumoAggKind::array, Lu
 
  public:
   explicit LumoTypedAggregate(unsigned capacity = 0) : Base(LumoElementTraits<T>::kind, capacity) {
-    this->unique_ = (K == LumoAggKind::set);
+    this->setUnique(K == LumoAggKind::set);
   }
   void* _address() override { return this; }
   LumoTypePtr& classType() override { return Self; }
@@ -198,7 +209,7 @@ class LumoTypedAggregate : public std::conditional_t<K == LumoAggKind::array, Lu
 
   // Appends (for a set: unless present); chains. Not for arrays.
   LumoTypedAggregate& add(In value) requires(K != LumoAggKind::array) {
-    if (!this->unique_ || find(value) == ~0u) this->insertAt(this->size_, &value);
+    if (!this->unique() || find(value) == ~0u) this->insertAt(this->size_, &value);
     return *this;
   }
   LumoTypedAggregate& addIfAbsent(In value) requires(K != LumoAggKind::array) {
@@ -374,3 +385,18 @@ LUMO_AGGREGATE_CLASS(ListOfLumoDomain, LumoObjectAggregate, LumoDomain, LumoAggK
                      lumotype_LumoDomain)
 #undef LUMO_AGGREGATE_FAMILY
 #undef LUMO_AGGREGATE_CLASS
+
+// The object in an owner's slot, ready for a change through that owner: an object that many
+// owners share is first copied (into the owner's section, or the heap for an owner of none),
+// an aggregate with elements of its own, and the copy takes the slot. T is the slot's compiled
+// class.
+template <class T>
+T* lumo_own(LumoObject* owner, T*& slot) {
+  if (slot && !lumo_is_delayed(slot) && slot->isShared()) {
+    LumoDesignSection* section = owner->design_section();
+    T* copy = section ? new (section) T(*slot) : new T(*slot);
+    if constexpr (std::is_base_of_v<LumoAggregate, T>) copy->ownElements();
+    slot = copy;
+  }
+  return slot;
+}

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "lumo_error.h"
@@ -125,7 +126,26 @@ class LumoDesign : public LumoObject {
   std::size_t objectCount() const;
   bool active() const { return active_; }
 
+  // Value objects that many owners of the design hold at once (LumoObject::isShared), one for
+  // each kind and key; kind is any address that names what the key counts. Null until one is
+  // stored.
+  LumoObject* sharedObject(const void* kind, long long key) const;
+  // Stores object under kind and key and marks it shared.
+  void shareObject(const void* kind, long long key, LumoObject* object);
+
  private:
+  struct SharedKey {
+    const void* kind;
+    long long key;
+    bool operator==(const SharedKey&) const = default;
+  };
+  struct SharedHash {
+    std::size_t operator()(const SharedKey& k) const {
+      return std::hash<const void*>()(k.kind) ^
+             (static_cast<std::size_t>(k.key) * 0x9e3779b97f4a7c15u);
+    }
+  };
+  std::unordered_map<SharedKey, LumoObject*, SharedHash> shared_;
   std::string name_;
   LumoObject* root_ = nullptr;
   std::vector<LumoDesignSection*> sections_;

@@ -42,6 +42,10 @@ LumoObject* from_slot(void* slot_value, LumoDomain* domain);
 // The attribute of domain's own attributes called name.
 LumoAttribute* own_attribute(LumoDomain* domain, const char* name);
 
+// A copy, in section, of a shared select or aggregate (an aggregate with elements of its own,
+// shared elements copied in turn); null for any other object or when memory runs out.
+LumoObject* own_copy(LumoObject* shared, LumoDesignSection* section);
+
 bool shutting_down();
 
 }  // namespace lumo_detail

@@ -49,6 +49,13 @@ class LumoObject {
   static void* operator new(std::size_t size, LumoDesignSection* section);
   static void* operator new(std::size_t size, LumoDesignSection* section, LumoDomain* domain);
 
+  // A value object (a select, an array of numbers) that many owners hold in their slots at once,
+  // made so by a reader to save an object for each owner. It is never changed in place: an accessor
+  // that hands it out, and the dictionary's slot access, first put a copy of the owner's own in its
+  // slot (lumo_own), so a change through one owner never reaches another.
+  bool isShared() const { return (flags_ & kShared) != 0; }
+  void markShared() { flags_ |= kShared; }
+
   // Change tracking.
   void modified();
   bool isModified() const { return (flags_ & kModified) != 0; }
@@ -90,10 +97,11 @@ class LumoObject {
 
   enum : unsigned {
     kModified = 1u << 0,
-    kGeneric = 1u << 1,  // an instance of a domain with no compiled class
+    kGeneric = 1u << 1,     // an instance of a domain with no compiled class
     kInSection = 1u << 2,   // in a section's storage: its block tells which section
     kFarInBlock = 1u << 3,  // further into its block than the block's first part: kept aside
     kListed = 1u << 4,      // an object of its section, not a member held by value in another
+    kShared = 1u << 5,      // held by many owners, copied before any change (isShared)
     // A select keeps its current choice here, as the choice's place in its domain's own
     // attributes plus one (0: no choice), which keeps every select two words smaller.
     kChoiceShift = 8,

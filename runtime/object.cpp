@@ -261,13 +261,41 @@ void LumoObject::activate() {}
 
 LumoDataPtr LumoObject::data() { return LumoDataPtr(); }
 
+LumoObject* lumo_detail::own_copy(LumoObject* held, LumoDesignSection* section) {
+  LumoType& type = *held->classType();
+  LumoObject* copy = type.creator ? type.creator(section, held->domain(), 0) : nullptr;
+  if (auto* select = dynamic_cast<LumoUnion*>(copy)) {
+    *select = *static_cast<LumoUnion*>(held);
+  } else if (auto* aggregate = dynamic_cast<LumoAggregate*>(copy)) {
+    *aggregate = *static_cast<LumoAggregate*>(held);
+    aggregate->ownElements();
+  } else {
+    return nullptr;
+  }
+  return copy;
+}
+
+// Puts a copy of the shared select or aggregate in slot, made in owner's section, in its place.
+static void own_shared(LumoObject* owner, LumoDataPtr slot, LumoDomain* domain) {
+  LumoObject* held = from_slot(*slot.p, domain);
+  if (!held || !held->isShared()) return;
+  LumoDesignSection* section = owner->design_section();
+  if (LumoObject* copy = own_copy(held, section ? section : unowned_section()))
+    *slot.p = to_slot(copy, domain);
+}
+
 LumoDataPtr LumoObject::slotAddress(LumoAttribute* attribute, unsigned) {
   if (!attribute || attribute->offset() < 0 || !attribute->owner()) return LumoDataPtr();
   LumoType* owner = type_of(attribute->owner());
   if (!owner) return LumoDataPtr();
   long base = classType()->offsetOf(owner);
   if (base < 0) return LumoDataPtr();
-  return LumoDataPtr(static_cast<char*>(_address()) + base + attribute->offset());
+  LumoDataPtr slot(static_cast<char*>(_address()) + base + attribute->offset());
+  // Whoever reaches a slot by its attribute may change what it holds: a shared select or
+  // aggregate becomes this object's own first (see lumo_own).
+  if (kind_of(attribute->slotDomain()) == LumoKind::object && *slot.p && !lumo_is_delayed(*slot.p))
+    own_shared(this, slot, attribute->slotDomain());
+  return slot;
 }
 
 LumoTypePtr& LumoObject::slotType(LumoAttribute* attribute, unsigned) {

@@ -3,6 +3,9 @@
 // B-splines. The file's counts are trusted as far as the file could hold them; the writers
 // derive the counts back from the arrays, each in its own way, and write 0 where an array
 // falls short of what a count says.
+#include <cstring>
+#include <vector>
+
 #include "../igeslib_parameters.h"
 
 namespace {
@@ -199,13 +202,13 @@ void igs_rational_bspline_curve_entity::pdread() {
   igeslib_read_code(io, [&](int n) { return prop4(n); }, {"prop4", &lumotype_igs_property4});
   int knots = igeslib_count(io, static_cast<long long>(k) + degree + 2);
   m(degree);
-  t(igeslib_read_real_array(io, knots));
+  t(igeslib_read_shared_real_array(io, knots));
   int points = igeslib_count(io, k + 1LL);
-  w(igeslib_read_real_array(io, points));
+  w(igeslib_read_shared_real_array(io, points));
   auto* list = new (LUMO.design()) ListOfigs_coordinate(igeslib_reserve(points), true);
   control_points(list);
   for (int i = 0; i < points; ++i) igeslib_read_coordinate_onto(io, list);
-  v(igeslib_read_real_array(io, 2));
+  v(igeslib_read_shared_real_array(io, 2));
   xnorm(io->read_real());
   ynorm(io->read_real());
   znorm(io->read_real());
@@ -215,7 +218,7 @@ void igs_rational_bspline_curve_entity::pdread() {
 void igs_rational_bspline_curve_entity::pdwrite() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
-  ArrayOfDouble* weights = w_ ? w() : nullptr;
+  ArrayOfDouble* weights = lumo_is_delayed(w_) ? w() : w_;  // as it stands: maybe shared
   long long n = weights ? weights->size() : 0;
   io->write_int(static_cast<int>(n - 1));
   io->write_int(m_);
@@ -252,33 +255,44 @@ void igs_rational_bspline_surface_entity::pdread() {
   igeslib_count(io, static_cast<long long>(rows) * columns);
   m1(degree1);
   m2(degree2);
-  s(igeslib_read_real_array(io, knots1));
-  t(igeslib_read_real_array(io, knots2));
+  s(igeslib_read_shared_real_array(io, knots1));
+  t(igeslib_read_shared_real_array(io, knots2));
   auto* weights = new (LUMO.design()) ListOfArrayOfDouble(igeslib_reserve(rows));
   auto* points = new (LUMO.design()) ListOfListOfigs_coordinate(igeslib_reserve(rows));
   w(weights);
   control_points(points);
-  for (int i = 0; i < rows; ++i) {
-    auto* row = new (LUMO.design()) ArrayOfDouble(static_cast<unsigned>(columns));
-    row->size(static_cast<unsigned>(columns), 0);
-    weights->add(row);
+  for (int i = 0; i < rows; ++i)
     points->add(new (LUMO.design()) ListOfigs_coordinate(static_cast<unsigned>(columns), true));
+  // Rows of weights repeat (all 1 in a polynomial surface): short ones are shared, and so the
+  // list is marked shared, which gives the surface its own list and rows before any change.
+  const auto n = static_cast<unsigned>(columns);
+  std::vector<double> grid(std::size_t{n} * static_cast<unsigned>(rows));
+  for (unsigned j = 0; j < n; ++j)
+    for (int i = 0; i < rows; ++i) grid[i * std::size_t{n} + j] = io->read_real();
+  const bool shared = LUMO.design() && columns <= kIgeslibLongestShared;
+  for (int i = 0; i < rows; ++i) {
+    const double* row = grid.data() + i * std::size_t{n};
+    if (shared) {
+      weights->add(igeslib_shared_reals(row, n));
+      continue;
+    }
+    auto* own = new (LUMO.design()) ArrayOfDouble(n);
+    if (own->size(n, 0) && n) std::memcpy(own->_data(), row, n * sizeof(double));
+    weights->add(own);
   }
-  for (int j = 0; j < columns; ++j)
-    for (int i = 0; i < rows; ++i)
-      (*weights)[static_cast<unsigned>(i)]->put(io->read_real(), static_cast<unsigned>(j));
+  if (shared) weights->markShared();
   for (int j = 0; j < columns; ++j)
     for (int i = 0; i < rows; ++i)
       igeslib_read_coordinate_onto(io, (*points)[static_cast<unsigned>(i)]);
-  u(igeslib_read_real_array(io, 2));
-  v(igeslib_read_real_array(io, 2));
+  u(igeslib_read_shared_real_array(io, 2));
+  v(igeslib_read_shared_real_array(io, 2));
 }
 
 // Both upper indices come from the weights: their rows, and the size of the first row.
 void igs_rational_bspline_surface_entity::pdwrite() {
   IgeslibIO* io = igeslib_filer();
   if (!io) return;
-  ListOfArrayOfDouble* weights = w_ ? w() : nullptr;
+  ListOfArrayOfDouble* weights = lumo_is_delayed(w_) ? w() : w_;  // as it stands: maybe shared
   unsigned rows = weights ? weights->size() : 0;
   ArrayOfDouble* first = item_at(weights, 0);
   unsigned columns = first ? first->size() : 0;

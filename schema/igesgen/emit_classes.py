@@ -419,6 +419,10 @@ def define_getter(model, w, e, a, name=None):
         w("    modified();")
         w("    %s_ = place ? ::new (place) %s(0) : nullptr;", a.name, a.type)
         w("  }")
+    if is_aggregate(model, a.type) or type_kind(model, a.type, False) == "select":
+        w("  return lumo_own(this, %s_);", a.name)  # a shared value is copied first
+        w("}")
+        return
     w("  return %s_;", a.name)
     w("}")
 
@@ -502,6 +506,11 @@ def define_codec(model, w, e, held):
     def f(text, *args):
         w.lines.append(text % args)  # always formatted: the C formats are written %%
     mask = dict(zip(MASK_ATTRIBUTES, d["fields"]))
+
+    def held_select(attribute):
+        # Read as it stands: a select the reader shares stays shared when written.
+        a = held[attribute]
+        return "lumo_is_delayed(%s_) ? %s() : %s_" % (a.name, a.spelling, a.name)
     stored = {a for a, place in mask.items() if place in MASK_LETTERS}
     f("void %s::de_read_record_one(int* const fields) {", c)
     f("  pd_pointer = fields[1];")
@@ -551,8 +560,10 @@ def define_codec(model, w, e, held):
             f("  igeslib_de_write_int(out + %d, 1);", column)
         elif place == ".":
             f("  igeslib_de_write_blank(out + %d);", column)
-        elif attribute in ("line_font", "level", "view"):
-            f("  igeslib_de_write_%s(out + %d, %s());", attribute, column, attribute)
+        elif attribute in ("line_font", "level"):
+            f("  igeslib_de_write_%s(out + %d, %s);", attribute, column, held_select(attribute))
+        elif attribute == "view":
+            f("  igeslib_de_write_view(out + %d, view());", column)
         else:
             f("  igeslib_de_write_pointer(out + %d, %s());", column, attribute)
     for k, (attribute, place) in enumerate(zip(STATUS_ATTRIBUTES, d["status"])):
@@ -571,7 +582,7 @@ def define_codec(model, w, e, held):
     else:
         f("  igeslib_de_write_blank(out + 8);")
     if "color" in stored:
-        f("  igeslib_de_write_color(out + 16, color());")
+        f("  igeslib_de_write_color(out + 16, %s);", held_select("color"))
     else:
         f("  igeslib_de_write_blank(out + 16);")
     f("  igeslib_de_write_int(out + 24, pd_line_count);")

@@ -467,4 +467,36 @@ TEST(EntityRecords, ArraysAndItemsThroughTheAccessors) {
   EXPECT_EQ(use->ndx(), 1);
 }
 
+// Entities that read the same runs of reals (knots, weights, parameter ranges) may hold them
+// between them; a change through one entity, by its accessor or by the dictionary, never
+// reaches another.
+TEST(EntityRecords, RepeatedRealsChangedThroughOneEntityOnly) {
+  const Entry curve{126, 0, "126,1,1,1,0,1,0,0.,0.,1.,1.,1.,1.,0.,0.,0.,1.,0.,0.,0.,1.,0.,0.,1.;"};
+  const Entry surface{128, 0, kBSplineSurface};
+  FileRead read(iges_file({curve, curve, curve, surface, surface, surface}));
+  auto* c = read.entity<igs_rational_bspline_curve_entity>(0);
+  auto* c1 = read.entity<igs_rational_bspline_curve_entity>(1);
+  auto* c2 = read.entity<igs_rational_bspline_curve_entity>(2);
+  auto* s = read.entity<igs_rational_bspline_surface_entity>(3);
+  auto* s1 = read.entity<igs_rational_bspline_surface_entity>(4);
+  auto* s2 = read.entity<igs_rational_bspline_surface_entity>(5);
+  for (igs_directory_entry* e : {+c, +c1, +c2}) ASSERT_NE(e, nullptr);
+  for (igs_directory_entry* e : {+s, +s1, +s2}) ASSERT_NE(e, nullptr);
+  auto slot = [](LumoObject* owner, const char* name) {
+    return *owner->slotAddress(owner->getAttribute(name), 0).p;
+  };
+  c->w()->put(5.0, 0);
+  static_cast<ArrayOfDouble*>(slot(c1, "t"))->put(7.0, 3);
+  (*s->w())[0]->put(9.0, 0);
+  (*static_cast<ListOfArrayOfDouble*>(slot(s1, "w")))[1]->put(8.0, 2);
+  EXPECT_EQ(c->w()->get(0), 5.0);
+  EXPECT_EQ(c1->w()->get(0), 1.0);
+  EXPECT_EQ(c1->t()->get(3), 7.0);
+  EXPECT_EQ(c2->t()->get(3), 1.0);
+  EXPECT_EQ((*s->w())[0]->get(0), 9.0);
+  EXPECT_EQ((*s1->w())[0]->get(0), 1.0);
+  EXPECT_EQ((*s1->w())[1]->get(2), 8.0);
+  EXPECT_EQ((*s2->w())[1]->get(2), 6.0);
+}
+
 }  // namespace

@@ -287,6 +287,38 @@ TEST(DirectorySection, FieldsGoToTheEntityTheSequenceNumberNames) {
   EXPECT_EQ(empty.errors(), Errors{});  // the T record agrees: D is 0
 }
 
+// Entities that name the same line font, level and colour may hold one select between them;
+// a change through one entity, by its accessor or by the dictionary, never reaches the others,
+// and what each writes is its own.
+TEST(DirectorySection, ValueFieldsChangedThroughOneEntityOnly) {
+  using igeslib_test::record;
+  IgesText text = head();
+  for (int de = 1; de <= 5; de += 2)
+    text.raw(record('D', de, fields({"110", "1", "0", "1", "5", "0", "0", "0", "0"})))
+        .raw(record('D', de + 1, fields({"110", "0", "3", "1", "0", "", "", "", "0"})));
+  FileRead read(text.raw(record('T', 1, igeslib_test::terminate_text(1, 1, 6, 0))).str());
+  ASSERT_EQ(read.size(), 3u);
+  igs_line_entity* lines[] = {read.entity<igs_line_entity>(0), read.entity<igs_line_entity>(1),
+                              read.entity<igs_line_entity>(2)};
+  for (auto* line : lines) ASSERT_NE(line, nullptr);
+  const std::string one = written(lines[2], true), two = written(lines[2], false);
+  lines[0]->level()->_int_val(7);
+  lines[0]->line_font()->_line_pattern(igs_line_pattern_dashed);
+  lines[0]->color()->_color_number(igs_color_number_red);
+  LumoDataPtr slot = lines[1]->slotAddress(lines[1]->getAttribute("level"), 0);
+  ASSERT_NE(slot.v, nullptr);
+  int eight = 8;
+  ASSERT_TRUE(static_cast<LumoObject*>(*slot.p)->putData(
+      lumotype_igs_entity_level->domain->findTypeAttribute("_int_val"), 0, &eight, lumotype_int));
+  EXPECT_EQ(lines[0]->level()->_int_val(), 7);
+  EXPECT_EQ(lines[1]->level()->_int_val(), 8);
+  EXPECT_EQ(lines[2]->level()->_int_val(), 5);
+  EXPECT_EQ(written(lines[0], true).substr(24, 16), fields({"2", "7"}));
+  EXPECT_EQ(written(lines[0], false).substr(16, 8), fields({"2"}));
+  EXPECT_EQ(written(lines[2], true), one);
+  EXPECT_EQ(written(lines[2], false), two);
+}
+
 TEST(FixedFields, ReadAsTheFormattedScanOfAnInteger) {
   struct Case {
     const char* text;

@@ -110,6 +110,8 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
   EXPECT_EQ(all->size(), 40000u);
   // The runtime's part of an object: table pointer, flags and identifier.
   EXPECT_EQ(sizeof(LumoObject), 16u);
+  // An aggregate adds its element storage, size and capacity; kind and set flag ride in flags.
+  EXPECT_EQ(sizeof(LumoAggregate), 32u);
   EXPECT_GT(d->defaultSection()->bytesReserved(), 20000u * sizeof(igs_flow_entity));
   LumoDesign* before = LUMO.useDesign(d);
   delete d;
