@@ -79,9 +79,8 @@ inline const char* accumulate_digits(const char* p, const char* end, std::uint64
 // else the 128-bit product with the power of five). False, with nothing changed, for anything
 // else (more digits, a result past the normal doubles, the rare product that can't decide):
 // the caller reads it the general way.
-}  // namespace
-
-bool igeslib_quick_real(const char* line, int column, int end_column, double* value, int* stop) {
+[[gnu::always_inline]] inline bool quick_real(const char* line, int column, int end_column,
+                                              double* value, int* stop) {
 #if FLT_EVAL_METHOD == 0
   const char* p = line + column;
   // A token of more than 41 columns goes the general way, which reports one too long.
@@ -142,6 +141,13 @@ bool igeslib_quick_real(const char* line, int column, int end_column, double* va
   (void)line, (void)column, (void)end_column, (void)value, (void)stop;
   return false;
 #endif
+}
+
+}  // namespace
+
+// The same for the workers that convert ahead; the reader's own calls are inlined.
+bool igeslib_quick_real(const char* line, int column, int end_column, double* value, int* stop) {
+  return quick_real(line, column, end_column, value, stop);
 }
 
 void IgeslibIO::past_end() {
@@ -350,9 +356,8 @@ double IgeslibIO::scan_real() {
       next_data();
       start = column;
     }
-    if ((start != 0 || line_length == 80) &&
-        ((prescan && prepared_real(start, &value, &stop)) ||
-         igeslib_quick_real(line, start, end_column, &value, &stop))) {
+    if ((start != 0 || line_length == 80) && ((prescan && prepared_real(start, &value, &stop)) ||
+                                              quick_real(line, start, end_column, &value, &stop))) {
       column = stop;
       param_state = PARAM_VALUE;
       number_end(*this, "Missing delimiter after floating point value");
