@@ -77,7 +77,6 @@ class IgeslibPrescan {
   // every record.
   alignas(64) Block* current_ = nullptr;
   std::size_t current_index_ = static_cast<std::size_t>(-1);
-  char pad_[64 - sizeof(Block*) - sizeof(std::size_t)] = {};
 };
 
 // The reader's quick conversion of a real standing whole at column of line within the data

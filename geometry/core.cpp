@@ -175,7 +175,11 @@ Polyline Curve::polyline(const Tolerance& tolerance) const {
 }
 
 Box Curve::bounds() const {
-  Polyline line = polyline();
+  // A box needs no finer polyline than this, whatever the curve would ask for a picture: a
+  // curve whose every point costs much (one on a surface of many spans) stays quick.
+  Tolerance sampling;
+  sampling.max_points = 2000;
+  Polyline line = polyline(sampling);
   Box box;
   for (const Vec3& p : line.points) box.add(p);
   double margin = detail::chord_for({}, box);
