@@ -434,7 +434,8 @@ Uv FaceMesher::split_edge(Uv a, Uv b) const {
 }
 
 Vertex& FaceMesher::vertex(int id) {
-  if (static_cast<std::size_t>(id) >= vertices_.size()) vertices_.resize(cdt_.size());
+  if (static_cast<std::size_t>(id) >= vertices_.size())
+    vertices_.resize(std::max(cdt_.size(), static_cast<std::size_t>(id) + 1));
   Vertex& v = vertices_[id];
   if (!v.set) {
     Uv uv = unscaled(cdt_.point(id));
@@ -445,7 +446,8 @@ Vertex& FaceMesher::vertex(int id) {
 }
 
 void FaceMesher::set_vertex(int id, Uv uv, const Vec3& point) {
-  if (static_cast<std::size_t>(id) >= vertices_.size()) vertices_.resize(cdt_.size());
+  if (static_cast<std::size_t>(id) >= vertices_.size())
+    vertices_.resize(std::max(cdt_.size(), static_cast<std::size_t>(id) + 1));
   Vertex& v = vertices_[id];
   if (v.set) return;  // a point given twice keeps its first place in space
   SurfacePoint s = surface_.evaluate(uv.u, uv.v);
@@ -469,7 +471,9 @@ void FaceMesher::seed() {
 }
 
 std::optional<Uv> FaceMesher::split_point(const PlaneTriangulation::Triangle& t) {
-  Vertex* c[3] = {&vertex(t.v[0]), &vertex(t.v[1]), &vertex(t.v[2])};
+  // Each call may grow the table of vertices and move it: the places are taken after all three.
+  for (int i = 0; i < 3; ++i) vertex(t.v[i]);
+  Vertex* c[3] = {&vertices_[t.v[0]], &vertices_[t.v[1]], &vertices_[t.v[2]]};
   Uv p[3] = {scaled(c[0]->uv), scaled(c[1]->uv), scaled(c[2]->uv)};
   double area2 = orient(p[0], p[1], p[2]);
   if (!(area2 > 2 * min_area_)) return std::nullopt;
