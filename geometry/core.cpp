@@ -85,6 +85,15 @@ Transform Transform::operator*(const Transform& b) const {
   return r;
 }
 
+Box Transform::box(const Box& box) const {
+  Box out;
+  if (box.empty()) return out;
+  for (int i = 0; i < 8; ++i)
+    out.add(point({i & 1 ? box.max.x : box.min.x, i & 2 ? box.max.y : box.min.y,
+                   i & 4 ? box.max.z : box.min.z}));
+  return out;
+}
+
 bool Transform::is_identity() const { return m == Transform{}.m; }
 
 double Transform::scale() const {

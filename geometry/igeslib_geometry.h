@@ -94,6 +94,8 @@ struct Transform {
   Vec3 point(const Vec3& p) const;
   // A direction or derivative: the linear part only.
   Vec3 vector(const Vec3& v) const;
+  // The box that holds the eight corners of box mapped: it holds whatever box holds.
+  Box box(const Box& box) const;
   // This map after inner: (a * b).point(p) == a.point(b.point(p)).
   Transform operator*(const Transform& inner) const;
   bool is_identity() const;

@@ -236,15 +236,6 @@ Units model_units(igs_global* global) {
 
 namespace {
 
-Box corners_placed(const Box& box, const Transform& t) {
-  Box out;
-  if (box.empty()) return out;
-  for (int i = 0; i < 8; ++i)
-    out.add(t.point({i & 1 ? box.max.x : box.min.x, i & 2 ? box.max.y : box.min.y,
-                     i & 4 ? box.max.z : box.min.z}));
-  return out;
-}
-
 Box intersection(const Box& a, const Box& b) {
   if (a.empty() || b.empty()) return a.empty() ? b : a;
   Box r;
@@ -293,23 +284,13 @@ class MovedSurface final : public Surface {
 // The curve's own box (a control polygon's, where it has one) placed, intersected with the
 // box of its placed polyline enlarged by the chord.
 Box curve_box(const Curve& own, const Transform& t) {
-  MovedCurve moved(own, t);
-  Tolerance sampling;
-  sampling.max_points = 2000;  // a box needs no more, whatever the curve asks
-  Box line;
-  for (const Vec3& p : moved.polyline(sampling).points) line.add(p);
-  double margin = detail::chord_for({}, line);
-  if (!line.empty()) {
-    line.min -= Vec3{margin, margin, margin};
-    line.max += Vec3{margin, margin, margin};
-  }
-  return intersection(corners_placed(own.bounds(), t), line);
+  return intersection(t.box(own.bounds()), MovedCurve(own, t).Curve::bounds());
 }
 
 // The surface's own box (a control net's, where it has one) placed, intersected with the box
 // of a grid of its placed iso-curves enlarged by their chord.
 Box surface_box(const Surface& own, const Transform& t) {
-  return intersection(corners_placed(own.bounds(), t), MovedSurface(own, t).Surface::bounds());
+  return intersection(t.box(own.bounds()), MovedSurface(own, t).Surface::bounds());
 }
 
 // A trimmed or bounded surface or a face: its boundary, and the iso-curves cut to its loops;
@@ -406,7 +387,7 @@ Box model_bounds(std::span<igs_directory_entry* const> entities) {
     }
     auto [at, fresh] = own.try_emplace(p.entity);
     if (fresh) at->second = entity_bounds(p.entity, Transform{});
-    box.add(corners_placed(at->second, p.transform));
+    box.add(p.transform.box(at->second));
   }
   return box;
 }

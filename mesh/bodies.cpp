@@ -176,15 +176,6 @@ Box body_box(igs_directory_entry* e) {
   return box;
 }
 
-Box placed_box(const Box& box, const Transform& t) {
-  Box out;
-  if (box.empty()) return out;
-  for (int i = 0; i < 8; ++i)
-    out.add(t.point({i & 1 ? box.max.x : box.min.x, i & 2 ? box.max.y : box.min.y,
-                     i & 4 ? box.max.z : box.min.z}));
-  return out;
-}
-
 void mesh_job(FaceJob job, MeshBody& body, std::vector<MeshFailure>* failures,
               const FaceSettings& settings) {
   auto report = [&](const std::string& reason) {
@@ -344,7 +335,7 @@ Tessellation tessellate(std::span<igs_directory_entry* const> entities,
   out.chord = options.chord;
   if (!(out.chord > 0)) {
     Box model;
-    for (const MeshInstance& i : out.instances) model.add(placed_box(boxes[i.body], i.transform));
+    for (const MeshInstance& i : out.instances) model.add(i.transform.box(boxes[i.body]));
     out.chord = model.diagonal() / 1000;
     if (!(out.chord > 0) || !std::isfinite(out.chord)) out.chord = 1e-3;
   }
