@@ -180,7 +180,8 @@ inline ArrayOfDouble* igeslib_read_real_array(IgeslibIO* io, int n) {
     unsigned next = room > done ? (room < all ? room : all) : (2 * done < all ? 2 * done : all);
     if (!values->size(next, 0)) break;
     double* slots = values->_data();
-    for (; done < next; ++done) slots[done] = io->read_real();
+    io->read_reals(slots + done, static_cast<int>(next - done));
+    done = next;
   }
   return values;
 }
@@ -216,7 +217,7 @@ constexpr int kIgeslibLongestShared = 1024;
 inline ArrayOfDouble* igeslib_read_shared_real_array(IgeslibIO* io, int n) {
   if (!LUMO.design() || n < 0 || n > kIgeslibLongestShared) return igeslib_read_real_array(io, n);
   double reals[kIgeslibLongestShared];
-  for (int i = 0; i < n; ++i) reals[i] = io->read_real();
+  io->read_reals(reals, n);
   return igeslib_shared_reals(reals, static_cast<unsigned>(n));
 }
 
@@ -257,8 +258,25 @@ void igeslib_write_value_by_text(IgeslibIO* io, igs_datum* datum);
 // The same onto a list: only the reals, while the list is packed.
 inline void igeslib_read_coordinate_onto(IgeslibIO* io, ListOfigs_coordinate* list) {
   double values[3];
-  for (double& value : values) value = io->read_real();
+  io->read_reals(values, 3);
   list->addValues(values);
+}
+
+// The next n points of the record onto a packed list, their reals read together a run at a
+// time (so that a count the record doesn't hold costs memory only as the reals come).
+inline void igeslib_read_coordinates_onto(IgeslibIO* io, ListOfigs_coordinate* list, int n) {
+  constexpr int kRun = 256;
+  for (int done = 0; done < n;) {
+    const int run = n - done < kRun ? n - done : kRun;
+    double* room = list->addValuesRoom(static_cast<unsigned>(run));
+    if (!room) {
+      igeslib_read_coordinate_onto(io, list);
+      ++done;
+      continue;
+    }
+    io->read_reals(room, 3 * run);
+    done += run;
+  }
 }
 
 // Point i of list (the origin where there is none), read from a packed list as it stands, so

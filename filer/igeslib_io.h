@@ -106,6 +106,9 @@ struct IgeslibReadNote {
   int expected = 0;
 };
 
+// The floating-point rounding mode of the calling thread is to nearest.
+bool igeslib_rounds_to_nearest();
+
 struct IgeslibIO {
   IgeslibIO();
   ~IgeslibIO();
@@ -133,6 +136,9 @@ struct IgeslibIO {
   // Reals of the common shape are converted at once; off, every one takes the general way
   // (the same values: the tests compare the two).
   bool quick_numbers = true;
+  // The processor rounds to nearest on the reading thread, as the quick way's exact products
+  // need (a program may have changed the mode; it is looked at once, when the read begins).
+  bool nearest_rounding = igeslib_rounds_to_nearest();
   int written_sequence = -1;  // the sequence number last written, its text in sequence_text
   char sequence_text[8] = {};
   int start_count = 0;
@@ -218,6 +224,9 @@ struct IgeslibIO {
   // finished or poisoned; the zero too for a defaulted parameter.
   int read_int();
   double read_real();
+  // n reals into out, as n calls of read_real give them; the common ones (a real of the quick
+  // shape, its delimiter right behind it, within one record) in one loop.
+  void read_reals(double* out, int n);
   char read_logical();
   // The result points into string_value and is overwritten by the next string token.
   const char* read_string(bool delimiter_follows_itself = false);

@@ -1,6 +1,8 @@
 // Workers that convert the reals of P records ahead of the reader; see prescan_internal.h.
 #include "prescan_internal.h"
 
+#include "igeslib_io.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -128,6 +130,8 @@ void IgeslibPrescan::prepare(Block& block, std::size_t index) {
   block.bytes.resize(length);
   length = read_at(fd_, block.bytes.data(), length, offset);
   block.records = length / stride_;
+  // Under another rounding mode the worker converts nothing: the reader reads every real itself.
+  if (!igeslib_rounds_to_nearest()) length = 0, block.records = 0;
   if (length - block.records * stride_ >= static_cast<std::size_t>(kCard)) ++block.records;
   block.first.resize(block.records + 1);
   block.reals.reserve(block.records * 4);

@@ -2,6 +2,7 @@
 // data of the Global and Parameter Data sections. A scanner consumes one token and the
 // parameter delimiter behind it and leaves the outcome in param_state; the guards make a
 // finished or poisoned entity read as a run of zeros, so entity code is a straight run of reads.
+#include <cfenv>
 #include <cfloat>
 #include <charconv>
 #include <climits>
@@ -78,7 +79,8 @@ inline const char* accumulate_digits(const char* p, const char* end, std::uint64
 // the general conversion finds it (an exact multiply or divide when both are exact doubles,
 // else the 128-bit product with the power of five). False, with nothing changed, for anything
 // else (more digits, a result past the normal doubles, the rare product that can't decide):
-// the caller reads it the general way.
+// the caller reads it the general way. The exact multiply or divide rounds as the processor
+// does: callers take this way only while it rounds to nearest (igeslib_rounds_to_nearest).
 [[gnu::always_inline]] inline bool quick_real(const char* line, int column, int end_column,
                                               double* value, int* stop) {
 #if FLT_EVAL_METHOD == 0
@@ -124,8 +126,7 @@ inline const char* accumulate_digits(const char* p, const char* end, std::uint64
     v = 0.0;
   } else if (scale >= format::min_exponent_fast_path() &&
              scale <= format::max_exponent_fast_path() &&
-             mantissa <= format::max_mantissa_fast_path() &&
-             fast_float::detail::rounds_to_nearest()) {
+             mantissa <= format::max_mantissa_fast_path()) {
     v = static_cast<double>(mantissa);
     v = scale < 0 ? v / format::exact_power_of_ten(-scale) : v * format::exact_power_of_ten(scale);
   } else {
@@ -144,6 +145,8 @@ inline const char* accumulate_digits(const char* p, const char* end, std::uint64
 }
 
 }  // namespace
+
+bool igeslib_rounds_to_nearest() { return std::fegetround() == FE_TONEAREST; }
 
 // The same for the workers that convert ahead; the reader's own calls are inlined.
 bool igeslib_quick_real(const char* line, int column, int end_column, double* value, int* stop) {
@@ -345,7 +348,7 @@ int IgeslibIO::scan_int() {
 }
 
 double IgeslibIO::scan_real() {
-  if (quick_numbers) {
+  if (quick_numbers && nearest_rounding) {
     // Blanks first, as below; a real that may have lost its leading dot is left to the
     // general way, which repairs it.
     int start = column;
@@ -632,6 +635,38 @@ double IgeslibIO::read_real() {
   }
   double value = scan_real();
   return param_state == PARAM_VALUE ? value : 0.0;
+}
+
+void IgeslibIO::read_reals(double* out, int n) {
+  int i = 0;
+  while (i < n) {
+    // The record's state in locals while the reals are of the common shape; anything else (a
+    // blank run to the field's end, a record's end, a real the quick way leaves, blanks behind
+    // a real) is read_real's, and the loop takes up again behind it.
+    if (param_state != PARAM_END_OF_RECORD && quick_numbers && nearest_rounding && !prescan &&
+        line_length == 80) {
+      const char* const text = line;
+      const int last = end_column;
+      const char delimiter = param_delimiter;
+      int at = column;
+      const int first = i;
+      while (i < n) {
+        while (at <= last && text[at] == ' ') ++at;
+        double value;
+        int stop;
+        if (at > last || !quick_real(text, at, last, &value, &stop) || text[stop] != delimiter)
+          break;
+        out[i++] = value;
+        at = stop + 1;
+      }
+      if (i != first) {
+        column = at;
+        param_state = PARAM_VALUE;
+      }
+      if (i == n) return;
+    }
+    out[i++] = read_real();
+  }
 }
 
 char IgeslibIO::read_logical() {

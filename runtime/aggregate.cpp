@@ -98,7 +98,9 @@ LumoDesignSection* LumoAggregate::elementSection() {
 char LumoAggregate::startPacked(unsigned width, unsigned capacity) {
   if (size_ || elements_ || width == 0 || width > 255) return 0;
   if (capacity > (1u << 28) / width) capacity = (1u << 28) / width;
-  void* fresh = capacity ? elementSection()->allocate(std::size_t{capacity} * width * sizeof(double)) : nullptr;
+  void* fresh = capacity
+                    ? elementSection()->allocate(std::size_t{capacity} * width * sizeof(double))
+                    : nullptr;
   if (capacity && !fresh) return 0;
   elements_ = fresh;
   capacity_ = capacity;
@@ -106,11 +108,13 @@ char LumoAggregate::startPacked(unsigned width, unsigned capacity) {
   return 1;
 }
 
-double* LumoAggregate::appendPacked() {
+double* LumoAggregate::appendPacked(unsigned count) {
   const std::size_t element = std::size_t{packedWidth()} * sizeof(double);
-  if (size_ == capacity_) {
+  if (count > capacity_ - size_) {
+    if (count > (1u << 28) / packedWidth() - size_) return nullptr;
     unsigned grown = capacity_ < 4 ? 4 : capacity_ * 2;
-    if (grown > (1u << 28) / packedWidth()) return nullptr;
+    if (grown < size_ + count) grown = size_ + count;
+    if (grown > (1u << 28) / packedWidth()) grown = (1u << 28) / packedWidth();
     void* fresh = elementSection()->allocate(grown * element);
     if (!fresh) return nullptr;
     if (size_) std::memcpy(fresh, elements_, size_ * element);
@@ -118,8 +122,9 @@ double* LumoAggregate::appendPacked() {
     capacity_ = grown;
   }
   modified();
-  auto* room = reinterpret_cast<double*>(static_cast<char*>(elements_) + size_++ * element);
-  std::memset(room, 0, element);
+  auto* room = reinterpret_cast<double*>(static_cast<char*>(elements_) + size_ * element);
+  size_ += count;
+  std::memset(room, 0, count * element);
   return room;
 }
 

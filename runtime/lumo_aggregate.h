@@ -86,8 +86,8 @@ class LumoAggregate : public LumoObject {
   // Starts packed storage of width reals an element, with room for capacity elements; only on
   // an empty list that holds no storage yet. False when memory runs out.
   char startPacked(unsigned width, unsigned capacity);
-  // The reals of one more element of a packed list, zero; null when memory runs out.
-  double* appendPacked();
+  // The reals of count more elements of a packed list, zero; null when memory runs out.
+  double* appendPacked(unsigned count = 1);
   // Leaves packed storage: the list is empty and ordinary; answers the reals it held.
   const double* leavePacked();
   // Element i as the bytes of one value; for text a char*.
@@ -292,6 +292,11 @@ class LumoObjectAggregate
     if (!packed || !this->startPacked(X::lumo_packed_width, capacity)) this->capacity(capacity);
   }
   // Appends an element given by its reals: packed while the list is packed, else an object.
+  // Room for the reals of count more elements at the end of a packed list, zero; null when
+  // the list isn't packed or memory runs out.
+  double* addValuesRoom(unsigned count) requires packable {
+    return this->isPacked() ? this->appendPacked(count) : nullptr;
+  }
   void addValues(const double* values) requires packable {
     if (this->isPacked()) {
       if (double* room = this->appendPacked())

@@ -207,7 +207,7 @@ void igs_rational_bspline_curve_entity::pdread() {
   w(igeslib_read_shared_real_array(io, points));
   auto* list = new (LUMO.design()) ListOfigs_coordinate(igeslib_reserve(points), true);
   control_points(list);
-  for (int i = 0; i < points; ++i) igeslib_read_coordinate_onto(io, list);
+  igeslib_read_coordinates_onto(io, list, points);
   v(igeslib_read_shared_real_array(io, 2));
   xnorm(io->read_real());
   ynorm(io->read_real());
@@ -267,8 +267,13 @@ void igs_rational_bspline_surface_entity::pdread() {
   // list is marked shared, which gives the surface its own list and rows before any change.
   const auto n = static_cast<unsigned>(columns);
   std::vector<double> grid(std::size_t{n} * static_cast<unsigned>(rows));
-  for (unsigned j = 0; j < n; ++j)
-    for (int i = 0; i < rows; ++i) grid[i * std::size_t{n} + j] = io->read_real();
+  {
+    std::vector<double> column(static_cast<unsigned>(rows));
+    for (unsigned j = 0; j < n; ++j) {
+      io->read_reals(column.data(), rows);
+      for (int i = 0; i < rows; ++i) grid[i * std::size_t{n} + j] = column[i];
+    }
+  }
   const bool shared = LUMO.design() && columns <= kIgeslibLongestShared;
   for (int i = 0; i < rows; ++i) {
     const double* row = grid.data() + i * std::size_t{n};
@@ -281,9 +286,17 @@ void igs_rational_bspline_surface_entity::pdread() {
     weights->add(own);
   }
   if (shared) weights->markShared();
-  for (int j = 0; j < columns; ++j)
+  // The rows are filled in place, a column of the net read at a time; a row that memory
+  // can't hold loses its points.
+  std::vector<double*> row_room(static_cast<unsigned>(rows));
+  for (int i = 0; i < rows; ++i)
+    row_room[i] = (*points)[static_cast<unsigned>(i)]->addValuesRoom(n);
+  std::vector<double> column(3 * std::size_t{static_cast<unsigned>(rows)});
+  for (unsigned j = 0; j < n; ++j) {
+    io->read_reals(column.data(), 3 * rows);
     for (int i = 0; i < rows; ++i)
-      igeslib_read_coordinate_onto(io, (*points)[static_cast<unsigned>(i)]);
+      if (row_room[i]) std::copy_n(column.data() + 3 * i, 3, row_room[i] + 3 * j);
+  }
   u(igeslib_read_shared_real_array(io, 2));
   v(igeslib_read_shared_real_array(io, 2));
 }

@@ -92,7 +92,11 @@ TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
         "1.7976931348623157e308,", "1.8e308,", "-1e400,", "1e-400,",
         // significant digits: 19, 20, and 20 that wrap the 64-bit mantissa to zero
         "1234567890123456789,", "12345678901234567890,", "18446744073709551616.0,",
-        "0.00000000000000000000000000001,", "10000000000000000000000000,",
+        "0.00000000000000000000000000001,", "10000000000000000000000000,", "123456789.0123456789,",
+        "-1234567890.123456789E-0012,", "00000000000000000000000001.5,",
+        // runs of digits that end at each word of the eight read together, and past 31 columns
+        "12345678.87654321E1,", "1.12345678E12345,", "-0.1234567812345678D-1234,",
+        "+000000000000000000000000000000.25,",
         // zeros, signs and exponents
         "-0,", "-.0,", "0e400,", "-0.0D-999,", "1.5E00004,", "1.5e+07,", "1D,", "1D+,", "1E-,",
         ".E5,",
@@ -238,5 +242,30 @@ TEST(Tokens, ReadInTurn) {
       for (const std::string& e : t.errors()) errors += (errors.empty() ? "" : "|") + e;
       EXPECT_EQ(errors, c.errors);
     }
+  }
+}
+
+// Reals read together give what as many reads one at a time give: values, where the reader
+// stands, its state and reports, across records, blanks, defaults, a record's end and a real of
+// a shape the quick way leaves.
+TEST(Tokens, RealsReadTogetherAsOneAtATime) {
+  const std::string records = p_record(1, 1, ending_in("2.5,", "1.,-0.25D1,")) + "\n" +
+                              p_record(1, 2, "  3.5 ,,4.5E400,0.123456789012345678901234,7,") +
+                              "\n" + p_record(1, 3, "1.5;") + "\n";
+  for (int n : {1, 3, 5, 9, 11}) {
+    std::string seen[2];
+    for (bool together : {false, true}) {
+      Tokens t(records);
+      std::vector<double> values(static_cast<std::size_t>(n));
+      bool completed = igeslib_catch_abort([&] {
+        if (together) return t.io.read_reals(values.data(), n);
+        for (double& v : values) v = t.io.read_real();
+      });
+      for (double v : values) seen[together] += std::to_string(v) + " ";
+      seen[together] += std::to_string(t.io.line_number) + ":" + std::to_string(t.io.column) + " " +
+                        std::to_string(t.io.param_state) + (completed ? "" : " stopped");
+      for (const std::string& e : t.errors()) seen[together] += " | " + e;
+    }
+    EXPECT_EQ(seen[1], seen[0]) << n;
   }
 }
