@@ -440,8 +440,9 @@ def define_setters(model, w, e, a):
     if type_kind(model, a.type, False) == "enum":
         # The typed setter once the code is known to name an enumerator: what a store through
         # the dictionary does for this field, without finding the field again.
+        # The enumeration's codes are its enumerators' places, 0 to n - 1.
         w("char %s::%s(int code) {", c, coded_name(a.spelling))
-        w("  if (!igeslib_code_in_range(this, \"%s\", code)) return 0;", a.name)
+        w("  if (code < 0 || code >= %d) return 0;", len(model.entries[a.type].enumerators))
         w("  %s(static_cast<%s>(code));", a.spelling, cxx_type(model, a.type))
         w("  return 1;")
         w("}")
