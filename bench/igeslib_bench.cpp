@@ -563,12 +563,24 @@ bool write_text(const std::string& path, const std::string& text) {
 // Where the kept models' bytes went: the designs' arenas, and in them the objects by class
 // (the rest of an arena is aggregate elements, texts and the unused end of each block), and the
 // marks of where their objects start, which are part of the arenas. Printed to standard error.
+std::size_t element_width(LumoAggregate* list) {
+  switch (list->elementKind()) {
+    case LumoAggregate::Elements::integer:
+    case LumoAggregate::Elements::single:
+      return 4;
+    case LumoAggregate::Elements::boolean:
+      return 1;
+    default:
+      return 8;
+  }
+}
+
 void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities) {
   struct Use {
-    std::size_t objects = 0, bytes = 0;
+    std::size_t objects = 0, bytes = 0, used = 0;
   };
   std::map<std::string, Use> by_class;
-  std::size_t arena = 0, listed = 0, objects = 0, object_bytes = 0;
+  std::size_t arena = 0, listed = 0, objects = 0, object_bytes = 0, elements = 0;
   for (const ReadFile& r : kept)
     for (LumoDesignSection* section : r.design->sections()) {
       arena += section->bytesReserved();
@@ -577,12 +589,25 @@ void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities)
         const LumoType& type = *object->classType();
         Use& use = by_class[type.name];
         ++use.objects, use.bytes += type.size, ++objects, object_bytes += type.size;
+        if (auto* list = dynamic_cast<LumoAggregate*>(object)) {
+          std::size_t each = list->hasPackedRows()
+                                 ? (list->packedRowLength() * list->packedWidth() + 1) * 8
+                             : list->isPacked() ? list->packedWidth() * 8
+                                                : element_width(list);
+          Use& held = by_class[std::string(type.name) + " elements"];
+          ++held.objects, held.bytes += list->capacity() * each,
+              elements += list->capacity() * each;
+          held.used += list->size() * each;
+        }
       }
     }
   std::vector<std::pair<std::size_t, std::string>> rows;
   for (const auto& [name, use] : by_class)
-    rows.emplace_back(use.bytes, name + " " + std::to_string(use.objects) + " objects of " +
-                                     std::to_string(use.bytes / use.objects) + " B");
+    rows.emplace_back(
+        use.bytes,
+        name + " " + std::to_string(use.objects) +
+            (use.used ? " lists, " + std::to_string(use.used) + " B used"
+                      : " objects of " + std::to_string(use.bytes / use.objects) + " B"));
   std::sort(rows.rbegin(), rows.rend());
   const double n = entities > 0 ? static_cast<double>(entities) : 1;
   std::fprintf(stderr, "%lld entities, %zu objects\n", entities, objects);
@@ -591,7 +616,8 @@ void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities)
   std::fprintf(stderr, "%8.0f B/entity  the rest of them: aggregate elements, texts, block ends\n",
                (arena - object_bytes) / n);
   std::fprintf(stderr, "%8.0f B/entity  of them the marks of where objects start\n", listed / n);
-  for (std::size_t i = 0; i < rows.size() && i < 20; ++i)
+  std::fprintf(stderr, "%8.0f B/entity  of them the aggregates' element storage\n", elements / n);
+  for (std::size_t i = 0; i < rows.size() && i < 30; ++i)
     std::fprintf(stderr, "%8.0f B/entity  %s\n", rows[i].first / n, rows[i].second.c_str());
 }
 

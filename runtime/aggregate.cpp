@@ -17,12 +17,12 @@ LumoAggregate::LumoAggregate(const LumoAggregate& other)
       elements_(other.elements_),
       size_(other.size_),
       capacity_(other.capacity_) {
-  flags_ |= other.flags_ & (kWidthBits | kKindMask << kKindShift | kUnique);
+  flags_ |= other.flags_ & (kWidthBits | kKindMask << kKindShift | kUnique | kPackedRows);
 }
 
 LumoAggregate& LumoAggregate::operator=(const LumoAggregate& other) {
   LumoObject::operator=(other);
-  const unsigned own = kWidthBits | kKindMask << kKindShift | kUnique;
+  const unsigned own = kWidthBits | kKindMask << kKindShift | kUnique | kPackedRows;
   flags_ = (flags_ & ~own) | (other.flags_ & own);
   elements_ = other.elements_;
   size_ = other.size_;
@@ -128,15 +128,37 @@ double* LumoAggregate::appendPacked(unsigned count) {
   return room;
 }
 
+char LumoAggregate::startPackedRows(unsigned width, unsigned rows, unsigned columns) {
+  if (size_ || elements_ || width == 0 || width > 255 || rows == 0 || columns == 0) return 0;
+  const std::size_t reals = std::size_t{rows} * columns * width;
+  if (reals > (std::size_t{1} << 28)) return 0;
+  auto* fresh = static_cast<double*>(elementSection()->allocate((reals + 1) * sizeof(double)));
+  if (!fresh) return 0;
+  fresh[0] = columns;  // exact: a row length is far below 2^53
+  elements_ = fresh;
+  size_ = capacity_ = rows;
+  flags_ |= width << kChoiceShift | kPackedRows;
+  return 1;
+}
+
+void LumoAggregate::viewPacked(unsigned width, const double* values, unsigned n) {
+  if (size_ || elements_ || width == 0 || width > 255) return;
+  elements_ = const_cast<double*>(values);
+  size_ = capacity_ = n;
+  flags_ |= width << kChoiceShift;
+}
+
 const double* LumoAggregate::leavePacked() {
   auto* values = static_cast<const double*>(elements_);
-  flags_ &= ~kWidthBits;
+  if (hasPackedRows()) ++values;
+  flags_ &= ~(kWidthBits | kPackedRows);
   elements_ = nullptr;
   size_ = capacity_ = 0;
   return values;
 }
 
 void LumoAggregate::ownElements() {
+  if (hasPackedRows()) unpack();
   const std::size_t bytes =
       std::size_t{size_} * (isPacked() ? packedWidth() * sizeof(double) : width());
   void* fresh = bytes ? elementSection()->allocate(bytes) : nullptr;

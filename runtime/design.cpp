@@ -279,6 +279,7 @@ LumoDesign::~LumoDesign() {
     LUMO.forget(this);
   }
   for (LumoDesignSection* s : sections_) delete s;
+  std::free(shared_);
 }
 
 LumoTypePtr& LumoDesign::classType() { return lumotype_LumoDesign; }
@@ -310,15 +311,54 @@ LumoObject* LumoDesign::findName(const char* name) const {
   return it == names_.end() ? nullptr : it->second;
 }
 
+unsigned long long LumoDesign::sharedKey(const void* kind, long long key) {
+  return static_cast<unsigned long long>(key) ^
+         (reinterpret_cast<std::uintptr_t>(kind) * 0x9e3779b97f4a7c15u);
+}
+
+namespace {
+std::size_t shared_place(unsigned long long key, std::size_t mask) {
+  return static_cast<std::size_t>((key * 0x9e3779b97f4a7c15u) >> 32) & mask;
+}
+}  // namespace
+
 LumoObject* LumoDesign::sharedObject(const void* kind, long long key) const {
-  auto it = shared_.find(SharedKey{kind, key});
-  return it == shared_.end() ? nullptr : it->second;
+  if (!shared_) return nullptr;
+  const unsigned long long mixed = sharedKey(kind, key);
+  for (std::size_t i = shared_place(mixed, shared_mask_);; i = (i + 1) & shared_mask_) {
+    const SharedSlot& slot = shared_[i];
+    if (!slot.object) return nullptr;
+    // The same mixed key of another kind would be another key: the class tells them apart.
+    if (slot.key == mixed && &slot.object->classType() == kind) return slot.object;
+  }
 }
 
 void LumoDesign::shareObject(const void* kind, long long key, LumoObject* object) {
   if (!object) return;
+  if ((shared_count_ + 1) * 4 > (shared_mask_ + 1) * 3 || !shared_) {
+    const std::size_t size = shared_ ? (shared_mask_ + 1) * 2 : 64;
+    auto* grown = static_cast<SharedSlot*>(std::calloc(size, sizeof(SharedSlot)));
+    if (!grown) return;  // short of memory the value stays the owner's own
+    for (std::size_t i = 0; shared_ && i <= shared_mask_; ++i)
+      if (shared_[i].object) {
+        std::size_t j = shared_place(shared_[i].key, size - 1);
+        while (grown[j].object) j = (j + 1) & (size - 1);
+        grown[j] = shared_[i];
+      }
+    std::free(shared_);
+    shared_ = grown;
+    shared_mask_ = size - 1;
+  }
   object->markShared();
-  shared_[SharedKey{kind, key}] = object;
+  const unsigned long long mixed = sharedKey(kind, key);
+  std::size_t i = shared_place(mixed, shared_mask_);
+  for (; shared_[i].object; i = (i + 1) & shared_mask_)
+    if (shared_[i].key == mixed && &shared_[i].object->classType() == kind) {
+      shared_[i].object = object;
+      return;
+    }
+  shared_[i] = {mixed, object};
+  ++shared_count_;
 }
 
 std::size_t LumoDesign::objectCount() const {

@@ -69,9 +69,29 @@ class LumoAggregate : public LumoObject {
   unsigned packedWidth() const { return (flags_ & kWidthBits) >> kChoiceShift; }
   // The reals of element i while the list is packed; null when it isn't, or i is past the end.
   const double* packedAt(unsigned i) const {
-    return isPacked() && i < size_ ? static_cast<const double*>(elements_) + i * packedWidth()
-                                   : nullptr;
+    return isPacked() && !hasPackedRows() && i < size_
+               ? static_cast<const double*>(elements_) + i * packedWidth()
+               : nullptr;
   }
+  // A list of such lists (the rows of a surface's net of points) may be packed as a whole: one
+  // block of reals, row after row, every row as long; its row lists are made, as views on
+  // that block that are packed lists themselves, when anything first asks for a row.
+  bool hasPackedRows() const { return (flags_ & kPackedRows) != 0; }
+  // The elements of every row while the rows are packed (0 when they aren't).
+  unsigned packedRowLength() const {
+    return hasPackedRows() ? static_cast<unsigned>(*static_cast<const double*>(elements_)) : 0;
+  }
+  // The reals of element j of row i while the rows are packed; null when they aren't, or i or
+  // j is past the end.
+  const double* packedRowAt(unsigned i, unsigned j) const {
+    const unsigned n = packedRowLength();
+    return i < size_ && j < n ? static_cast<const double*>(elements_) + 1 +
+                                    (std::size_t{i} * n + j) * packedWidth()
+                              : nullptr;
+  }
+  // Makes this empty list a packed view of n elements of width reals at values, storage that
+  // another list holds and that lives as long as the design (a row of packed rows).
+  void viewPacked(unsigned width, const double* values, unsigned n);
   // Position of the element that is object (converted to the element class).
   unsigned find_object(LumoObject* object);
 
@@ -88,8 +108,13 @@ class LumoAggregate : public LumoObject {
   char startPacked(unsigned width, unsigned capacity);
   // The reals of count more elements of a packed list, zero; null when memory runs out.
   double* appendPacked(unsigned count = 1);
-  // Leaves packed storage: the list is empty and ordinary; answers the reals it held.
+  // Leaves packed storage: the list is empty and ordinary; answers the reals it held (for
+  // packed rows, from the first row on).
   const double* leavePacked();
+  // Starts packed rows (see hasPackedRows) on an empty list that holds no storage yet: rows rows
+  // of columns elements of width reals, zero, to be filled at packedRowAt. False when memory
+  // runs out or there is nothing to hold.
+  char startPackedRows(unsigned width, unsigned rows, unsigned columns);
   // Element i as the bytes of one value; for text a char*.
   char* at(unsigned i) {
     if (isPacked()) unpack();
@@ -123,6 +148,7 @@ class LumoAggregate : public LumoObject {
     kKindShift = 16,
     kKindMask = 7,
     kUnique = 1u << 19,
+    kPackedRows = 1u << 20,  // packed rows: the storage starts with the row length
   };
 
   void* elements_ = nullptr;
@@ -283,11 +309,20 @@ class LumoObjectAggregate
                          std::conditional_t<K == LumoAggKind::bag, LumoPtrBag, LumoPtrList>>>;
 
  public:
+  using element_type = X;
   explicit LumoObjectAggregate(unsigned capacity = 0) : Base(capacity) {}
   // An empty list that will hold n elements packed (see LumoAggregate::isPacked), for element
   // classes made only of reals: X names their number in lumo_packed_width and makes an element
   // from them with from_packed.
   static constexpr bool packable = requires { X::lumo_packed_width; };
+  // Lists of such lists can hold packed rows (LumoAggregate::hasPackedRows).
+  static constexpr bool packable_rows = requires { X::element_type::lumo_packed_width; };
+  // The reals of rows x columns elements, zero, row after row, for the reader to fill; null
+  // (and the list empty and ordinary) when there are none or memory runs out.
+  double* startRows(unsigned rows, unsigned columns) requires packable_rows {
+    if (!this->startPackedRows(X::element_type::lumo_packed_width, rows, columns)) return nullptr;
+    return const_cast<double*>(this->packedRowAt(0, 0));
+  }
   explicit LumoObjectAggregate(unsigned capacity, bool packed) requires packable : Base(0) {
     if (!packed || !this->startPacked(X::lumo_packed_width, capacity)) this->capacity(capacity);
   }
@@ -353,6 +388,20 @@ class LumoObjectAggregate
 
  protected:
   void unpack() override {
+    if constexpr (packable_rows) {
+      if (!this->hasPackedRows()) return;
+      const unsigned rows = this->size_, columns = this->packedRowLength();
+      const unsigned width = this->packedWidth();
+      const double* values = this->leavePacked();
+      LumoDesignSection* section = this->elementSection();
+      if (!this->_allocateElements(rows)) return;
+      X** slots = reinterpret_cast<X**>(this->elements_);
+      for (unsigned i = 0; i < rows; ++i) {
+        if (!(slots[i] = new (section) X)) return;
+        slots[i]->viewPacked(width, values + std::size_t{i} * columns * width, columns);
+      }
+      this->size_ = rows;
+    }
     if constexpr (packable) {
       if (!this->isPacked()) return;
       unsigned n = this->size_;

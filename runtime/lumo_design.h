@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "lumo_error.h"
@@ -127,25 +126,24 @@ class LumoDesign : public LumoObject {
   bool active() const { return active_; }
 
   // Value objects that many owners of the design hold at once (LumoObject::isShared), one for
-  // each kind and key; kind is any address that names what the key counts. Null until one is
-  // stored.
+  // each kind and key; kind is the descriptor of the shared object's class (its classType()).
+  // Null until one is stored.
   LumoObject* sharedObject(const void* kind, long long key) const;
   // Stores object under kind and key and marks it shared.
   void shareObject(const void* kind, long long key, LumoObject* object);
 
  private:
-  struct SharedKey {
-    const void* kind;
-    long long key;
-    bool operator==(const SharedKey&) const = default;
+  // The shared values, in a flat table of open addressing: a read of a large model shares tens
+  // of thousands of them, and a slot of two words costs a third of a node of a hashed map. The
+  // kind isn't stored: it is mixed into the key, and the object's class tells it again.
+  struct SharedSlot {
+    unsigned long long key;
+    LumoObject* object;  // null: a free slot
   };
-  struct SharedHash {
-    std::size_t operator()(const SharedKey& k) const {
-      return std::hash<const void*>()(k.kind) ^
-             (static_cast<std::size_t>(k.key) * 0x9e3779b97f4a7c15u);
-    }
-  };
-  std::unordered_map<SharedKey, LumoObject*, SharedHash> shared_;
+  static unsigned long long sharedKey(const void* kind, long long key);
+  SharedSlot* shared_ = nullptr;
+  std::size_t shared_mask_ = 0;  // the table's size less one; 0 before the first value
+  std::size_t shared_count_ = 0;
   std::string name_;
   LumoObject* root_ = nullptr;
   std::vector<LumoDesignSection*> sections_;

@@ -258,10 +258,13 @@ void igs_rational_bspline_surface_entity::pdread() {
   s(igeslib_read_shared_real_array(io, knots1));
   t(igeslib_read_shared_real_array(io, knots2));
   auto* weights = new (LUMO.design()) ListOfArrayOfDouble(igeslib_reserve(rows));
-  auto* points = new (LUMO.design()) ListOfListOfigs_coordinate(igeslib_reserve(rows));
+  auto* points = new (LUMO.design()) ListOfListOfigs_coordinate(0);
   w(weights);
   control_points(points);
-  for (int i = 0; i < rows; ++i)
+  // The net's points go into one block, row after row; its rows are made when asked for.
+  double* net = points->startRows(static_cast<unsigned>(rows), static_cast<unsigned>(columns));
+  if (!net && rows > 0) points->capacity(igeslib_reserve(rows));
+  for (int i = 0; !net && i < rows; ++i)
     points->add(new (LUMO.design()) ListOfigs_coordinate(static_cast<unsigned>(columns), true));
   // Rows of weights repeat (all 1 in a polynomial surface): short ones are shared, and so the
   // list is marked shared, which gives the surface its own list and rows before any change.
@@ -286,16 +289,17 @@ void igs_rational_bspline_surface_entity::pdread() {
     weights->add(own);
   }
   if (shared) weights->markShared();
-  // The rows are filled in place, a column of the net read at a time; a row that memory
-  // can't hold loses its points.
-  std::vector<double*> row_room(static_cast<unsigned>(rows));
-  for (int i = 0; i < rows; ++i)
-    row_room[i] = (*points)[static_cast<unsigned>(i)]->addValuesRoom(n);
+  // The points run with the first index fastest: a column of the net is read at a time.
   std::vector<double> column(3 * std::size_t{static_cast<unsigned>(rows)});
   for (unsigned j = 0; j < n; ++j) {
     io->read_reals(column.data(), 3 * rows);
-    for (int i = 0; i < rows; ++i)
-      if (row_room[i]) std::copy_n(column.data() + 3 * i, 3, row_room[i] + 3 * j);
+    for (int i = 0; i < rows; ++i) {
+      const double* point = column.data() + 3 * i;
+      if (net)
+        std::copy_n(point, 3, net + (static_cast<std::size_t>(i) * n + j) * 3);
+      else
+        (*points)[static_cast<unsigned>(i)]->addValues(point);
+    }
   }
   u(igeslib_read_shared_real_array(io, 2));
   v(igeslib_read_shared_real_array(io, 2));
@@ -321,9 +325,17 @@ void igs_rational_bspline_surface_entity::pdwrite() {
     io->write_real(igeslib_real_at(t_, i));
   for (unsigned j = 0; j < columns; ++j)
     for (unsigned i = 0; i < rows; ++i) io->write_real(igeslib_real_at(item_at(weights, i), j));
+  ListOfListOfigs_coordinate* net = control_points_;
+  const bool packed = net && !lumo_is_delayed(net) && net->hasPackedRows();
   for (unsigned j = 0; j < columns; ++j)
-    for (unsigned i = 0; i < rows; ++i)
-      igeslib_write_coordinate_at(io, item_at(control_points_, i), j);
+    for (unsigned i = 0; i < rows; ++i) {
+      // Packed rows are written as they stand, making no row lists.
+      if (const double* point = packed ? net->packedRowAt(i, j) : nullptr) {
+        for (int k = 0; k < 3; ++k) io->write_real(point[k]);
+        continue;
+      }
+      igeslib_write_coordinate_at(io, packed ? nullptr : item_at(control_points_, i), j);
+    }
   for (ArrayOfDouble* range : {u_, v_}) {
     io->write_real(igeslib_real_at(range, 0));
     io->write_real(igeslib_real_at(range, 1));

@@ -148,9 +148,63 @@ def packable(model, e):
             and all(cxx_type(model, a.type) == "double" for a in attributes))
 
 
+def is_marker(model, name):
+    """An abstract structure with no attributes and no bases: a fact of the dictionary alone."""
+    b = model.entries[name]
+    return b.kind == "structure" and b.abstract and not b.bases and not b.attributes
+
+
+def compiled_bases(model, e):
+    """The bases of e's compiled class. A marker beside another base is left out: it holds
+    nothing, and the entity so keeps a single chain of bases and one table pointer."""
+    bases = [b for b in e.bases if not is_marker(model, b)] or e.bases
+    return bases or ["LumoStructure"]
+
+
+def compiled_ancestors(model, name):
+    """The classes that name's compiled class derives from, directly or not."""
+    found = set()
+    for b in compiled_bases(model, model.entries[name]):
+        if b != "LumoStructure" and b not in found:
+            found.add(b)
+            found |= compiled_ancestors(model, b)
+    return found
+
+
+def virtual_edges(model):
+    """The (class, base) pairs whose inheritance is virtual: only where some class reaches the
+    base through two of its own bases, so that it holds one copy of it. Everywhere else a base
+    is an ordinary one, which costs no table pointer of its own in every object."""
+    edges = set()
+    for e in model.entries.values():
+        if e.kind not in ("entity", "structure"):
+            continue
+        into = {}  # base: the classes through which e reaches it
+
+        def walk(name):
+            if name == "LumoStructure":
+                return
+            for b in compiled_bases(model, model.entries[name]):
+                if name not in into.setdefault(b, set()):
+                    into[b].add(name)
+                    walk(b)
+        walk(e.name)
+        for b, children in into.items():
+            if len(children) > 1:
+                edges.update((c, b) for c in children)
+    return edges
+
+
+def base_list(model, e):
+    if not hasattr(model, "virtual_edges"):
+        model.virtual_edges = virtual_edges(model)
+    return ", ".join("public %s%s" % ("virtual " if (e.name, b) in model.virtual_edges else "", b)
+                     for b in compiled_bases(model, e))
+
+
 def declare_class(model, w, e):
     chain_attributes = all_attributes(model, e)
-    bases = ", ".join("public virtual " + b for b in e.bases) or "public virtual LumoStructure"
+    bases = base_list(model, e)
     w("// %s%s %s of %s", "abstract " if e.abstract else "", e.kind, e.dictionary_name,
       e.schema.name)
     w("class %s : %s {", e.name, bases)
@@ -733,8 +787,10 @@ def define_binding(model, w, e):
         w("      ->superOffset(self, lumotype_LumoStructure, "
           "igeslib_offset<%s, LumoStructure>(p))", c)
         for b in chain(model, e)[:-1]:
-            w("      ->superOffset(self, lumotype_%s, igeslib_offset<%s, %s>(p))", b.name, c,
-              b.name)
+            # A marker left out of the compiled bases is seen at the object's start.
+            offset = ("0" if b.name not in compiled_ancestors(model, e.name)
+                      else "igeslib_offset<%s, %s>(p)" % (c, b.name))
+            w("      ->superOffset(self, lumotype_%s, %s)", b.name, offset)
         w("      ->superOffset(self, self, 0)")
         w("      ->schema(%s)", schema)
         for b in e.bases or ["LumoStructure"]:

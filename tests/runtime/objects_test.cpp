@@ -71,6 +71,29 @@ TEST_F(Allocation, PackedListsMakeTheirElementsWhenFirstAsked) {
   EXPECT_NE(copy->last(), list->last());
 }
 
+// A surface's net is one block of reals; its rows become packed lists over that block when a
+// row is first asked for, and a row's points objects when a point is.
+TEST_F(Allocation, PackedRowsMakeRowsOverTheirBlock) {
+  auto* net = new (design) ListOfListOfigs_coordinate;
+  double* reals = net->startRows(2, 3);
+  ASSERT_NE(reals, nullptr);
+  for (int i = 0; i < 18; ++i) reals[i] = i;
+  EXPECT_EQ(net->size(), 2u);
+  EXPECT_EQ(net->packedRowAt(1, 2)[0], 15.0);
+  EXPECT_EQ(net->packedRowAt(2, 0), nullptr);
+  EXPECT_EQ(net->packedRowAt(0, 3), nullptr);
+
+  ListOfigs_coordinate* row = (*net)[1];
+  EXPECT_FALSE(net->hasPackedRows());
+  EXPECT_EQ(net->packedRowAt(1, 2), nullptr);
+  ASSERT_TRUE(row->isPacked());
+  EXPECT_EQ(row->size(), 3u);
+  EXPECT_EQ(row->packedAt(0)[1], 10.0);
+  EXPECT_EQ((*row)[2]->z(), 17.0);
+  EXPECT_EQ((*net)[0]->last()->x(), 6.0);
+  EXPECT_EQ(net->startRows(1, 1), nullptr);  // only on an empty list
+}
+
 // Creation by domain goes to the current design; classes made by every row of the registry
 // are tested with the entities.
 TEST_F(Allocation, PnewInstanceUsesTheDomainsCreator) {
