@@ -3,6 +3,7 @@
 // last column of free-form data. write_line is the one place that emits a record. Numbers are
 // written in the "C" locale's form whatever the process locale is.
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -190,43 +191,113 @@ bool round_to_fifteen_digits(double a, std::uint64_t* digits, int* exponent) {
 
 }  // namespace
 
+namespace {
+
+constexpr std::uint64_t kZeroDigits = 0x3030303030303030ull;  // "00000000"
+
+// Copies n bytes (1 to 32) from 32 readable bytes at from: one or two fixed-size copies that
+// may overlap, rather than a call for a length known only at run time.
+inline void copy_short(char* to, const char* from, std::size_t n) {
+  if (n >= 16) {
+    std::memcpy(to, from, 16);
+    std::memcpy(to + n - 16, from + n - 16, 16);
+  } else if (n >= 8) {
+    std::memcpy(to, from, 8);
+    std::memcpy(to + n - 8, from + n - 8, 8);
+  } else if (n >= 4) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + n - 4, from + n - 4, 4);
+  } else {
+    for (std::size_t i = 0; i < n; ++i) to[i] = from[i];
+  }
+}
+
+// The sixteen decimal digits of v (below 10^16, leading zeros kept) at out[0..16).
+inline void sixteen_digits(char* out, std::uint64_t v) {
+  igeslib_eight_digits(out, static_cast<std::uint32_t>(v / 100000000));
+  igeslib_eight_digits(out + 8, static_cast<std::uint32_t>(v % 100000000));
+}
+
+}  // namespace
+
 // The token of real_text_general, made directly for whole numbers below 10^15 and, where
 // 128-bit integers exist, for any value from 1e-8 to 1e15; the rest (the largest and smallest
-// magnitudes, NaN, infinities) goes the general way.
+// magnitudes, NaN, infinities) goes the general way. The digits come as whole words and are
+// put in place with copies of fixed size; out's 32 bytes are room for the wide stores.
 int igeslib_real_text(double v, char* out) {
   bool negative = std::signbit(v);
   double a = std::fabs(v);
+  char* o = out;
+  *o = '-';
+  o += negative;
+  // Sixteen digits and sixteen zeros behind them, so that a copy of sixteen from any digit
+  // reads only digits.
+  char digits[32];
+  std::memcpy(digits + 16, &kZeroDigits, 8);
+  std::memcpy(digits + 24, &kZeroDigits, 8);
   if (a < 1e15 && a == static_cast<double>(static_cast<std::uint64_t>(a))) {
-    char digits[24];
-    char* first = igeslib_digits_before(digits + sizeof digits, static_cast<std::uint64_t>(a));
-    if (negative) *--first = '-';
-    auto n = static_cast<std::size_t>(digits + sizeof digits - first);
-    std::memcpy(out, first, n);
-    out[n] = '.';
-    out[n + 1] = '\0';
-    return static_cast<int>(n + 1);
+    sixteen_digits(digits, static_cast<std::uint64_t>(a));
+    // The leading zeros are skipped, all but the last digit's.
+    std::uint64_t first = igeslib_load_word(digits) ^ kZeroDigits;
+    std::uint64_t second = igeslib_load_word(digits + 8) ^ kZeroDigits;
+    int lead =
+        first ? std::countr_zero(first) / 8 : 8 + (second ? std::countr_zero(second) / 8 : 7);
+    auto n = static_cast<std::size_t>(16 - lead);
+    std::memcpy(o, digits + lead, 16);
+    o[n] = '.';
+    o[n + 1] = '\0';
+    return static_cast<int>(o - out) + static_cast<int>(n) + 1;
   }
 #ifdef __SIZEOF_INT128__
   std::uint64_t q;
   int exponent;
   if (round_to_fifteen_digits(a, &q, &exponent)) {
-    // Fifteen digits, q being at least 10^14: the first seven after a zero, then eight.
-    char eight_and_eight[16];
-    igeslib_eight_digits(eight_and_eight, static_cast<std::uint32_t>(q / 100000000));
-    igeslib_eight_digits(eight_and_eight + 8, static_cast<std::uint32_t>(q % 100000000));
-    const char* digits = eight_and_eight + 1;
-    int n = 15;
-    while (digits[n - 1] == '0') --n;
-    int length = shape_g15(digits, n, exponent, negative, 'D', out);
-    // The fixed form of a number with no fraction digits, and a whole number in the exponent
-    // form, take a point.
-    bool fixed = exponent >= -4 && exponent < 15;
-    bool point = fixed ? n <= exponent + 1 : a == std::trunc(a);
-    if (point) {
-      out[length++] = '.';
-      out[length] = '\0';
+    // Fifteen digits, q being at least 10^14: sixteen with a leading zero, skipped. n is the
+    // count without trailing zeros, found from the high bytes of the last word.
+    sixteen_digits(digits, q);
+    const char* d = digits + 1;
+    std::uint64_t last = igeslib_load_word(digits + 8) ^ kZeroDigits;
+    std::uint64_t before = igeslib_load_word(digits) ^ kZeroDigits;
+    int n = last ? 16 - std::countl_zero(last) / 8 : 8 - std::countl_zero(before) / 8;
+    n -= 1;
+    char* end;
+    if (exponent >= 0 && exponent < 15) {
+      // Fixed form: the whole part, then a point and the fraction digits if there are any.
+      // A number with no fraction digits still takes its point.
+      int whole = exponent + 1;
+      std::memcpy(o, d, 16);
+      o[whole] = '.';
+      if (n > whole) {
+        std::memcpy(o + whole + 1, d + whole, 16);
+        end = o + n + 1;
+      } else {
+        end = o + whole + 1;
+      }
+    } else if (exponent < 0 && exponent >= -4) {
+      // "0.", the zeros after the point, the digits.
+      std::memcpy(o, "0.000000", 8);
+      std::memcpy(o + 1 - exponent, d, 16);
+      end = o + 1 - exponent + n;
+    } else {
+      // Exponent form, two exponent digits at least (the exponent here is from -8 to 15).
+      o[0] = d[0];
+      end = o + 1;
+      if (n > 1) {
+        o[1] = '.';
+        std::memcpy(o + 2, d + 1, 16);
+        end = o + n + 1;
+      }
+      int magnitude = exponent < 0 ? -exponent : exponent;
+      end[0] = 'D';
+      end[1] = exponent < 0 ? '-' : '+';
+      end[2] = static_cast<char>('0' + magnitude / 10);
+      end[3] = static_cast<char>('0' + magnitude % 10);
+      end += 4;
+      // A whole number in the exponent form takes a point.
+      if (a == std::trunc(a)) *end++ = '.';
     }
-    return length;
+    *end = '\0';
+    return static_cast<int>(end - out);
   }
 #endif
   return real_text_general(v, out);
@@ -363,7 +434,7 @@ static void place_number(IgeslibIO& io, const char* text, int length) {
     std::memset(io.line + io.column, ' ', static_cast<std::size_t>(io.end_column - io.column + 1));
     io.write_line();
   }
-  std::memcpy(io.line + io.column, text, static_cast<std::size_t>(length));
+  copy_short(io.line + io.column, text, static_cast<std::size_t>(length));
   io.column += length;
   io.line[io.column++] = io.param_delimiter;
 }
@@ -439,6 +510,11 @@ void IgeslibIO::reserve_de_section(ListOfigs_directory_entry* list) {
   sequence_number = 1;
   f_rec_section = 'D';
   directory_count = static_cast<int>(size_of(list)) * 2;
+  // The stream moves past the room of the records, which a file keeps as a hole until they
+  // are written: blanks put there would be copied to the file only to be written over. A
+  // stream that can't move (a pipe) gets them all the same.
+  long room = static_cast<long>(directory_count) * (kLineEnd + 1);
+  if (room == 0 || std::fseek(fp, room, SEEK_CUR) == 0) return;
   for (int i = 0; i < directory_count; ++i) write_line();
 }
 
