@@ -29,8 +29,23 @@ constexpr int kStartLength = 72;     // longest Start section text
 // Room for any integer or real token and its NUL.
 constexpr int kTokenLength = 32;
 
-// The text "%d" gives, NUL-terminated; its length.
-int int_text(int v, char* out) {
+// The text "%d" gives, NUL-terminated; its length. A value of up to eight digits comes from
+// one word of digits with its leading zeros shifted out.
+inline int int_text(int v, char* out) {
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  unsigned magnitude = v < 0 ? 0u - static_cast<unsigned>(v) : static_cast<unsigned>(v);
+  if (magnitude < 100000000) {
+    out[0] = '-';
+    char* o = out + (v < 0);
+    std::uint64_t word = igeslib_eight_digits_word(magnitude);
+    int lead = std::countr_zero((word ^ 0x3030303030303030ull) | (std::uint64_t{1} << 56)) / 8;
+    word >>= 8 * lead;
+    std::memcpy(o, &word, sizeof word);
+    int n = 8 - lead;
+    o[n] = '\0';
+    return static_cast<int>(o - out) + n;
+  }
+#endif
   auto result = std::to_chars(out, out + kTokenLength - 1, v);
   *result.ptr = '\0';
   return static_cast<int>(result.ptr - out);
@@ -207,8 +222,10 @@ inline void copy_short(char* to, const char* from, std::size_t n) {
   } else if (n >= 4) {
     std::memcpy(to, from, 4);
     std::memcpy(to + n - 4, from + n - 4, 4);
-  } else {
-    for (std::size_t i = 0; i < n; ++i) to[i] = from[i];
+  } else if (n > 0) {
+    to[0] = from[0];
+    to[n / 2] = from[n / 2];
+    to[n - 1] = from[n - 1];
   }
 }
 
@@ -218,13 +235,11 @@ inline void sixteen_digits(char* out, std::uint64_t v) {
   igeslib_eight_digits(out + 8, static_cast<std::uint32_t>(v % 100000000));
 }
 
-}  // namespace
-
 // The token of real_text_general, made directly for whole numbers below 10^15 and, where
 // 128-bit integers exist, for any value from 1e-8 to 1e15; the rest (the largest and smallest
 // magnitudes, NaN, infinities) goes the general way. The digits come as whole words and are
 // put in place with copies of fixed size; out's 32 bytes are room for the wide stores.
-int igeslib_real_text(double v, char* out) {
+inline int real_token(double v, char* out) {
   bool negative = std::signbit(v);
   double a = std::fabs(v);
   char* o = out;
@@ -235,8 +250,22 @@ int igeslib_real_text(double v, char* out) {
   char digits[32];
   std::memcpy(digits + 16, &kZeroDigits, 8);
   std::memcpy(digits + 24, &kZeroDigits, 8);
-  if (a < 1e15 && a == static_cast<double>(static_cast<std::uint64_t>(a))) {
-    sixteen_digits(digits, static_cast<std::uint64_t>(a));
+  if (a < 1e15 && a == static_cast<double>(static_cast<std::int64_t>(a))) {
+    auto whole = static_cast<std::uint64_t>(a);
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    if (whole < 100000000) {
+      // Up to eight digits: one word, its leading zeros shifted out (but the last digit's).
+      std::uint64_t word = igeslib_eight_digits_word(static_cast<std::uint32_t>(whole));
+      int lead = std::countr_zero((word ^ kZeroDigits) | (std::uint64_t{1} << 56)) / 8;
+      word >>= 8 * lead;
+      std::memcpy(o, &word, sizeof word);
+      int n = 8 - lead;
+      o[n] = '.';
+      o[n + 1] = '\0';
+      return static_cast<int>(o - out) + n + 1;
+    }
+#endif
+    sixteen_digits(digits, whole);
     // The leading zeros are skipped, all but the last digit's.
     std::uint64_t first = igeslib_load_word(digits) ^ kZeroDigits;
     std::uint64_t second = igeslib_load_word(digits + 8) ^ kZeroDigits;
@@ -303,6 +332,10 @@ int igeslib_real_text(double v, char* out) {
   return real_text_general(v, out);
 }
 
+}  // namespace
+
+int igeslib_real_text(double v, char* out) { return real_token(v, out); }
+
 namespace {
 
 // The DE numbers of the entities a back-pointer list selects. An entry that selects nothing
@@ -344,8 +377,14 @@ inline void put_text(const char* text, std::size_t n, FILE* fp) { std::fwrite(te
 
 void IgeslibIO::write_line() {
   if (f_rec_section == 'P') {
-    line[64] = ' ';
-    igeslib_format_int(line + kPointerColumn, 7, back_pointer);
+    // A blank and the DE pointer: eight columns of a pointer below 10^7 start with the blank.
+    if (back_pointer >= 0 && back_pointer < 10000000) {
+      igeslib_right_justified_eight(line + kPointerColumn - 1,
+                                    static_cast<std::uint32_t>(back_pointer));
+    } else {
+      line[kPointerColumn - 1] = ' ';
+      igeslib_format_int(line + kPointerColumn, 7, back_pointer);
+    }
   }
   line[kLetterColumn] = f_rec_section;
   // Records are numbered in turn: the text of the last number counted up, when it fits.
@@ -362,8 +401,13 @@ void IgeslibIO::write_line() {
   line[kLineEnd] = '\n';
   line[kLineEnd + 1] = '\0';
   // The record up to its first NUL, as fputs wrote it (a raw text shorter than the record
-  // leaves one inside); with glibc the stream's lock isn't taken for every record.
-  put_text(line, std::strlen(line), fp);
+  // leaves one inside); with glibc the stream's lock isn't taken for every record. A record
+  // made of tokens alone is whole.
+  if (line_may_end_early)
+    put_text(line, std::strlen(line), fp);
+  else
+    put_text(line, kLineEnd + 1, fp);
+  line_may_end_early = false;
   column = 0;
   std::memset(line, ' ', sizeof line - 1);
   line[sizeof line - 1] = '\0';
@@ -376,6 +420,7 @@ void IgeslibIO::write_raw_line(const char* text, bool end_line) {
     std::size_t n = std::min(std::strlen(text), room);
     std::memcpy(line + column, text, n);
     line[column + static_cast<int>(n)] = '\0';
+    line_may_end_early = true;
   }
   if (end_line) write_line();
 }
@@ -398,18 +443,44 @@ void IgeslibIO::write_empty_parameter() {
   line[column++] = param_delimiter;
 }
 
+// A number token and its delimiter on this record when both fit in the data columns; else
+// the rest of the record is blanked, written, and the token goes to the next one.
+static inline void place_number(IgeslibIO& io, const char* text, int length) {
+  if (io.column + length > io.end_column) {
+    if (io.column <= io.end_column)
+      std::memset(io.line + io.column, ' ',
+                  static_cast<std::size_t>(io.end_column - io.column + 1));
+    io.write_line();
+  }
+  copy_short(io.line + io.column, text, static_cast<std::size_t>(length));
+  io.column += length;
+  io.line[io.column++] = io.param_delimiter;
+}
+
+// The hot paths of write_int and write_real, inlined there: put_int and put_real are the
+// library's entry points, which calls inside it can't inline.
+static inline void place_int(IgeslibIO& io, int v) {
+  char text[kTokenLength];
+  place_number(io, text, int_text(v, text));
+}
+
+static inline void place_real(IgeslibIO& io, double v) {
+  char text[kTokenLength];
+  place_number(io, text, real_token(v, text));
+}
+
 void IgeslibIO::write_int(int v, EmptyReads empty) {
   if (zero_as_default && v == 0 && empty == kEmptyIsZero)
     write_empty_parameter();
   else
-    put_int(v);
+    place_int(*this, v);
 }
 
 void IgeslibIO::write_real(double v, EmptyReads empty) {
   if (zero_as_default && v == 0.0 && empty == kEmptyIsZero)
     write_empty_parameter();
   else
-    put_real(v);
+    place_real(*this, v);
 }
 
 void IgeslibIO::write_logical(bool v) {
@@ -426,30 +497,11 @@ void IgeslibIO::write_string(const char* s) {
     put_string(s);
 }
 
-// A number token and its delimiter on this record when both fit in the data columns; else
-// the rest of the record is blanked, written, and the token goes to the next one.
-static void place_number(IgeslibIO& io, const char* text, int length) {
-  if (io.column > io.end_column) io.write_line();
-  if (io.column + length > io.end_column) {
-    std::memset(io.line + io.column, ' ', static_cast<std::size_t>(io.end_column - io.column + 1));
-    io.write_line();
-  }
-  copy_short(io.line + io.column, text, static_cast<std::size_t>(length));
-  io.column += length;
-  io.line[io.column++] = io.param_delimiter;
-}
-
-void IgeslibIO::put_int(int v) {
-  char text[kTokenLength];
-  place_number(*this, text, int_text(v, text));
-}
+void IgeslibIO::put_int(int v) { place_int(*this, v); }
 
 void IgeslibIO::put_logical(bool v) { put_int(v ? 1 : 0); }
 
-void IgeslibIO::put_real(double v) {
-  char text[kTokenLength];
-  place_number(*this, text, igeslib_real_text(v, text));
-}
+void IgeslibIO::put_real(double v) { place_real(*this, v); }
 
 void IgeslibIO::put_string(const char* s) {
   int n = static_cast<int>(std::strlen(s));
@@ -597,9 +649,12 @@ void IgeslibIO::write_de_section(ListOfigs_directory_entry* list) {
   for (unsigned i = 0; i < n; ++i) {
     igs_directory_entry* entity = (*list)[i];
     // An empty slot keeps its two blank records, so the numbering of the others holds.
+    // The fields are written by each class's own code, which ends each with a NUL.
     if (entity) entity->de_write_record_one(line);
+    line_may_end_early = true;
     write_line();
     if (entity) entity->de_write_record_two(line);
+    line_may_end_early = true;
     write_line();
   }
 }
