@@ -264,17 +264,25 @@ void write_definition(char* out, igs_directory_entry* definition) {
   igeslib_de_write_int(out, definition ? -definition->de_number : 0);
 }
 
+// Whether the select's choice is its attribute of that name, as the select's is_ test answers:
+// the name of the choice compared, where the test first looks the attribute up by its name.
+// Every entity's record asks this of its line font, level and colour.
+bool has_chosen(LumoUnion* select, const char* name) {
+  LumoAttribute* chosen = select->getAttribute(nullptr);
+  return chosen && chosen->name && std::strcmp(chosen->name, name) == 0;
+}
+
 }  // namespace
 
 void igeslib_de_write_line_font(char* out, igs_lineFont* font) {
-  if (font && font->is_line_font_definition_entity())
+  if (font && has_chosen(font, "_line_font_definition_entity"))
     write_definition(out, font->_line_font_definition_entity());
   else
     igeslib_de_write_int(out, font ? static_cast<int>(font->_line_pattern()) : 0);
 }
 
 void igeslib_de_write_level(char* out, igs_entity_level* level) {
-  if (level && level->is_definition_levels_entity())
+  if (level && has_chosen(level, "_definition_levels_entity"))
     write_definition(out, level->_definition_levels_entity());
   else
     igeslib_de_write_int(out, level ? level->_int_val() : 0);
@@ -297,7 +305,7 @@ void igeslib_de_write_view(char* out, igs_entity_view* view) {
 }
 
 void igeslib_de_write_color(char* out, igs_entity_color* color) {
-  if (color && color->is_color_definition_entity())
+  if (color && has_chosen(color, "_color_definition_entity"))
     write_definition(out, color->_color_definition_entity());
   else
     igeslib_de_write_int(out, color ? static_cast<int>(color->_color_number()) : 0);
