@@ -182,15 +182,18 @@ bool round_to_fifteen_digits(double a, std::uint64_t* digits, int* exponent) {
     int p = 14 - e10;
     if (p < 0 || p > 22) return false;
     unsigned __int128 product = static_cast<unsigned __int128>(m) * power_of_ten(p);
-    auto q = static_cast<std::uint64_t>(product >> k);
+    // The quotient by 2^(k - 1), below 2^64: q and behind it, as the lowest bit, the first
+    // binary place dropped.
+    auto halves = static_cast<std::uint64_t>(product >> (k - 1));
+    std::uint64_t q = halves >> 1;
     if (q >= kPowersOfTen[15]) {
       ++e10;
     } else if (q < kPowersOfTen[14]) {
       --e10;
     } else {
-      unsigned __int128 half = static_cast<unsigned __int128>(1) << (k - 1);
-      unsigned __int128 rest = product & ((half << 1) - 1);
-      if (rest > half || (rest == half && (q & 1))) ++q;
+      // Up on a half and more, a half alone (no bit of product below that place) to even.
+      bool beyond_half = (product << (129 - k)) != 0;
+      if ((halves & 1) && (beyond_half || (q & 1))) ++q;
       if (q == kPowersOfTen[15]) {
         q = kPowersOfTen[14];
         ++e10;
