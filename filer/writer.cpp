@@ -12,6 +12,8 @@
 #include <limits>
 #include <vector>
 
+#include <sys/stat.h>
+
 #include <igeslib.h>
 
 #include "igeslib_directory.h"
@@ -356,6 +358,13 @@ std::vector<int> selected_numbers(List* list) {
   return numbers;
 }
 
+// Whether the stream writes to a regular file.
+bool is_regular_file(FILE* stream) {
+  int descriptor = fileno(stream);
+  struct stat status;
+  return descriptor >= 0 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 template <class List>
 unsigned size_of(List* list) {
   return list ? list->size() : 0;
@@ -565,11 +574,12 @@ void IgeslibIO::reserve_de_section(ListOfigs_directory_entry* list) {
   sequence_number = 1;
   f_rec_section = 'D';
   directory_count = static_cast<int>(size_of(list)) * 2;
-  // The stream moves past the room of the records, which a file keeps as a hole until they
-  // are written: blanks put there would be copied to the file only to be written over. A
-  // stream that can't move (a pipe) gets them all the same.
+  // A file's stream moves past the room of the records, which the file keeps as a hole until
+  // they are written: blanks put there would be copied to the file only to be written over.
+  // Any other stream (a pipe, a stream in memory, which may not take a move past its end) gets
+  // the blanks.
   long room = static_cast<long>(directory_count) * (kLineEnd + 1);
-  if (room == 0 || std::fseek(fp, room, SEEK_CUR) == 0) return;
+  if (room == 0 || (is_regular_file(fp) && std::fseek(fp, room, SEEK_CUR) == 0)) return;
   for (int i = 0; i < directory_count; ++i) write_line();
 }
 
