@@ -209,10 +209,6 @@ bool round_to_fifteen_digits(double a, std::uint64_t* digits, int* exponent) {
 }
 #endif
 
-}  // namespace
-
-namespace {
-
 constexpr std::uint64_t kZeroDigits = 0x3030303030303030ull;  // "00000000"
 
 // Copies n bytes (1 to 32) from 32 readable bytes at from: one or two fixed-size copies that
