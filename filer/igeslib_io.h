@@ -139,7 +139,8 @@ struct IgeslibIO {
   // The processor rounds to nearest on the reading thread, as the quick way's exact products
   // need (a program may have changed the mode; it is looked at once, when the read begins).
   bool nearest_rounding = igeslib_rounds_to_nearest();
-  int written_sequence = -1;  // the sequence number last written, its text in sequence_text
+  int written_sequence = -1;        // the sequence number last written, its text in sequence_text
+  bool line_may_end_early = false;  // a raw text or a class's own fields may leave a NUL in line
   char sequence_text[8] = {};
   int start_count = 0;
   int global_count = 0;
@@ -359,6 +360,23 @@ inline std::uint64_t igeslib_eight_digits_word(std::uint32_t v) {
 inline void igeslib_eight_digits(char* out, std::uint32_t v) {
   std::uint64_t word = igeslib_eight_digits_word(v);
   std::memcpy(out, &word, sizeof word);
+}
+
+// value (below 10^8) as "%8d" writes it: the eight digits, the leading zeros but the last
+// turned into blanks. No NUL.
+inline void igeslib_right_justified_eight(char* out, std::uint32_t value) {
+  std::uint64_t word = igeslib_eight_digits_word(value);
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  // The first digit is the lowest byte: the zero bytes of word ^ "00000000" from the bottom
+  // are the leading zeros, seven at most; each '0' less 0x10 is a blank.
+  constexpr std::uint64_t kZeros = 0x3030303030303030ull;
+  int lead = std::countr_zero((word ^ kZeros) | (std::uint64_t{1} << 56)) / 8;
+  word -= ((std::uint64_t{1} << (8 * lead)) - 1) & 0x1010101010101010ull;
+  std::memcpy(out, &word, sizeof word);
+#else
+  std::memcpy(out, &word, sizeof word);
+  for (int i = 0; i < 7 && out[i] == '0'; ++i) out[i] = ' ';
+#endif
 }
 
 // Eight characters of a record as one word, the first in the lowest byte.

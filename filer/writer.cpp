@@ -3,6 +3,7 @@
 // last column of free-form data. write_line is the one place that emits a record. Numbers are
 // written in the "C" locale's form whatever the process locale is.
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -10,6 +11,8 @@
 #include <cstring>
 #include <limits>
 #include <vector>
+
+#include <sys/stat.h>
 
 #include <igeslib.h>
 
@@ -28,8 +31,23 @@ constexpr int kStartLength = 72;     // longest Start section text
 // Room for any integer or real token and its NUL.
 constexpr int kTokenLength = 32;
 
-// The text "%d" gives, NUL-terminated; its length.
-int int_text(int v, char* out) {
+// The text "%d" gives, NUL-terminated; its length. A value of up to eight digits comes from
+// one word of digits with its leading zeros shifted out.
+inline int int_text(int v, char* out) {
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  unsigned magnitude = v < 0 ? 0u - static_cast<unsigned>(v) : static_cast<unsigned>(v);
+  if (magnitude < 100000000) {
+    out[0] = '-';
+    char* o = out + (v < 0);
+    std::uint64_t word = igeslib_eight_digits_word(magnitude);
+    int lead = std::countr_zero((word ^ 0x3030303030303030ull) | (std::uint64_t{1} << 56)) / 8;
+    word >>= 8 * lead;
+    std::memcpy(o, &word, sizeof word);
+    int n = 8 - lead;
+    o[n] = '\0';
+    return static_cast<int>(o - out) + n;
+  }
+#endif
   auto result = std::to_chars(out, out + kTokenLength - 1, v);
   *result.ptr = '\0';
   return static_cast<int>(result.ptr - out);
@@ -166,15 +184,18 @@ bool round_to_fifteen_digits(double a, std::uint64_t* digits, int* exponent) {
     int p = 14 - e10;
     if (p < 0 || p > 22) return false;
     unsigned __int128 product = static_cast<unsigned __int128>(m) * power_of_ten(p);
-    auto q = static_cast<std::uint64_t>(product >> k);
+    // The quotient by 2^(k - 1), below 2^64: q and behind it, as the lowest bit, the first
+    // binary place dropped.
+    auto halves = static_cast<std::uint64_t>(product >> (k - 1));
+    std::uint64_t q = halves >> 1;
     if (q >= kPowersOfTen[15]) {
       ++e10;
     } else if (q < kPowersOfTen[14]) {
       --e10;
     } else {
-      unsigned __int128 half = static_cast<unsigned __int128>(1) << (k - 1);
-      unsigned __int128 rest = product & ((half << 1) - 1);
-      if (rest > half || (rest == half && (q & 1))) ++q;
+      // Up on a half and more, a half alone (no bit of product below that place) to even.
+      bool beyond_half = (product << (129 - k)) != 0;
+      if ((halves & 1) && (beyond_half || (q & 1))) ++q;
       if (q == kPowersOfTen[15]) {
         q = kPowersOfTen[14];
         ++e10;
@@ -188,49 +209,133 @@ bool round_to_fifteen_digits(double a, std::uint64_t* digits, int* exponent) {
 }
 #endif
 
-}  // namespace
+constexpr std::uint64_t kZeroDigits = 0x3030303030303030ull;  // "00000000"
+
+// Copies n bytes (1 to 32) from 32 readable bytes at from: one or two fixed-size copies that
+// may overlap, rather than a call for a length known only at run time.
+inline void copy_short(char* to, const char* from, std::size_t n) {
+  if (n >= 16) {
+    std::memcpy(to, from, 16);
+    std::memcpy(to + n - 16, from + n - 16, 16);
+  } else if (n >= 8) {
+    std::memcpy(to, from, 8);
+    std::memcpy(to + n - 8, from + n - 8, 8);
+  } else if (n >= 4) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + n - 4, from + n - 4, 4);
+  } else if (n > 0) {
+    to[0] = from[0];
+    to[n / 2] = from[n / 2];
+    to[n - 1] = from[n - 1];
+  }
+}
+
+// The sixteen decimal digits of v (below 10^16, leading zeros kept) at out[0..16).
+inline void sixteen_digits(char* out, std::uint64_t v) {
+  igeslib_eight_digits(out, static_cast<std::uint32_t>(v / 100000000));
+  igeslib_eight_digits(out + 8, static_cast<std::uint32_t>(v % 100000000));
+}
 
 // The token of real_text_general, made directly for whole numbers below 10^15 and, where
 // 128-bit integers exist, for any value from 1e-8 to 1e15; the rest (the largest and smallest
-// magnitudes, NaN, infinities) goes the general way.
-int igeslib_real_text(double v, char* out) {
+// magnitudes, NaN, infinities) goes the general way. The digits come as whole words and are
+// put in place with copies of fixed size; out's 32 bytes are room for the wide stores.
+inline int real_token(double v, char* out) {
   bool negative = std::signbit(v);
   double a = std::fabs(v);
-  if (a < 1e15 && a == static_cast<double>(static_cast<std::uint64_t>(a))) {
-    char digits[24];
-    char* first = igeslib_digits_before(digits + sizeof digits, static_cast<std::uint64_t>(a));
-    if (negative) *--first = '-';
-    auto n = static_cast<std::size_t>(digits + sizeof digits - first);
-    std::memcpy(out, first, n);
-    out[n] = '.';
-    out[n + 1] = '\0';
-    return static_cast<int>(n + 1);
+  char* o = out;
+  *o = '-';
+  o += negative;
+  // Sixteen digits and sixteen zeros behind them, so that a copy of sixteen from any digit
+  // reads only digits.
+  char digits[32];
+  std::memcpy(digits + 16, &kZeroDigits, 8);
+  std::memcpy(digits + 24, &kZeroDigits, 8);
+  if (a < 1e15 && a == static_cast<double>(static_cast<std::int64_t>(a))) {
+    auto whole = static_cast<std::uint64_t>(a);
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    if (whole < 100000000) {
+      // Up to eight digits: one word, its leading zeros shifted out (but the last digit's).
+      std::uint64_t word = igeslib_eight_digits_word(static_cast<std::uint32_t>(whole));
+      int lead = std::countr_zero((word ^ kZeroDigits) | (std::uint64_t{1} << 56)) / 8;
+      word >>= 8 * lead;
+      std::memcpy(o, &word, sizeof word);
+      int n = 8 - lead;
+      o[n] = '.';
+      o[n + 1] = '\0';
+      return static_cast<int>(o - out) + n + 1;
+    }
+#endif
+    sixteen_digits(digits, whole);
+    // The leading zeros are skipped, all but the last digit's.
+    std::uint64_t first = igeslib_load_word(digits) ^ kZeroDigits;
+    std::uint64_t second = igeslib_load_word(digits + 8) ^ kZeroDigits;
+    int lead =
+        first ? std::countr_zero(first) / 8 : 8 + (second ? std::countr_zero(second) / 8 : 7);
+    auto n = static_cast<std::size_t>(16 - lead);
+    std::memcpy(o, digits + lead, 16);
+    o[n] = '.';
+    o[n + 1] = '\0';
+    return static_cast<int>(o - out) + static_cast<int>(n) + 1;
   }
 #ifdef __SIZEOF_INT128__
   std::uint64_t q;
   int exponent;
   if (round_to_fifteen_digits(a, &q, &exponent)) {
-    // Fifteen digits, q being at least 10^14: the first seven after a zero, then eight.
-    char eight_and_eight[16];
-    igeslib_eight_digits(eight_and_eight, static_cast<std::uint32_t>(q / 100000000));
-    igeslib_eight_digits(eight_and_eight + 8, static_cast<std::uint32_t>(q % 100000000));
-    const char* digits = eight_and_eight + 1;
-    int n = 15;
-    while (digits[n - 1] == '0') --n;
-    int length = shape_g15(digits, n, exponent, negative, 'D', out);
-    // The fixed form of a number with no fraction digits, and a whole number in the exponent
-    // form, take a point.
-    bool fixed = exponent >= -4 && exponent < 15;
-    bool point = fixed ? n <= exponent + 1 : a == std::trunc(a);
-    if (point) {
-      out[length++] = '.';
-      out[length] = '\0';
+    // Fifteen digits, q being at least 10^14: sixteen with a leading zero, skipped. n is the
+    // count without trailing zeros, found from the high bytes of the last word.
+    sixteen_digits(digits, q);
+    const char* d = digits + 1;
+    std::uint64_t last = igeslib_load_word(digits + 8) ^ kZeroDigits;
+    std::uint64_t before = igeslib_load_word(digits) ^ kZeroDigits;
+    int n = last ? 16 - std::countl_zero(last) / 8 : 8 - std::countl_zero(before) / 8;
+    n -= 1;
+    char* end;
+    if (exponent >= 0 && exponent < 15) {
+      // Fixed form: the whole part, then a point and the fraction digits if there are any.
+      // A number with no fraction digits still takes its point.
+      int whole = exponent + 1;
+      std::memcpy(o, d, 16);
+      o[whole] = '.';
+      if (n > whole) {
+        std::memcpy(o + whole + 1, d + whole, 16);
+        end = o + n + 1;
+      } else {
+        end = o + whole + 1;
+      }
+    } else if (exponent < 0 && exponent >= -4) {
+      // "0.", the zeros after the point, the digits.
+      std::memcpy(o, "0.000000", 8);
+      std::memcpy(o + 1 - exponent, d, 16);
+      end = o + 1 - exponent + n;
+    } else {
+      // Exponent form, two exponent digits at least (the exponent here is from -8 to 15).
+      o[0] = d[0];
+      end = o + 1;
+      if (n > 1) {
+        o[1] = '.';
+        std::memcpy(o + 2, d + 1, 16);
+        end = o + n + 1;
+      }
+      int magnitude = exponent < 0 ? -exponent : exponent;
+      end[0] = 'D';
+      end[1] = exponent < 0 ? '-' : '+';
+      end[2] = static_cast<char>('0' + magnitude / 10);
+      end[3] = static_cast<char>('0' + magnitude % 10);
+      end += 4;
+      // A whole number in the exponent form takes a point.
+      if (a == std::trunc(a)) *end++ = '.';
     }
-    return length;
+    *end = '\0';
+    return static_cast<int>(end - out);
   }
 #endif
   return real_text_general(v, out);
 }
+
+}  // namespace
+
+int igeslib_real_text(double v, char* out) { return real_token(v, out); }
 
 namespace {
 
@@ -247,6 +352,13 @@ std::vector<int> selected_numbers(List* list) {
     if (target) numbers.push_back(target->de_number);
   }
   return numbers;
+}
+
+// Whether the stream writes to a regular file.
+bool is_regular_file(FILE* stream) {
+  int descriptor = fileno(stream);
+  struct stat status;
+  return descriptor >= 0 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 template <class List>
@@ -273,8 +385,14 @@ inline void put_text(const char* text, std::size_t n, FILE* fp) { std::fwrite(te
 
 void IgeslibIO::write_line() {
   if (f_rec_section == 'P') {
-    line[64] = ' ';
-    igeslib_format_int(line + kPointerColumn, 7, back_pointer);
+    // A blank and the DE pointer: eight columns of a pointer below 10^7 start with the blank.
+    if (back_pointer >= 0 && back_pointer < 10000000) {
+      igeslib_right_justified_eight(line + kPointerColumn - 1,
+                                    static_cast<std::uint32_t>(back_pointer));
+    } else {
+      line[kPointerColumn - 1] = ' ';
+      igeslib_format_int(line + kPointerColumn, 7, back_pointer);
+    }
   }
   line[kLetterColumn] = f_rec_section;
   // Records are numbered in turn: the text of the last number counted up, when it fits.
@@ -291,8 +409,13 @@ void IgeslibIO::write_line() {
   line[kLineEnd] = '\n';
   line[kLineEnd + 1] = '\0';
   // The record up to its first NUL, as fputs wrote it (a raw text shorter than the record
-  // leaves one inside); with glibc the stream's lock isn't taken for every record.
-  put_text(line, std::strlen(line), fp);
+  // leaves one inside); with glibc the stream's lock isn't taken for every record. A record
+  // made of tokens alone is whole.
+  if (line_may_end_early)
+    put_text(line, std::strlen(line), fp);
+  else
+    put_text(line, kLineEnd + 1, fp);
+  line_may_end_early = false;
   column = 0;
   std::memset(line, ' ', sizeof line - 1);
   line[sizeof line - 1] = '\0';
@@ -305,6 +428,7 @@ void IgeslibIO::write_raw_line(const char* text, bool end_line) {
     std::size_t n = std::min(std::strlen(text), room);
     std::memcpy(line + column, text, n);
     line[column + static_cast<int>(n)] = '\0';
+    line_may_end_early = true;
   }
   if (end_line) write_line();
 }
@@ -327,18 +451,44 @@ void IgeslibIO::write_empty_parameter() {
   line[column++] = param_delimiter;
 }
 
+// A number token and its delimiter on this record when both fit in the data columns; else
+// the rest of the record is blanked, written, and the token goes to the next one.
+static inline void place_number(IgeslibIO& io, const char* text, int length) {
+  if (io.column + length > io.end_column) {
+    if (io.column <= io.end_column)
+      std::memset(io.line + io.column, ' ',
+                  static_cast<std::size_t>(io.end_column - io.column + 1));
+    io.write_line();
+  }
+  copy_short(io.line + io.column, text, static_cast<std::size_t>(length));
+  io.column += length;
+  io.line[io.column++] = io.param_delimiter;
+}
+
+// The hot paths of write_int and write_real, inlined there: put_int and put_real are the
+// library's entry points, which calls inside it can't inline.
+static inline void place_int(IgeslibIO& io, int v) {
+  char text[kTokenLength];
+  place_number(io, text, int_text(v, text));
+}
+
+static inline void place_real(IgeslibIO& io, double v) {
+  char text[kTokenLength];
+  place_number(io, text, real_token(v, text));
+}
+
 void IgeslibIO::write_int(int v, EmptyReads empty) {
   if (zero_as_default && v == 0 && empty == kEmptyIsZero)
     write_empty_parameter();
   else
-    put_int(v);
+    place_int(*this, v);
 }
 
 void IgeslibIO::write_real(double v, EmptyReads empty) {
   if (zero_as_default && v == 0.0 && empty == kEmptyIsZero)
     write_empty_parameter();
   else
-    put_real(v);
+    place_real(*this, v);
 }
 
 void IgeslibIO::write_logical(bool v) {
@@ -355,30 +505,11 @@ void IgeslibIO::write_string(const char* s) {
     put_string(s);
 }
 
-// A number token and its delimiter on this record when both fit in the data columns; else
-// the rest of the record is blanked, written, and the token goes to the next one.
-static void place_number(IgeslibIO& io, const char* text, int length) {
-  if (io.column > io.end_column) io.write_line();
-  if (io.column + length > io.end_column) {
-    std::memset(io.line + io.column, ' ', static_cast<std::size_t>(io.end_column - io.column + 1));
-    io.write_line();
-  }
-  std::memcpy(io.line + io.column, text, static_cast<std::size_t>(length));
-  io.column += length;
-  io.line[io.column++] = io.param_delimiter;
-}
-
-void IgeslibIO::put_int(int v) {
-  char text[kTokenLength];
-  place_number(*this, text, int_text(v, text));
-}
+void IgeslibIO::put_int(int v) { place_int(*this, v); }
 
 void IgeslibIO::put_logical(bool v) { put_int(v ? 1 : 0); }
 
-void IgeslibIO::put_real(double v) {
-  char text[kTokenLength];
-  place_number(*this, text, igeslib_real_text(v, text));
-}
+void IgeslibIO::put_real(double v) { place_real(*this, v); }
 
 void IgeslibIO::put_string(const char* s) {
   int n = static_cast<int>(std::strlen(s));
@@ -439,6 +570,12 @@ void IgeslibIO::reserve_de_section(ListOfigs_directory_entry* list) {
   sequence_number = 1;
   f_rec_section = 'D';
   directory_count = static_cast<int>(size_of(list)) * 2;
+  // A file's stream moves past the room of the records, which the file keeps as a hole until
+  // they are written: blanks put there would be copied to the file only to be written over.
+  // Any other stream (a pipe, a stream in memory, which may not take a move past its end) gets
+  // the blanks.
+  long room = static_cast<long>(directory_count) * (kLineEnd + 1);
+  if (room == 0 || (is_regular_file(fp) && std::fseek(fp, room, SEEK_CUR) == 0)) return;
   for (int i = 0; i < directory_count; ++i) write_line();
 }
 
@@ -521,9 +658,12 @@ void IgeslibIO::write_de_section(ListOfigs_directory_entry* list) {
   for (unsigned i = 0; i < n; ++i) {
     igs_directory_entry* entity = (*list)[i];
     // An empty slot keeps its two blank records, so the numbering of the others holds.
+    // The fields are written by each class's own code, which ends each with a NUL.
     if (entity) entity->de_write_record_one(line);
+    line_may_end_early = true;
     write_line();
     if (entity) entity->de_write_record_two(line);
+    line_may_end_early = true;
     write_line();
   }
 }

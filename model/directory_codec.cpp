@@ -175,9 +175,19 @@ char* igeslib_digits_before(char* end, std::uint64_t value) {
 
 int igeslib_format_int(char* out, int width, int value) {
   if (value >= 0) {
-    if (width == 8 && value < 100000000)
-      return format_fitting<8>(out, static_cast<unsigned>(value));
-    if (width == 7 && value < 10000000) return format_fitting<7>(out, static_cast<unsigned>(value));
+    if (width == 8 && value < 100000000) {
+      igeslib_right_justified_eight(out, static_cast<std::uint32_t>(value));
+      out[8] = '\0';
+      return 8;
+    }
+    if (width == 7 && value < 10000000) {
+      // Eight columns of a value below 10^7 start with a blank: the seven after it.
+      char eight[8];
+      igeslib_right_justified_eight(eight, static_cast<std::uint32_t>(value));
+      std::memcpy(out, eight + 1, 7);
+      out[7] = '\0';
+      return 7;
+    }
     if (width == 1 && value < 10) return format_fitting<1>(out, static_cast<unsigned>(value));
   }
   char digits[12];
@@ -192,7 +202,14 @@ int igeslib_format_int(char* out, int width, int value) {
   return pad + n;
 }
 
-void igeslib_de_write_int(char* out, int value) { igeslib_format_int(out, 8, value); }
+void igeslib_de_write_int(char* out, int value) {
+  if (value >= 0 && value < 100000000) {
+    igeslib_right_justified_eight(out, static_cast<std::uint32_t>(value));
+    out[8] = '\0';
+  } else {
+    igeslib_format_int(out, 8, value);
+  }
+}
 
 void igeslib_de_write_blank(char* out) {
   std::memset(out, ' ', 8);
@@ -208,7 +225,12 @@ void igeslib_de_write_label(char* out, const char* text) {
 
 void igeslib_de_write_digit(char* out, int value) {
   out[0] = '0';
-  igeslib_format_int(out + 1, 1, value);
+  if (value >= 0 && value < 10) {
+    out[1] = static_cast<char>('0' + value);
+    out[2] = '\0';
+  } else {
+    igeslib_format_int(out + 1, 1, value);
+  }
 }
 
 namespace {
@@ -242,17 +264,25 @@ void write_definition(char* out, igs_directory_entry* definition) {
   igeslib_de_write_int(out, definition ? -definition->de_number : 0);
 }
 
+// Whether the select's choice is its attribute of that name, as the select's is_ test answers:
+// the name of the choice compared, where the test first looks the attribute up by its name.
+// Every entity's record asks this of its line font, level and colour.
+bool has_chosen(LumoUnion* select, const char* name) {
+  LumoAttribute* chosen = select->getAttribute(nullptr);
+  return chosen && chosen->name && std::strcmp(chosen->name, name) == 0;
+}
+
 }  // namespace
 
 void igeslib_de_write_line_font(char* out, igs_lineFont* font) {
-  if (font && font->is_line_font_definition_entity())
+  if (font && has_chosen(font, "_line_font_definition_entity"))
     write_definition(out, font->_line_font_definition_entity());
   else
     igeslib_de_write_int(out, font ? static_cast<int>(font->_line_pattern()) : 0);
 }
 
 void igeslib_de_write_level(char* out, igs_entity_level* level) {
-  if (level && level->is_definition_levels_entity())
+  if (level && has_chosen(level, "_definition_levels_entity"))
     write_definition(out, level->_definition_levels_entity());
   else
     igeslib_de_write_int(out, level ? level->_int_val() : 0);
@@ -275,7 +305,7 @@ void igeslib_de_write_view(char* out, igs_entity_view* view) {
 }
 
 void igeslib_de_write_color(char* out, igs_entity_color* color) {
-  if (color && color->is_color_definition_entity())
+  if (color && has_chosen(color, "_color_definition_entity"))
     write_definition(out, color->_color_definition_entity());
   else
     igeslib_de_write_int(out, color ? static_cast<int>(color->_color_number()) : 0);

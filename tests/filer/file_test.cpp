@@ -188,6 +188,25 @@ TEST(WriteDriver, WritingMakesNothingAndKeepsRawEntities) {
   EXPECT_EQ(std::string((*raw->parameter_data_records())[0]).substr(0, 6), "1,2,3;");
 }
 
+// A file's stream passes over the Directory section's room and fills it in later; a stream in
+// memory gets blank records there first. Both end with the same bytes.
+TEST(WriteDriver, AStreamInMemoryGetsTheBytesOfAFile) {
+  IgesText text;
+  text.S("in memory").G(kGlobal).DE(116, 0).DE(110, 0);
+  text.P(1, "116,1.,2.,3.;").P(3, "110,0.,0.,0.,1.,1.,1.;").T();
+  FileRead read(text.str());
+  ASSERT_EQ(read.result, read.file);
+  LUMO.useDesign(read.design);
+  std::vector<char> buffer(1 << 16);
+  FILE* memory = fmemopen(buffer.data(), buffer.size(), "w+");
+  ASSERT_NE(memory, nullptr);
+  EXPECT_EQ(read.file->write(memory, 1), read.file);
+  std::fseek(memory, 0, SEEK_END);  // the writer leaves the stream behind the D section
+  std::string in_memory(buffer.data(), static_cast<std::size_t>(std::ftell(memory)));
+  std::fclose(memory);
+  EXPECT_EQ(in_memory, written(read.file));
+}
+
 TEST(Locale, ACommaLocaleChangesNeitherReadingNorWriting) {
   struct RestoreLocale {
     std::string saved = std::setlocale(LC_ALL, nullptr);

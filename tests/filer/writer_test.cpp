@@ -3,6 +3,7 @@
 // they read back as by the round-trip and entity-record tests.
 #include <algorithm>
 #include <cfloat>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -93,6 +95,20 @@ TEST(Writer, Tokens) {
       EXPECT_EQ(w.data(c.start), zero || !c.off ? c.on : c.off)
           << "from column " << c.start + 1 << ", zero_as_default " << int(zero);
     }
+}
+
+// Integer tokens are "%d": values of every digit count around the powers of ten, negative
+// ones and the ends of int.
+TEST(Writer, IntTokensArePrintf) {
+  std::vector<int> values = {0, 7, -7, INT_MAX, INT_MIN};
+  for (long long power = 10; power <= 1000000000; power *= 10)
+    for (long long v : {power - 1, power, power + 1})
+      values.insert(values.end(), {static_cast<int>(v), static_cast<int>(-v)});
+  for (int v : values) {
+    Written w;
+    w.io.put_int(v);
+    EXPECT_EQ(w.data(0), std::to_string(v) + ",");
+  }
 }
 
 // What a real token is by definition: "%.15G" in the "C" locale, a point behind a whole number
