@@ -10,7 +10,7 @@
 namespace {
 
 // The integer in columns first..last (1-based) of the record; 0 when they hold none.
-int field(const char* line, int first, int last) {
+inline int field(const char* line, int first, int last) {
   if (last - first == 7) return igeslib_scan_eight_columns(line + first - 1);
   int value = 0;
   igeslib_scan_int(line + first - 1, last - first + 1, &value);
@@ -56,6 +56,7 @@ IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
   for (igs_directory_entry* made : made_entities) list->add(made);
   std::vector<igs_directory_entry*>().swap(made_entities);
   line_number = first_line - 1;
+  message_line = (line_number + 999) / 1000 * 1000;
   std::fsetpos(fp, &section_position);
   read_record();
   while (f_rec_section == 'D') {

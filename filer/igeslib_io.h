@@ -121,6 +121,11 @@ struct IgeslibIO {
   LumoStringObject string_value;
   int line_terminator_seen = 0;  // a CR or LF has been met in this file
   int line_number = 0;           // records read so far
+  int message_line = 0;          // the next line number that the progress message names
+  // The last stamps read whole, their eight bytes (the byte before the field as a blank) and
+  // value: the sequence number and a P record's DE pointer.
+  std::uint64_t sequence_word = 0, pointer_word = 0;
+  int sequence_word_value = -1, pointer_word_value = -1;
   int param_state = PARAM_VALUE;
   int sequence_number = 0;
   int back_pointer = 0;  // DE pointer of the current P record

@@ -75,8 +75,37 @@ bool copy_plain_card(char* line, const char* p) {
 // The value of right-justified digits filling the seven columns from field: blanks, then
 // digits to the end; -1 when the field has any other shape. The byte before the field is
 // read too, as a blank, and must be in the buffer.
-int stamp_value(const char* field) {
-  return igeslib_right_justified_word((igeslib_load_word(field - 1) & ~std::uint64_t{0xFF}) | ' ');
+std::uint64_t stamp_word(const char* field) {
+  return (igeslib_load_word(field - 1) & ~std::uint64_t{0xFF}) | ' ';
+}
+
+// The word of a stamp one more than the right-justified number that word holds (its first
+// byte a blank); 0 when the number has no room to grow.
+inline std::uint64_t next_stamp(std::uint64_t word) {
+  for (int shift = 56; shift >= 8; shift -= 8) {
+    const auto c = static_cast<char>(word >> shift);
+    if (c == '9') {
+      word -= std::uint64_t{'9' - '0'} << shift;
+      continue;
+    }
+    return word + (static_cast<std::uint64_t>(c == ' ' ? '1' - ' ' : 1) << shift);
+  }
+  return 0;
+}
+
+// The value of the stamp at field, where last_word held last_value: a record's sequence
+// number is nearly always one more than the record before it, and a P record's DE pointer
+// that of the record before it.
+inline int stamp_value(const char* field, std::uint64_t& last_word, int& last_value) {
+  const std::uint64_t word = stamp_word(field);
+  if (word == last_word) return last_value;
+  if (last_value >= 0 && word == next_stamp(last_word)) {
+    last_word = word;
+    return ++last_value;
+  }
+  const int value = igeslib_right_justified_word(word);
+  if (value >= 0) last_word = word, last_value = value;
+  return value;
 }
 
 // The common record, a card image of 80 plain characters (and its line end, once line ends
@@ -114,7 +143,7 @@ inline bool take_card_image(IgeslibIO& io) {
 inline bool card_stamps(IgeslibIO& io) {
   const char* line = io.line;
   char letter = line[72];
-  int sequence = stamp_value(line + 73);
+  int sequence = stamp_value(line + 73, io.sequence_word, io.sequence_word_value);
   if (sequence < 0) return false;
   if (letter == 'D' || letter == 'G' || letter == 'S' || letter == 'T') {
     io.f_rec_section = letter;
@@ -122,7 +151,9 @@ inline bool card_stamps(IgeslibIO& io) {
     io.end_column = 71;
     return true;
   }
-  int pointer = letter == 'P' && line[64] == ' ' ? stamp_value(line + 65) : -1;
+  int pointer = letter == 'P' && line[64] == ' '
+                    ? stamp_value(line + 65, io.pointer_word, io.pointer_word_value)
+                    : -1;
   if (pointer < 0) return false;
   io.f_rec_section = letter;
   io.sequence_number = sequence;
@@ -134,7 +165,10 @@ inline bool card_stamps(IgeslibIO& io) {
 }  // namespace
 
 void IgeslibIO::read_record() {
-  if (line_number != 0 && line_number % 1000 == 0) LUMO.message("Reading line %d", line_number);
+  if (line_number == message_line) {
+    if (line_number != 0) LUMO.message("Reading line %d", line_number);
+    message_line += 1000;
+  }
   ++line_number;
   prepared_line = 0;
   if (take_card_image(*this)) {

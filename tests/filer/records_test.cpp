@@ -95,6 +95,15 @@ TEST(RecordReader, RecordsAndTheirFields) {
       {card(ones, "       0", "0000000"), "P 0 0 63 80", ""},
       {card(ones, " 9999999", "9999999"), "P 9999999 9999999 63 80", ""},
       {card(ones, "       7", "1      "), "P 7 1 63 80", ""},
+      // Numbers in turn, as each record's own: one more with a carry, a jump, one back, the
+      // largest and then a small one, with the pointer kept or changed.
+      {card(ones, "       7", "      9") + card(ones, "       7", "     10") +
+           card(ones, "       8", "     12") + card(ones, "       8", "     11") +
+           card(ones, "     800", "9999999") + card(ones, "     800", "      1"),
+       "P 7 9 63 80|P 7 10 63 80|P 8 12 63 80|P 8 11 63 80|P 800 9999999 63 80|P 800 1 63 80", ""},
+      {card(ones, " 0000099", "0000099") + card(ones, " 0000099", "0000100") +
+           card(ones, " 0000100", "0000101"),
+       "P 99 99 63 80|P 99 100 63 80|P 100 101 63 80", ""},
       {card(ones, " 7      ", "     12"), "P 7 12 63 80", ""},
       {card(ones, "       7", "\t     5"), "P 7 5 63 80", ""},
       {card(ones, " \t     7", "     12"), "P 7 12 63 80", ""},
