@@ -57,6 +57,19 @@ inline bool carries_number(char c) {
   return offset < 64 && ((members >> offset) & 1) != 0;
 }
 
+// Digits from p up to end into mantissa one at a time; the position after the last digit.
+// The whole part of a real as CAD systems write it has a digit or two, which this takes with
+// less work than a look at eight.
+inline const char* accumulate_digit_by_digit(const char* p, const char* end,
+                                             std::uint64_t& mantissa) {
+  for (; p < end; ++p) {
+    unsigned d = static_cast<unsigned>(*p) - '0';
+    if (d > 9) break;
+    mantissa = mantissa * 10 + d;
+  }
+  return p;
+}
+
 // Digits from p up to end into mantissa, eight at a time while eight stand there; the position
 // after the last digit.
 inline const char* accumulate_digits(const char* p, const char* end, std::uint64_t& mantissa) {
@@ -64,12 +77,7 @@ inline const char* accumulate_digits(const char* p, const char* end, std::uint64
     mantissa = mantissa * 100000000 + fast_float::parse_eight_digits_unrolled(p);
     p += 8;
   }
-  for (; p < end; ++p) {
-    unsigned d = static_cast<unsigned>(*p) - '0';
-    if (d > 9) break;
-    mantissa = mantissa * 10 + d;
-  }
-  return p;
+  return accumulate_digit_by_digit(p, end, mantissa);
 }
 
 // The common real at once: optional sign, digits, optional '.' and digits, optional D/E/d/e
@@ -91,7 +99,7 @@ inline const char* accumulate_digits(const char* p, const char* end, std::uint64
   if (p < end && (*p == '+' || *p == '-')) negative = *p++ == '-';
   std::uint64_t mantissa = 0;
   const char* const first = p;
-  p = accumulate_digits(p, end, mantissa);
+  p = accumulate_digit_by_digit(p, end, mantissa);
   std::ptrdiff_t digits = p - first;
   std::int64_t scale = 0;  // the decimal exponent of the mantissa's last digit
   if (p < end && *p == '.') {
