@@ -1,6 +1,7 @@
 // The Directory section, read in two passes. The first looks only at the entity type and the
 // form of each pair and makes an object of the registry's class, so that the second, which
 // reads every field, can resolve pointers to entries further down the file.
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -36,9 +37,9 @@ IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
   // in the design, it would leave every smaller copy of itself behind.
   std::vector<igs_directory_entry*> made_entities;
   while (f_rec_section == 'D') {
-    int entity = field(line, 1, 8);
+    int entity = de_field(12, 1);
     read_record();
-    int form = field(line, 33, 40);
+    int form = de_field(13, 33);
     IgeslibEntityData* row = entity_table.find_entity_data(entity, form);
     if (!row) {
       row = entity_table.add_entity_data(entity, form, entity_table.find_domain(entity));
@@ -67,13 +68,23 @@ IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
   return this;
 }
 
+int IgeslibIO::de_field(int slot, int first) {
+  const char* at = line + first - 1;
+  const std::uint64_t word = igeslib_load_word(at);
+  if (word != de_field_words[slot]) {
+    de_field_words[slot] = word;
+    de_field_values[slot] = igeslib_scan_eight_columns(at);
+  }
+  return de_field_values[slot];
+}
+
 void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   int fields[13];
   std::memset(fields, 0, 12 * sizeof fields[0]);
   static constexpr int kOneColumns[12][2] = {{9, 16},  {17, 24}, {25, 32}, {33, 40},
                                              {41, 48}, {49, 56}, {57, 64}, {65, 66},
                                              {67, 68}, {69, 70}, {71, 72}, {74, 80}};
-  for (int k = 0; k < 7; ++k) fields[k + 1] = field(line, kOneColumns[k][0], kOneColumns[k][1]);
+  for (int k = 0; k < 7; ++k) fields[k + 1] = de_field(k, kOneColumns[k][0]);
   // The four two-column status fields are nearly always all digits.
   const char* status = line + 64;
   bool all_digits = true;
@@ -89,11 +100,11 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   read_record();
 
   std::memset(fields, 0, 12 * sizeof fields[0]);
-  fields[1] = field(line, 9, 16);
-  fields[2] = field(line, 17, 24);
-  fields[3] = field(line, 25, 32);
-  fields[4] = field(line, 33, 40);
-  fields[8] = field(line, 65, 72);
+  fields[1] = de_field(7, 9);
+  fields[2] = de_field(8, 17);
+  fields[3] = de_field(9, 25);
+  fields[4] = de_field(10, 33);
+  fields[8] = de_field(11, 65);
   // The label is one word of columns 57-64: leading blanks skipped, ended by a blank.
   char label[9];
   int from = 56, n = 0;

@@ -166,6 +166,20 @@ struct IgeslibIO {
   int entity_de = 0;  // DE number of the entity whose records are being read
   int threads = igeslib_read_settings().threads;
 
+  // --- the Directory section ---
+  // The eight-column field of the record in hand at column first (1-based) as
+  // igeslib_scan_eight_columns reads it. Entries of a file repeat most fields of the one
+  // before (type, line font, level, zeros): the last word and value of each such field of a
+  // pair (slot: 12 for the second pass, 2 for the first) are kept, and a word seen again is
+  // not read again.
+  int de_field(int slot, int first);
+  std::uint64_t de_field_words[14] = {
+      0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL,
+      0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL,
+      0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL,
+      0x2020202020202020ULL, 0x2020202020202020ULL};
+  int de_field_values[14] = {};
+
   // --- reals converted ahead by workers (null: none) ---
   IgeslibPrescan* prescan = nullptr;
   int prepared_line = 0;  // the record whose prepared reals are in hand
