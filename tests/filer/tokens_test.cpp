@@ -102,7 +102,7 @@ TEST(Tokens, QuickRealsAgreeWithTheGeneralWay) {
         ".E5,",
         // what ends the token, carries it on, or breaks it
         "1.5;", "1.5  ;", "1.5x,", "1.5\t,", "1.5", "1.5E3", "1..5,", "1.5E3.,", "1.5E+-3,", "+.,",
-        "--1,", "1.2.3,",
+        "--1,", "1.2.3,", ",", "   ,", ";", "  ;",
         // past the exact product: 17 digits, large and small powers, halfway and subnormal
         "3.1415926535897932,", "-1.2345678901234567D-100,", "9.8765432109876543E+250,",
         "0.12345678901234567890D5,", "7.3177701707893310e+15,", "2.2250738585072011e-308,",
