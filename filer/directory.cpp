@@ -92,7 +92,11 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   for (int k = 7; k < 11; ++k)
     fields[k + 1] = all_digits ? (status[2 * (k - 7)] - '0') * 10 + (status[2 * (k - 7) + 1] - '0')
                                : field(line, kOneColumns[k][0], kOneColumns[k][1]);
-  fields[12] = field(line, kOneColumns[11][0], kOneColumns[11][1]);
+  // The sequence number: the record reader's, when it read the same seven columns.
+  const std::uint64_t sequence = (igeslib_load_word(line + 72) & ~std::uint64_t{0xFF}) | ' ';
+  fields[12] = sequence == sequence_word && sequence_word_value >= 0
+                   ? sequence_word_value
+                   : field(line, kOneColumns[11][0], kOneColumns[11][1]);
   // The pair is the one its sequence number names, wherever it stands.
   igs_directory_entry* entity = igeslib_entity_at(list, fields[12]);
   entity_de = fields[12];
