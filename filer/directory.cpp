@@ -57,7 +57,6 @@ IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
   for (igs_directory_entry* made : made_entities) list->add(made);
   std::vector<igs_directory_entry*>().swap(made_entities);
   line_number = first_line - 1;
-  message_line = (line_number + 999) / 1000 * 1000;
   std::fsetpos(fp, &section_position);
   read_record();
   while (f_rec_section == 'D') {
@@ -93,8 +92,7 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
     fields[k + 1] = all_digits ? (status[2 * (k - 7)] - '0') * 10 + (status[2 * (k - 7) + 1] - '0')
                                : field(line, kOneColumns[k][0], kOneColumns[k][1]);
   // The sequence number: the record reader's, when it read the same seven columns.
-  const std::uint64_t sequence = (igeslib_load_word(line + 72) & ~std::uint64_t{0xFF}) | ' ';
-  fields[12] = sequence == sequence_word && sequence_word_value >= 0
+  fields[12] = igeslib_stamp_word(line + 73) == sequence_word && sequence_word_value >= 0
                    ? sequence_word_value
                    : field(line, kOneColumns[11][0], kOneColumns[11][1]);
   // The pair is the one its sequence number names, wherever it stands.

@@ -121,7 +121,6 @@ struct IgeslibIO {
   LumoStringObject string_value;
   int line_terminator_seen = 0;  // a CR or LF has been met in this file
   int line_number = 0;           // records read so far
-  int message_line = 0;          // the next line number that the progress message names
   // The last stamps read whole, their eight bytes (the byte before the field as a blank) and
   // value: the sequence number and a P record's DE pointer.
   std::uint64_t sequence_word = 0, pointer_word = 0;
@@ -171,13 +170,9 @@ struct IgeslibIO {
   // igeslib_scan_eight_columns reads it. Entries of a file repeat most fields of the one
   // before (type, line font, level, zeros): the last word and value of each such field of a
   // pair (slot: 12 for the second pass, 2 for the first) are kept, and a word seen again is
-  // not read again.
+  // not read again. Eight NULs, the word they start from, read as 0.
   int de_field(int slot, int first);
-  std::uint64_t de_field_words[14] = {
-      0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL,
-      0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL,
-      0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL, 0x2020202020202020ULL,
-      0x2020202020202020ULL, 0x2020202020202020ULL};
+  std::uint64_t de_field_words[14] = {};
   int de_field_values[14] = {};
 
   // --- reals converted ahead by workers (null: none) ---
@@ -406,6 +401,12 @@ inline std::uint64_t igeslib_load_word(const char* p) {
   word = __builtin_bswap64(word);
 #endif
   return word;
+}
+
+// The seven columns of a record's stamp from field (a sequence number or a DE pointer) as one
+// word, the byte before them taken as a blank: igeslib_right_justified_word reads its value.
+inline std::uint64_t igeslib_stamp_word(const char* field) {
+  return (igeslib_load_word(field - 1) & ~std::uint64_t{0xFF}) | ' ';
 }
 
 // The integer that igeslib_scan_int reads from the eight columns at field, 0 when there is

@@ -89,6 +89,8 @@ IgeslibPrescan::~IgeslibPrescan() {
 }
 
 void IgeslibPrescan::work() {
+  // Under another rounding mode the worker converts nothing: the reader reads every real itself.
+  if (!igeslib_rounds_to_nearest()) return;
   for (;;) {
     std::size_t index;
     {
@@ -130,8 +132,6 @@ void IgeslibPrescan::prepare(Block& block, std::size_t index) {
   block.bytes.resize(length);
   length = read_at(fd_, block.bytes.data(), length, offset);
   block.records = length / stride_;
-  // Under another rounding mode the worker converts nothing: the reader reads every real itself.
-  if (!igeslib_rounds_to_nearest()) length = 0, block.records = 0;
   if (length - block.records * stride_ >= static_cast<std::size_t>(kCard)) ++block.records;
   block.first.resize(block.records + 1);
   block.reals.reserve(block.records * 4);

@@ -72,13 +72,6 @@ bool copy_plain_card(char* line, const char* p) {
 #endif
 }
 
-// The value of right-justified digits filling the seven columns from field: blanks, then
-// digits to the end; -1 when the field has any other shape. The byte before the field is
-// read too, as a blank, and must be in the buffer.
-std::uint64_t stamp_word(const char* field) {
-  return (igeslib_load_word(field - 1) & ~std::uint64_t{0xFF}) | ' ';
-}
-
 // The word of a stamp one more than the right-justified number that word holds (its first
 // byte a blank); 0 when the number has no room to grow.
 inline std::uint64_t next_stamp(std::uint64_t word) {
@@ -93,11 +86,13 @@ inline std::uint64_t next_stamp(std::uint64_t word) {
   return 0;
 }
 
-// The value of the stamp at field, where last_word held last_value: a record's sequence
-// number is nearly always one more than the record before it, and a P record's DE pointer
-// that of the record before it.
+// The value of right-justified digits filling the seven columns from field: blanks, then
+// digits to the end; -1 when the field has any other shape. The byte before the field is
+// read too and must be in the buffer. last_word held last_value: a record's sequence number
+// is nearly always one more than the record before it, and a P record's DE pointer that of
+// the record before it.
 inline int stamp_value(const char* field, std::uint64_t& last_word, int& last_value) {
-  const std::uint64_t word = stamp_word(field);
+  const std::uint64_t word = igeslib_stamp_word(field);
   if (word == last_word) return last_value;
   if (last_value >= 0 && word == next_stamp(last_word)) {
     last_word = word;
@@ -165,10 +160,7 @@ inline bool card_stamps(IgeslibIO& io) {
 }  // namespace
 
 void IgeslibIO::read_record() {
-  if (line_number == message_line) {
-    if (line_number != 0) LUMO.message("Reading line %d", line_number);
-    message_line += 1000;
-  }
+  if (line_number != 0 && line_number % 1000 == 0) LUMO.message("Reading line %d", line_number);
   ++line_number;
   prepared_line = 0;
   if (take_card_image(*this)) {

@@ -370,7 +370,7 @@ double IgeslibIO::scan_real() {
     // An empty parameter, or the record's end, at once; a delimiter that could be part of a
     // number is the general way's to tell apart.
     const char c = line[start];
-    if ((c == param_delimiter || c == record_delimiter) && c != ' ' && !carries_number(c)) {
+    if ((c == param_delimiter || c == record_delimiter) && !carries_number(c)) {
       column = c == param_delimiter ? start + 1 : start;
       param_state = c == param_delimiter ? PARAM_DEFAULTED : PARAM_END_OF_RECORD;
       return 0.0;

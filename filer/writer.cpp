@@ -31,19 +31,28 @@ constexpr int kStartLength = 72;     // longest Start section text
 // Room for any integer or real token and its NUL.
 constexpr int kTokenLength = 32;
 
-// The text "%d" gives, NUL-terminated; its length. A value of up to eight digits comes from
-// one word of digits with its leading zeros shifted out.
+constexpr std::uint64_t kZeroDigits = 0x3030303030303030ull;  // "00000000"
+
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+// The digits of v (below 10^8) at out as "%u" gives them, from one word of digits with its
+// leading zeros shifted out; eight bytes are stored. Their number.
+inline int short_digits(std::uint32_t v, char* out) {
+  std::uint64_t word = igeslib_eight_digits_word(v);
+  int lead = std::countr_zero((word ^ kZeroDigits) | (std::uint64_t{1} << 56)) / 8;
+  word >>= 8 * lead;
+  std::memcpy(out, &word, sizeof word);
+  return 8 - lead;
+}
+#endif
+
+// The text "%d" gives, NUL-terminated; its length.
 inline int int_text(int v, char* out) {
 #if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   unsigned magnitude = v < 0 ? 0u - static_cast<unsigned>(v) : static_cast<unsigned>(v);
   if (magnitude < 100000000) {
     out[0] = '-';
     char* o = out + (v < 0);
-    std::uint64_t word = igeslib_eight_digits_word(magnitude);
-    int lead = std::countr_zero((word ^ 0x3030303030303030ull) | (std::uint64_t{1} << 56)) / 8;
-    word >>= 8 * lead;
-    std::memcpy(o, &word, sizeof word);
-    int n = 8 - lead;
+    int n = short_digits(magnitude, o);
     o[n] = '\0';
     return static_cast<int>(o - out) + n;
   }
@@ -209,8 +218,6 @@ bool round_to_fifteen_digits(double a, std::uint64_t* digits, int* exponent) {
 }
 #endif
 
-constexpr std::uint64_t kZeroDigits = 0x3030303030303030ull;  // "00000000"
-
 // Copies n bytes (1 to 32) from 32 readable bytes at from: one or two fixed-size copies that
 // may overlap, rather than a call for a length known only at run time.
 inline void copy_short(char* to, const char* from, std::size_t n) {
@@ -255,12 +262,7 @@ inline int real_token(double v, char* out) {
     auto whole = static_cast<std::uint64_t>(a);
 #if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
     if (whole < 100000000) {
-      // Up to eight digits: one word, its leading zeros shifted out (but the last digit's).
-      std::uint64_t word = igeslib_eight_digits_word(static_cast<std::uint32_t>(whole));
-      int lead = std::countr_zero((word ^ kZeroDigits) | (std::uint64_t{1} << 56)) / 8;
-      word >>= 8 * lead;
-      std::memcpy(o, &word, sizeof word);
-      int n = 8 - lead;
+      int n = short_digits(static_cast<std::uint32_t>(whole), o);
       o[n] = '.';
       o[n + 1] = '\0';
       return static_cast<int>(o - out) + n + 1;

@@ -270,12 +270,11 @@ void igs_rational_bspline_surface_entity::pdread() {
   // list is marked shared, which gives the surface its own list and rows before any change.
   const auto n = static_cast<unsigned>(columns);
   std::vector<double> grid(std::size_t{n} * static_cast<unsigned>(rows));
-  {
-    std::vector<double> column(static_cast<unsigned>(rows));
-    for (unsigned j = 0; j < n; ++j) {
-      io->read_reals(column.data(), rows);
-      for (int i = 0; i < rows; ++i) grid[i * std::size_t{n} + j] = column[i];
-    }
+  // Weights and points run with the first index fastest: a column of the net is read at a time.
+  std::vector<double> column(3 * std::size_t{static_cast<unsigned>(rows)});
+  for (unsigned j = 0; j < n; ++j) {
+    io->read_reals(column.data(), rows);
+    for (int i = 0; i < rows; ++i) grid[i * std::size_t{n} + j] = column[i];
   }
   const bool shared = LUMO.design() && columns <= kIgeslibLongestShared;
   for (int i = 0; i < rows; ++i) {
@@ -289,8 +288,6 @@ void igs_rational_bspline_surface_entity::pdread() {
     weights->add(own);
   }
   if (shared) weights->markShared();
-  // The points run with the first index fastest: a column of the net is read at a time.
-  std::vector<double> column(3 * std::size_t{static_cast<unsigned>(rows)});
   for (unsigned j = 0; j < n; ++j) {
     io->read_reals(column.data(), 3 * rows);
     for (int i = 0; i < rows; ++i) {
