@@ -3,6 +3,7 @@
 // reads every field, can resolve pointers to entries further down the file.
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "igeslib.h"
@@ -18,12 +19,75 @@ inline int field(const char* line, int first, int last) {
   return value;
 }
 
+constexpr std::uint64_t kEightBlanks = 0x2020202020202020ULL;
+
+// Whether the eight bytes of word are all decimal digits: adding 0x46 to each byte carries
+// into its top bit exactly for bytes above '9', and the top bit of the byte itself is set
+// for bytes from 0x80 up; bytes below '0' have 0x30 set neither way and are told by the
+// subtraction.
+inline bool all_digits_word(std::uint64_t word) {
+  constexpr std::uint64_t ones = 0x0101010101010101ULL, highs = 0x8080808080808080ULL;
+  const std::uint64_t above_nine = (word + ones * 0x46) | word;
+  const std::uint64_t below_zero = word - ones * '0';
+  return ((above_nine | below_zero) & highs) == 0;
+}
+
 // Entity types whose forms 5001 to 9999 are set aside for implementors' own forms.
 bool implementor_form(int entity, int form) {
   return (entity == 302 || entity == 402 || entity == 406) && form >= 5001 && form <= 9999;
 }
 
+// What pass one learnt of an (entity type, form) pair: its registry row, and where the
+// Directory part lies in the objects of the row's class. Files hold few pairs, entry after
+// entry, so a small table spares the registry's search and the cast for nearly every entry.
+class KindMemo {
+ public:
+  struct Kind {
+    int entity = 0, form = 0;
+    IgeslibEntityData* row = nullptr;
+    const void* table = nullptr;  // the table pointer of the class's objects, once one is made
+    std::ptrdiff_t offset = 0;    // from the object to its Directory part
+    bool is_entry = false;
+  };
+
+  Kind& at(int entity, int form) {
+    const auto key = static_cast<unsigned>(entity) * 31u + static_cast<unsigned>(form);
+    return kinds_[(key ^ (key >> 7)) % kSize];
+  }
+
+  // The Directory part of made, an object of the kind's row class.
+  static igs_directory_entry* entry_of(Kind& kind, LumoObject* made) {
+    if (!made) return nullptr;
+    const void* table;
+    std::memcpy(&table, static_cast<const void*>(made), sizeof table);
+    if (table != kind.table) {
+      auto* entry = lumo_cast<igs_directory_entry>(made);
+      kind.table = table;
+      kind.is_entry = entry != nullptr;
+      kind.offset = entry ? reinterpret_cast<char*>(entry) - reinterpret_cast<char*>(made) : 0;
+      return entry;
+    }
+    return kind.is_entry
+               ? reinterpret_cast<igs_directory_entry*>(reinterpret_cast<char*>(made) + kind.offset)
+               : nullptr;
+  }
+
+ private:
+  static constexpr unsigned kSize = 128;
+  Kind kinds_[kSize];
+};
+
 }  // namespace
+
+[[gnu::always_inline]] inline int IgeslibIO::de_field(int slot, int first) {
+  const char* at = line + first - 1;
+  const std::uint64_t word = igeslib_load_word(at);
+  if (word != de_field_words[slot]) {
+    de_field_words[slot] = word;
+    de_field_values[slot] = igeslib_scan_eight_columns(at);
+  }
+  return de_field_values[slot];
+}
 
 igs_directory_entry* igeslib_entity_at(ListOfigs_directory_entry* list, int n) {
   long long index = (static_cast<long long>(n) - 1) / 2;
@@ -36,21 +100,26 @@ IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
   // The entities are gathered first and the list is given its size once: grown entry by entry
   // in the design, it would leave every smaller copy of itself behind.
   std::vector<igs_directory_entry*> made_entities;
+  auto memo = std::make_unique<KindMemo>();
   while (f_rec_section == 'D') {
     int entity = de_field(12, 1);
     read_record();
     int form = de_field(13, 33);
-    IgeslibEntityData* row = entity_table.find_entity_data(entity, form);
-    if (!row) {
-      row = entity_table.add_entity_data(entity, form, entity_table.find_domain(entity));
-      igeslib_set_nonstd(row, implementor_form(entity, form) ? 0 : 1);
+    KindMemo::Kind& kind = memo->at(entity, form);
+    if (!kind.row || kind.entity != entity || kind.form != form) {
+      IgeslibEntityData* row = entity_table.find_entity_data(entity, form);
+      if (!row) {
+        row = entity_table.add_entity_data(entity, form, entity_table.find_domain(entity));
+        igeslib_set_nonstd(row, implementor_form(entity, form) ? 0 : 1);
+      }
+      kind = KindMemo::Kind{entity, form, row};
     }
-    igeslib_increment_count(row);
-    LumoDomain* domain = igeslib_get_domain(row);
+    igeslib_increment_count(kind.row);
+    LumoDomain* domain = igeslib_get_domain(kind.row);
     LumoObject* made = domain ? domain->pnewInstance() : nullptr;
     // The place in the list is the entity's number, so a pair that gave no object still
     // takes its place.
-    made_entities.push_back(lumo_cast<igs_directory_entry>(made));
+    made_entities.push_back(KindMemo::entry_of(kind, made));
     read_record();
   }
   list->capacity(list->size() + static_cast<unsigned>(made_entities.size()));
@@ -67,16 +136,6 @@ IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
   return this;
 }
 
-int IgeslibIO::de_field(int slot, int first) {
-  const char* at = line + first - 1;
-  const std::uint64_t word = igeslib_load_word(at);
-  if (word != de_field_words[slot]) {
-    de_field_words[slot] = word;
-    de_field_values[slot] = igeslib_scan_eight_columns(at);
-  }
-  return de_field_values[slot];
-}
-
 void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   int fields[13];
   std::memset(fields, 0, 12 * sizeof fields[0]);
@@ -86,8 +145,7 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   for (int k = 0; k < 7; ++k) fields[k + 1] = de_field(k, kOneColumns[k][0]);
   // The four two-column status fields are nearly always all digits.
   const char* status = line + 64;
-  bool all_digits = true;
-  for (int i = 0; i < 8; ++i) all_digits &= static_cast<unsigned char>(status[i] - '0') < 10;
+  const bool all_digits = all_digits_word(igeslib_load_word(status));
   for (int k = 7; k < 11; ++k)
     fields[k + 1] = all_digits ? (status[2 * (k - 7)] - '0') * 10 + (status[2 * (k - 7) + 1] - '0')
                                : field(line, kOneColumns[k][0], kOneColumns[k][1]);
@@ -111,6 +169,7 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   char label[9];
   int from = 56, n = 0;
   auto blank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+  if (igeslib_load_word(line + 56) == kEightBlanks) from = 64;  // the usual: no label
   while (from < 64 && blank(line[from])) ++from;
   while (from < 64 && line[from] != '\0' && !blank(line[from])) label[n++] = line[from++];
   label[n] = '\0';

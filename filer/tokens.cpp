@@ -656,9 +656,9 @@ double IgeslibIO::read_real() {
 void IgeslibIO::read_reals(double* out, int n) {
   int i = 0;
   while (i < n) {
-    // The record's state in locals while the reals are of the common shape; anything else (a
-    // blank run to the field's end, a record's end, a real the quick way leaves, blanks behind
-    // a real) is read_real's, and the loop takes up again behind it.
+    // The record's state in locals while the reals are of the common shape, from record to
+    // record; anything else (a real the quick way leaves, blanks or a record delimiter behind
+    // a real, an empty parameter) is read_real's, and the loop takes up again behind it.
     if (param_state != PARAM_END_OF_RECORD && quick_numbers && nearest_rounding && !prescan &&
         line_length == 80) {
       const char* const text = line;
@@ -666,12 +666,16 @@ void IgeslibIO::read_reals(double* out, int n) {
       const char delimiter = param_delimiter;
       int at = column;
       const int first = i;
+      bool used_up = false;  // nothing but blanks left in the record's data columns
       while (i < n) {
         while (at <= last && text[at] == ' ') ++at;
+        if (at > last) {
+          used_up = true;
+          break;
+        }
         double value;
         int stop;
-        if (at > last || !quick_real(text, at, last, &value, &stop) || text[stop] != delimiter)
-          break;
+        if (!quick_real(text, at, last, &value, &stop) || text[stop] != delimiter) break;
         out[i++] = value;
         at = stop + 1;
       }
@@ -680,6 +684,11 @@ void IgeslibIO::read_reals(double* out, int n) {
         param_state = PARAM_VALUE;
       }
       if (i == n) return;
+      // The next record with data, as scan_real would take it, and the loop goes on there.
+      if (used_up) {
+        next_data();
+        continue;
+      }
     }
     out[i++] = read_real();
   }

@@ -48,10 +48,11 @@ struct CastMemo {
 template <class X>
 X* lumo_cast(LumoObject* object) {
   if (!object) return nullptr;
-  static lumo_detail::CastMemo memo[8];
+  static lumo_detail::CastMemo memo[32];
   const void* from;
   std::memcpy(&from, static_cast<const void*>(object), sizeof from);  // the table pointer
-  lumo_detail::CastMemo& slot = memo[(reinterpret_cast<std::uintptr_t>(from) >> 3) & 7];
+  const auto bits = reinterpret_cast<std::uintptr_t>(from);
+  lumo_detail::CastMemo& slot = memo[((bits >> 3) ^ (bits >> 8)) & 31];
   if (slot.from == from)
     return slot.found ? reinterpret_cast<X*>(reinterpret_cast<char*>(object) + slot.offset)
                       : nullptr;
