@@ -180,6 +180,12 @@ class LumoUnion : public LumoObject {
   };
   Slot value_{};
 
+  // What putAttribute(name) does for a choice of the compiled class's own select, name being
+  // its attribute at place (from 0) among the select's own attributes: the choice is taken by
+  // its place when the attribute stands there, without a search by name. known keeps the
+  // attribute once it was found there, so that the name is compared only the first time.
+  char chooseOwn(unsigned place, const char* name, LumoAttribute*& known);
+
  private:
   LumoAttribute* choice();
   void choose(LumoAttribute* own);  // null: no choice

@@ -524,6 +524,21 @@ char LumoUnion::putAttribute(LumoAttribute* attribute) {
   return 1;
 }
 
+char LumoUnion::chooseOwn(unsigned place, const char* name, LumoAttribute*& known) {
+  LumoDomain* own_domain = domain();
+  ListOfLumoAttribute* own = own_domain ? own_domain->listOfAttribute : nullptr;
+  if (own && !lumo_is_delayed(own) && place < own->size()) {
+    LumoAttribute* at = (*own)[place];
+    if (at && (at == known || (at->name && name && std::strcmp(at->name, name) == 0))) {
+      known = at;
+      modified();
+      flags_ = (flags_ & ((1u << kChoiceShift) - 1)) | ((place + 1) << kChoiceShift);
+      return 1;
+    }
+  }
+  return putAttribute(name);
+}
+
 char LumoUnion::putAttribute(const char* name) {
   LumoAttribute* own = name ? own_attribute(domain(), name) : nullptr;
   return own ? putAttribute(own) : 0;

@@ -682,10 +682,13 @@ def define_select(model, w, e):
     c = e.name
     w("// --- %s", c)
     define_allocation(w, c)
-    for choice, type_ in e.choices:
+    for place, (choice, type_) in enumerate(e.choices):
         t = cxx_type(model, type_)
         w("char %s::is%s() { return getAttribute(\"%s\") == getAttribute(nullptr); }",
           c, choice, choice)
+        # The choice taken by its place among the select's own attributes, as the dictionary
+        # lists them in the model's order.
+        take = "chooseOwn(%d, \"%s\", known)" % (place, choice)
         if is_reference(model, type_):
             w("%s %s::%s() {", t, c, choice)
             w("  if (lumo_is_delayed(value_.p) && !lumo_access_object(this, &value_.p)) "
@@ -693,8 +696,8 @@ def define_select(model, w, e):
             w("  return static_cast<%s>(value_.p);", t)
             w("}")
             w("void %s::%s(%s value) {", c, choice, t)
-            w("  if (!putAttribute(\"%s\")) return;", choice)
-            w("  modified();")
+            w("  static LumoAttribute* known = nullptr;")
+            w("  if (!%s) return;", take)
             w("  value_.p = value;")
             w("}")
             continue
@@ -704,7 +707,8 @@ def define_select(model, w, e):
         else:
             w("%s %s::%s() { return static_cast<%s>(value_.i); }", t, c, choice, t)
         w("void %s::%s(%s value) {", c, choice, "const char*" if type_ == "string" else t)
-        w("  if (putAttribute(\"%s\")) lumo_update_prim(this, &value_.%s, %s);", choice, member,
+        w("  static LumoAttribute* known = nullptr;")
+        w("  if (%s) lumo_update_prim(this, &value_.%s, %s);", take, member,
           "value" if type_ in PLAIN_CXX else "static_cast<int>(value)")
         w("}")
         if type_ not in PLAIN_CXX:
