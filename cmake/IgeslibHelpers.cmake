@@ -30,6 +30,12 @@ function(igeslib_set_library_version target)
   set_target_properties(${target} PROPERTIES
     VERSION "${PROJECT_VERSION}"
     SOVERSION "${soversion}")
+  # A library's calls to its own functions bind within it: the compiler may inline them and
+  # call them directly rather than through the procedure linkage table, as nothing outside
+  # replaces them (the reader's token and record functions call each other for every token).
+  if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  endif()
 endfunction()
 
 # The CMake package (igeslib::igeslib, igeslib::lumo) and igeslib.pc.
