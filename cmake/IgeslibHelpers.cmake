@@ -30,11 +30,30 @@ function(igeslib_set_library_version target)
   set_target_properties(${target} PROPERTIES
     VERSION "${PROJECT_VERSION}"
     SOVERSION "${soversion}")
-  # A library's calls to its own functions bind within it: the compiler may inline them and
-  # call them directly rather than through the procedure linkage table, as nothing outside
-  # replaces them (the reader's token and record functions call each other for every token).
+endfunction()
+
+# How a library's code is optimised. Its calls to its own functions bind within it: the
+# compiler may inline them and call them directly rather than through the procedure linkage
+# table, as nothing outside replaces them (the reader's token and record functions call each
+# other for every token). Optimised builds also optimise across its source files at link time
+# (the parameter code of the entity classes calls the token reader in another file).
+function(igeslib_set_library_code target)
   if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  endif()
+  if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$")
+    if(NOT DEFINED CACHE{IGESLIB_LINK_TIME_OPTIMISATION})
+      include(CheckIPOSupported)
+      check_ipo_supported(RESULT supported OUTPUT message LANGUAGES CXX)
+      if(NOT supported)
+        message(STATUS "No link-time optimisation: ${message}")
+      endif()
+      set(IGESLIB_LINK_TIME_OPTIMISATION ${supported} CACHE BOOL
+        "Optimise the libraries across their source files at link time")
+    endif()
+    if(IGESLIB_LINK_TIME_OPTIMISATION)
+      set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION ON)
+    endif()
   endif()
 endfunction()
 
