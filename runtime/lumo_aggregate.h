@@ -23,16 +23,16 @@ class LumoAggregate : public LumoObject {
   // The one attribute of an aggregate is its element, named after its type.
   LumoAttribute* getAttribute(const char* name) override;
   char size(unsigned n, int fill) override;
-  unsigned size() override { return size_; }
+  unsigned size() final { return size_; }
   char capacity(unsigned n) override;
-  unsigned capacity() override { return capacity_; }
+  unsigned capacity() final { return capacity_; }
   unsigned recordSize() override;
   unsigned recordCount() override { return size_; }
   void display(unsigned indent = 0, char deep = 0) override;
   char isEqual(LumoObject* other, unsigned depth = 0, char deep = 0) override;
   void _findObjects(LumoDomain* domain, LumoAggregate* out, unsigned depth, char deep,
                     char seen) override;
-  LumoDataPtr data() override {
+  LumoDataPtr data() final {
     if (isPacked()) unpack();
     return LumoDataPtr(elements_);
   }
