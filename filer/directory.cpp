@@ -1,6 +1,7 @@
 // The Directory section, read in two passes. The first looks only at the entity type and the
 // form of each pair and makes an object of the registry's class, so that the second, which
 // reads every field, can resolve pointers to entries further down the file.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -126,6 +127,7 @@ IgeslibIO* IgeslibIO::parse_de_section(ListOfigs_directory_entry* list) {
   for (igs_directory_entry* made : made_entities) list->add(made);
   std::vector<igs_directory_entry*>().swap(made_entities);
   line_number = first_line - 1;
+  progress_line = std::max(1000, (line_number + 999) / 1000 * 1000);
   std::fsetpos(fp, &section_position);
   read_record();
   while (f_rec_section == 'D') {

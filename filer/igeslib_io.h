@@ -121,6 +121,9 @@ struct IgeslibIO {
   LumoStringObject string_value;
   int line_terminator_seen = 0;  // a CR or LF has been met in this file
   int line_number = 0;           // records read so far
+  // The count of records read at which the next "Reading line" progress message goes out: the
+  // least multiple of 1000, not 0, that line_number has not passed.
+  int progress_line = 1000;
   // The last stamps read whole, their eight bytes (the byte before the field as a blank) and
   // value: the sequence number and a P record's DE pointer.
   std::uint64_t sequence_word = 0, pointer_word = 0;

@@ -160,7 +160,10 @@ inline bool card_stamps(IgeslibIO& io) {
 }  // namespace
 
 void IgeslibIO::read_record() {
-  if (line_number != 0 && line_number % 1000 == 0) LUMO.message("Reading line %d", line_number);
+  if (line_number == progress_line) {
+    LUMO.message("Reading line %d", line_number);
+    progress_line += 1000;
+  }
   ++line_number;
   prepared_line = 0;
   if (take_card_image(*this)) {

@@ -70,6 +70,24 @@ TEST(Registry, ClassAndFlagOfEachPair) {
   LUMO.useDesign(before);
 }
 
+// The Directory section is read twice, and each pass tells its progress anew.
+TEST(DirectorySection, ProgressIsToldInBothPasses) {
+  ScratchDesign design("progress");
+  LumoDesign* before = LUMO.useDesign(design);
+  const char was = LUMO.quiet();
+  LUMO.quiet(0);
+  IgesText text;
+  for (int i = 0; i < 501; ++i) text.DE(110, 0);
+  igeslib_test::FilerOver f(text.T().str());
+  ASSERT_EQ(std::fgetpos(f.io.fp, &f.io.section_position), 0);
+  ASSERT_TRUE(f.next());
+  auto* list = new (design.design) ListOfigs_directory_entry(0);
+  EXPECT_TRUE(igeslib_catch_abort([&] { f.io.parse_de_section(list); }));
+  EXPECT_EQ(f.reports.messages(), (Errors{"Reading line 1000", "Reading line 1000"}));
+  LUMO.quiet(was);
+  LUMO.useDesign(before);
+}
+
 // The rows of one run start from the static ones; past the spare rows the table grows by a
 // tenth and stays sorted.
 TEST(Registry, StartsFromTheStaticRowsAndGrows) {
