@@ -333,6 +333,13 @@ LumoObject* LumoDesign::sharedObject(const void* kind, long long key) const {
   }
 }
 
+void LumoDesign::forgetShared() {
+  std::free(shared_);
+  shared_ = nullptr;
+  shared_mask_ = 0;
+  shared_count_ = 0;
+}
+
 void LumoDesign::shareObject(const void* kind, long long key, LumoObject* object) {
   if (!object) return;
   if ((shared_count_ + 1) * 4 > (shared_mask_ + 1) * 3 || !shared_) {
