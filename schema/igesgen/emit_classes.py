@@ -311,26 +311,18 @@ def declare_class(model, w, e):
           ", ".join("values[%d]" % i for i in range(len(chain_attributes))))
         w("  }")
     w("")
-    # Widest first, dictionary order within a width: no padding falls between fields, which
-    # matters in a model of millions of entities. The dictionary binds each attribute to its
-    # field by offset, so the order here is free.
-    w("  // Fields, eight-byte ones first; change them through the accessors above.")
-    fields = [(cxx_type(model, a.type), a) for a in e.attributes if not is_aside(e, a)]
+    fields = [("%s %s_ = %s;" % (ctype, a.name, field_default(model, a)), ctype)
+              for ctype, a in [(cxx_type(model, a.type), a) for a in e.attributes
+                               if not is_aside(e, a)]]
     if e.name == "igs_directory_entry":
-        w("  %s* aside_ = nullptr;", ASIDE_RECORD)
-    for wide in (True, False):
-        for ctype, a in fields:
-            if field_is_wide(ctype) == wide and ctype != "char":
-                w("  %s %s_ = %s;", ctype, a.name, field_default(model, a))
-        if not wide and e.name == "igs_directory_entry":
-            w("  // File bookkeeping, not part of the dictionary: DE number of the entity,")
-            w("  // first line and line count of its parameter data.")
-            w("  int de_number = 0;")
-            w("  int pd_pointer = 0;")
-            w("  int pd_line_count = 0;")
-    for ctype, a in fields:
-        if ctype == "char":
-            w("  %s %s_ = %s;", ctype, a.name, field_default(model, a))
+        fields.insert(0, ("%s* aside_ = nullptr;" % ASIDE_RECORD, "pointer*"))
+        # File bookkeeping, not part of the dictionary: the DE number of the entity, the first
+        # line and the line count of its parameter data.
+        fields += [("int %s = 0;" % n, "int") for n in ("de_number", "pd_pointer",
+                                                         "pd_line_count")]
+    w("  // Fields, laid out to leave no padding; change them through the accessors above.")
+    for text, _ in ordered_fields(fields, layout_start(model, e)):
+        w("  %s", text)
     w("};")
     w("")
 
@@ -338,6 +330,63 @@ def declare_class(model, w, e):
 def field_is_wide(ctype):
     """True for a field of eight bytes: a pointer or a double."""
     return ctype.endswith("*") or ctype == "double"
+
+
+def field_size(ctype):
+    return 8 if field_is_wide(ctype) else 1 if ctype == "char" else 4
+
+
+def ordered_fields(fields, start):
+    """The fields (text, C++ type) in the order that leaves no padding, dictionary order
+    within a size. Where the class's fields begin after a base whose last word is half used
+    (start), small ones fill it first: a derived class's fields go right after its base's data,
+    in the base's own padding. Where start is unknown, widest first."""
+    by_size = {n: [f for f in fields if field_size(f[1]) == n] for n in (8, 4, 1)}
+    first = []
+    if start is not None:
+        room = -start % 8
+        while room >= 4 and by_size[4]:
+            first.append(by_size[4].pop(0))
+            room -= 4
+        while room and by_size[1]:
+            first.append(by_size[1].pop(0))
+            room -= 1
+    return first + by_size[8] + by_size[4] + by_size[1]
+
+
+def layout_end(fields, start):
+    """Where fields laid out from start end: the data size of the class."""
+    at = start
+    for _, ctype in fields:
+        size = field_size(ctype)
+        at = (at + size - 1) // size * size + size
+    return at
+
+
+def layout_start(model, e):
+    """Where the fields of e's class begin: after the data of its one base. None where that
+    isn't known here: a class of several bases, a virtual base, members written by hand."""
+    if not hasattr(model, "layout_starts"):
+        model.layout_starts = {}
+    if e.name in model.layout_starts:
+        return model.layout_starts[e.name]
+    bases = compiled_bases(model, e)
+    start = None
+    if not hasattr(model, "virtual_edges"):
+        model.virtual_edges = virtual_edges(model)
+    if len(bases) == 1 and e.name not in HAND_MEMBERS:
+        if bases[0] == "LumoStructure":
+            start = 16  # the runtime's part: table pointer, flags, object identifier
+        elif (e.name, bases[0]) not in model.virtual_edges:
+            b = model.entries[bases[0]]
+            base_start = layout_start(model, b)
+            if base_start is not None:
+                own = [("", cxx_type(model, a.type)) for a in b.attributes if not is_aside(b, a)]
+                if b.name == "igs_directory_entry":
+                    own += [("", "pointer*")] + [("", "int")] * 3
+                start = layout_end(ordered_fields(own, base_start), base_start)
+    model.layout_starts[e.name] = start
+    return start
 
 # Run-time members of file-level classes, declared here and defined by hand
 # under model/: they are no part of the dictionary.
