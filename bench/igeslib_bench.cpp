@@ -580,11 +580,12 @@ void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities)
     std::size_t objects = 0, bytes = 0, used = 0;
   };
   std::map<std::string, Use> by_class;
-  std::size_t arena = 0, listed = 0, objects = 0, object_bytes = 0, elements = 0;
+  std::size_t arena = 0, listed = 0, open = 0, objects = 0, object_bytes = 0, elements = 0;
   for (const ReadFile& r : kept)
     for (LumoDesignSection* section : r.design->sections()) {
       arena += section->bytesReserved();
       listed += section->markBytes();
+      open += section->bytesOpen();
       for (LumoObject* object : section->objects()) {
         const LumoType& type = *object->classType();
         Use& use = by_class[type.name];
@@ -617,6 +618,8 @@ void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities)
                (arena - object_bytes) / n);
   std::fprintf(stderr, "%8.0f B/entity  of them the marks of where objects start\n", listed / n);
   std::fprintf(stderr, "%8.0f B/entity  of them the aggregates' element storage\n", elements / n);
+  std::fprintf(stderr, "%8.0f B/entity  of them the open end of each section's last block\n",
+               open / n);
   for (std::size_t i = 0; i < rows.size() && i < 30; ++i)
     std::fprintf(stderr, "%8.0f B/entity  %s\n", rows[i].first / n, rows[i].second.c_str());
 }

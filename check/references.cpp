@@ -57,7 +57,7 @@ class ReferenceWalker {
 
   static void* slot_of(LumoObject* object, const Step& step) {
     if (step.offset != kGeneric) return reinterpret_cast<char*>(object) + step.offset;
-    return object->slotAddress(step.attribute, 0).v;
+    return object->slotToRead(step.attribute, 0).v;
   }
 
   // The steps of an object's class with the places of their slots, found from the first object
@@ -72,7 +72,9 @@ class ReferenceWalker {
       bool compiled = object->domain() && object->domain()->type() &&
                       !dynamic_cast<LumoGenericStructure*>(object);
       for (Step& step : at->second) {
-        void* slot = compiled ? object->slotAddress(step.attribute, 0).v : nullptr;
+        // A field in a record aside lies nowhere fixed from the object.
+        bool fixed = compiled && step.attribute->aside() < 0;
+        void* slot = fixed ? object->slotAddress(step.attribute, 0).v : nullptr;
         if (slot) step.offset = static_cast<char*>(slot) - reinterpret_cast<char*>(object);
       }
     }
@@ -260,14 +262,16 @@ void back_pointers(
       if (as<igs_transformation_matrix_entity>(member) ||
           as<igs_text_display_template_entity>(member) || !told.insert(member).second)
         continue;
-      if (!names(member->associations_ ? member->associations() : nullptr, a))
+      if (!names(member->aside_ && member->aside_->associations_ ? member->associations() : nullptr,
+                 a))
         c.add("back-pointer-missing", c.de(a), "",
               "names DE " + std::to_string(c.de(member)) + " " + describe(member) +
                   ", whose back pointers don't name it");
     }
   }
   for (igs_directory_entry* entity : c.places) {
-    ListOfigs_associativities* list = entity ? entity->associations_ : nullptr;
+    ListOfigs_associativities* list =
+        entity && entity->aside_ ? entity->aside_->associations_ : nullptr;
     for (unsigned i = 0, n = list ? list->size() : 0; i < n; ++i) {
       igs_directory_entry* a = chosen((*list)[i]);
       if (!as<igs_associativity_entity>(a)) continue;

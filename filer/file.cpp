@@ -102,6 +102,8 @@ igs_iges_file* igs_iges_file::read(FILE* stream, char strict) {
 
   directory_populated = 0;
   filer_ = nullptr;
+  // The table that let entities share their values is of no more use to the model.
+  design()->forgetShared();
   LUMO.useDesign(caller_design);
   return result;
 }

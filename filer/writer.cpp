@@ -604,9 +604,12 @@ void IgeslibIO::write_pd_section(ListOfigs_directory_entry* list) {
     }
     entity->pdwrite();
     // The lists as they stand: the getters would make empty ones for every entity.
-    write_assoc_prop(
-        lumo_is_delayed(entity->associations_) ? entity->associations() : entity->associations_,
-        lumo_is_delayed(entity->properties_) ? entity->properties() : entity->properties_);
+    if (igs_directory_aside* aside = entity->aside_)
+      write_assoc_prop(
+          lumo_is_delayed(aside->associations_) ? entity->associations() : aside->associations_,
+          lumo_is_delayed(aside->properties_) ? entity->properties() : aside->properties_);
+    else
+      write_assoc_prop(nullptr, nullptr);
     writeendofrec();
     entity->pd_line_count = sequence_number - entity->pd_pointer;
   }

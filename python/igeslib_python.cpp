@@ -158,7 +158,7 @@ LumoObject* made_aggregate(const StatePtr& state, LumoObject* owner, LumoAttribu
 py::object read_value(const StatePtr& state, LumoObject* owner, LumoAttribute* attribute,
                       unsigned index) {
   LumoDomain* domain = attribute->slotDomain();
-  LumoDataPtr slot = owner->slotAddress(attribute, index);
+  LumoDataPtr slot = owner->slotToRead(attribute, index);
   if (!slot.v) return py::none();
   switch (kind_of(domain)) {
     case Kind::integer:

@@ -333,6 +333,13 @@ LumoObject* LumoDesign::sharedObject(const void* kind, long long key) const {
   }
 }
 
+void LumoDesign::forgetShared() {
+  std::free(shared_);
+  shared_ = nullptr;
+  shared_mask_ = 0;
+  shared_count_ = 0;
+}
+
 void LumoDesign::shareObject(const void* kind, long long key, LumoObject* object) {
   if (!object) return;
   if ((shared_count_ + 1) * 4 > (shared_mask_ + 1) * 3 || !shared_) {
@@ -414,7 +421,7 @@ void LumoDesign::activate() {
         a->setPosition(static_cast<int>(i));
         if (!type || !a->name) continue;
         for (const LumoType::Variable& v : type->variables())
-          if (std::strcmp(v.name, a->name) == 0) a->setOffset(v.offset);
+          if (std::strcmp(v.name, a->name) == 0) a->bindField(v);
       }
     }
   }
@@ -564,6 +571,12 @@ void lumo_update_prim(LumoObject* owner, int* field, int value) {
 void lumo_update_prim(LumoObject* owner, double* field, double value) {
   if (owner) owner->modified();
   *field = value;
+}
+
+void* lumo_allocate_for(LumoObject* owner, std::size_t bytes) {
+  LumoDesignSection* section =
+      owner && owner->design_section() ? owner->design_section() : unowned_section();
+  return section->allocate(bytes);
 }
 
 void lumo_update_prim(LumoObject* owner, char** field, const char* value) {

@@ -67,6 +67,10 @@ X* lumo_cast(LumoObject* object) {
 // the field now holds a valid pointer; on failure the field keeps the word.
 void* lumo_access_object(LumoObject* owner, void* field);
 
+// Zeroed storage of bytes that lives as long as owner: in owner's section, or for an object of
+// no design in storage that lives to the end. Null only when memory runs out.
+void* lumo_allocate_for(LumoObject* owner, std::size_t bytes);
+
 // Marks owner as modified, then stores. Text is copied into owner's design.
 void lumo_update_prim(LumoObject* owner, char* field, char value);
 void lumo_update_prim(LumoObject* owner, int* field, int value);

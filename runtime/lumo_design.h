@@ -66,6 +66,8 @@ class LumoDesignSection {
   std::size_t bytesReserved() const { return reserved_; }
   // The part of it that marks where objects start.
   std::size_t markBytes() const;
+  // The part of it past the cursor of the open block: reserved, not yet handed out.
+  std::size_t bytesOpen() const { return static_cast<std::size_t>(limit_ - cursor_); }
 
  private:
   friend class LumoObject;
@@ -131,6 +133,9 @@ class LumoDesign : public LumoObject {
   LumoObject* sharedObject(const void* kind, long long key) const;
   // Stores object under kind and key and marks it shared.
   void shareObject(const void* kind, long long key, LumoObject* object);
+  // Lets go of the table of shared values, once a reader is done with it: the objects stay
+  // shared (and so copied before any change); a later reader starts a table afresh.
+  void forgetShared();
 
  private:
   // The shared values, in a flat table of open addressing: a read of a large model shares tens

@@ -20,18 +20,34 @@ class LumoAttribute : public LumoStructure {
   // Byte offset of the field inside an instance of the owner's class; -1 for
   // a choice of a select or an element of an aggregate, which have no field.
   long offset() const { return offset_; }
+  // Where the field lies in the record aside that the pointer at offset() of the object's part
+  // asideHolder() leads to, or -1 for a field in the object itself (LumoType::variable); the
+  // record is asideSize() bytes.
+  long aside() const { return aside_; }
+  unsigned asideSize() const { return aside_size_; }
+  LumoType* asideHolder() const { return aside_holder_; }
   // For an enumerator: its position in its enumeration.
   int position() const { return position_; }
   bool optional() const { return optional_; }
 
   void setOwner(LumoDomain* owner) { owner_ = owner; }
   void setOffset(long offset) { offset_ = offset; }
+  // Takes the place of the field from its class's binder.
+  void bindField(const LumoType::Variable& v) {
+    offset_ = v.offset;
+    aside_ = v.aside;
+    aside_size_ = v.aside_size;
+    aside_holder_ = v.holder;
+  }
   void setPosition(int position) { position_ = position; }
   void setOptional(bool optional) { optional_ = optional; }
 
  private:
   LumoDomain* owner_ = nullptr;
   long offset_ = -1;
+  long aside_ = -1;
+  unsigned aside_size_ = 0;
+  LumoType* aside_holder_ = nullptr;
   int position_ = -1;
   bool optional_ = false;
 };

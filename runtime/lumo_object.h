@@ -35,6 +35,11 @@ class LumoObject {
                        LumoTypePtr& type);
   virtual char putData(LumoAttribute* attribute, unsigned i, void* value, LumoTypePtr& type);
 
+  // The slot of an attribute, to read it: slotAddress, except that a field of a record aside
+  // that the object hasn't made (LumoAttribute::aside) reads as its default, zero, from a
+  // place that is no object's and must never be written, and nothing is made for it.
+  LumoDataPtr slotToRead(LumoAttribute* attribute, unsigned i);
+
   // getAttribute(nullptr) names the null text, never the null slot.
   LumoAttribute* getAttribute(std::nullptr_t) {
     return getAttribute(static_cast<const char*>(nullptr));

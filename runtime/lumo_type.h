@@ -48,6 +48,12 @@ class LumoType {
   LumoType* superOffset(LumoTypePtr& self, LumoTypePtr& base, unsigned offset);
   LumoType* schema(const char* schema_name);
   LumoType* variable(LumoTypePtr& type, const char* attribute_name, void* field);
+  // An attribute whose field lies in a record of its own, which the object's part holder
+  // points to from its byte pointer_place (the pointer null until a field of the record is
+  // set; -1: no prototype to measure): the field is at offset in the record, whose size is
+  // record_size.
+  LumoType* variable(LumoTypePtr& type, const char* attribute_name, LumoTypePtr& holder,
+                     long pointer_place, unsigned offset, unsigned record_size);
   LumoType* enumerator(const char* enumerator_name, int value);
 
   // Runs the binder once.
@@ -77,6 +83,9 @@ class LumoType {
     LumoTypePtr* type;
     const char* name;
     long offset;  // -1: no field of its own (a select's choice)
+    long aside = -1;  // in a record aside: the field's place in it (offset is the pointer's,
+    unsigned aside_size = 0;  // in the part of the object that holder is)
+    LumoType* holder = nullptr;
   };
   struct Enumerator {
     const char* name;

@@ -128,7 +128,7 @@ LumoAttribute* LumoObject::attributeAtSlot(void* slot) {
   d->allAttributes(all);
   for (void* a : all) {
     auto* attribute = static_cast<LumoAttribute*>(a);
-    if (slotAddress(attribute, 0).v == slot) return attribute;
+    if (slotToRead(attribute, 0).v == slot) return attribute;
   }
   return nullptr;
 }
@@ -143,7 +143,7 @@ unsigned LumoObject::recordSize() { return classType()->size; }
 unsigned LumoObject::recordCount() { return 1; }
 
 static void print_value(LumoObject* owner, LumoAttribute* attribute) {
-  LumoDataPtr slot = owner->slotAddress(attribute, 0);
+  LumoDataPtr slot = owner->slotToRead(attribute, 0);
   if (!slot.v) {
     std::printf("?");
     return;
@@ -195,7 +195,7 @@ void LumoObject::display(unsigned indent, char) {
 
 static bool equal_slots(LumoObject* a, LumoObject* b, LumoAttribute* attribute, unsigned depth,
                         char deep) {
-  LumoDataPtr x = a->slotAddress(attribute, 0), y = b->slotAddress(attribute, 0);
+  LumoDataPtr x = a->slotToRead(attribute, 0), y = b->slotToRead(attribute, 0);
   if (!x.v || !y.v) return x.v == y.v;
   switch (kind_of(attribute->slotDomain())) {
     case LumoKind::integer:
@@ -243,7 +243,7 @@ void LumoObject::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned d
   for (void* a : all) {
     auto* attribute = static_cast<LumoAttribute*>(a);
     if (kind_of(attribute->slotDomain()) != LumoKind::object) continue;
-    LumoDataPtr slot = slotAddress(attribute, 0);
+    LumoDataPtr slot = slotToRead(attribute, 0);
     if (!slot.v || !*slot.p || lumo_is_delayed(*slot.p)) continue;
     LumoObject* next = from_slot(*slot.p, attribute->slotDomain());
     if (next && next != this) next->_findObjects(target, out, depth - 1, deep, 1);
@@ -284,13 +284,42 @@ static void own_shared(LumoObject* owner, LumoDataPtr slot, LumoDomain* domain) 
     *slot.p = to_slot(copy, domain);
 }
 
+// The address of attribute's field in object, or for a field aside the address of the pointer
+// to its record; null when the object has no such field.
+static char* field_address(LumoObject* object, LumoAttribute* attribute) {
+  if (!attribute || attribute->offset() < 0 || !attribute->owner()) return nullptr;
+  LumoType* owner =
+      attribute->aside() >= 0 ? attribute->asideHolder() : type_of(attribute->owner());
+  if (!owner) return nullptr;
+  long base = object->classType()->offsetOf(owner);
+  if (base < 0) return nullptr;
+  return static_cast<char*>(object->_address()) + base + attribute->offset();
+}
+
+// What a field aside reads as while its object has no record: every such field's default is
+// zero. No record is larger.
+alignas(8) static const unsigned char unset_aside[64] = {};
+
+LumoDataPtr LumoObject::slotToRead(LumoAttribute* attribute, unsigned i) {
+  if (attribute && attribute->aside() >= 0 && !(flags_ & kGeneric)) {
+    auto* record = reinterpret_cast<void**>(field_address(this, attribute));
+    if (record && !*record && attribute->asideSize() <= sizeof unset_aside)
+      return LumoDataPtr(const_cast<unsigned char*>(unset_aside) + attribute->aside());
+  }
+  return slotAddress(attribute, i);
+}
+
 LumoDataPtr LumoObject::slotAddress(LumoAttribute* attribute, unsigned) {
-  if (!attribute || attribute->offset() < 0 || !attribute->owner()) return LumoDataPtr();
-  LumoType* owner = type_of(attribute->owner());
-  if (!owner) return LumoDataPtr();
-  long base = classType()->offsetOf(owner);
-  if (base < 0) return LumoDataPtr();
-  LumoDataPtr slot(static_cast<char*>(_address()) + base + attribute->offset());
+  char* field = field_address(this, attribute);
+  if (!field) return LumoDataPtr();
+  if (attribute->aside() >= 0) {
+    // Whoever reaches the slot may store in it: the record is made first.
+    auto* record = reinterpret_cast<void**>(field);
+    if (!*record && !(*record = lumo_allocate_for(this, attribute->asideSize())))
+      return LumoDataPtr();
+    field = static_cast<char*>(*record) + attribute->aside();
+  }
+  LumoDataPtr slot(field);
   // Whoever reaches a slot by its attribute may change what it holds: a shared select or
   // aggregate becomes this object's own first (see lumo_own).
   if (kind_of(attribute->slotDomain()) == LumoKind::object && *slot.p && !lumo_is_delayed(*slot.p))
@@ -361,7 +390,7 @@ char LumoObject::putData(LumoAttribute* attribute, unsigned i, void* value, Lumo
 
 static LumoObject* read_reference(LumoObject* owner, LumoAttribute* attribute, unsigned i) {
   if (!attribute || kind_of(attribute->slotDomain()) != LumoKind::object) return nullptr;
-  LumoDataPtr slot = owner->slotAddress(attribute, i);
+  LumoDataPtr slot = owner->slotToRead(attribute, i);
   if (!slot.v) return nullptr;
   void* value = *slot.p;
   if (lumo_is_delayed(value)) value = lumo_access_object(owner, slot.v);

@@ -100,6 +100,19 @@ LumoType* LumoType::variable(LumoTypePtr& type, const char* attribute_name, void
   return this;
 }
 
+LumoType* LumoType::variable(LumoTypePtr& type, const char* attribute_name, LumoTypePtr& holder,
+                             long pointer_place, unsigned offset, unsigned record_size) {
+  Variable v{&type, attribute_name, -1};
+  if (pointer_place >= 0 && kind == LumoKind::object) {
+    v.offset = pointer_place;
+    v.aside = offset;
+    v.aside_size = record_size;
+    v.holder = &*holder;
+  }
+  variables_.push_back(v);
+  return this;
+}
+
 LumoType* LumoType::enumerator(const char* enumerator_name, int value) {
   enumerators_.push_back({enumerator_name, value});
   return this;
@@ -160,8 +173,7 @@ LumoDomain* LumoType::acquireDomain() {
     return a;
   };
   for (const Variable& v : variables_) {
-    if (LumoAttribute* a = add_attribute(v.name, (*v.type)->acquireDomain()))
-      a->setOffset(v.offset);
+    if (LumoAttribute* a = add_attribute(v.name, (*v.type)->acquireDomain())) a->bindField(v);
   }
   for (const Enumerator& e : enumerators_) {
     if (LumoAttribute* a = add_attribute(e.name, lumotype_int->acquireDomain()))

@@ -126,7 +126,7 @@ class Walker {
     node.text = domain && domain->name() ? domain->name() : "?";
     for (LumoAttribute* attribute : attributes(domain)) {
       node.names.emplace_back(attribute->name ? attribute->name : "?");
-      LumoDataPtr slot = object->slotAddress(attribute, 0);
+      LumoDataPtr slot = object->slotToRead(attribute, 0);
       node.items.push_back(slot.v ? value(slot.v, attribute->slotDomain(), depth + 1) : Node{});
     }
     return node;

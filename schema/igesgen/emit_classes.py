@@ -21,6 +21,12 @@ LOAD_ORDER = ("iges_curve_and_surface_geometry_schema", "iges_annotation_schema"
               "iges_boundary_representation_schema", "iges_constructive_solid_geometry_schema",
               "iges_structure_schema", "iges_types_schema")
 SOURCE_PARTS = {"iges_structure_schema": 3}
+# Directory fields that a file mostly leaves at their default: an entity keeps them in a record
+# of their own (igs_directory_aside), made when one of them is first set, so that an entity
+# that has none of them costs one pointer instead of a slot for each.
+ASIDE_ATTRIBUTES = ("label", "associations", "properties", "view", "transformation",
+                    "label_display", "subscript")
+ASIDE_RECORD = "igs_directory_aside"
 COMMON_HEADER = "igeslib_schema_common.h"
 SUPPORT_HEADER = "igeslib_binding_internal.h"
 
@@ -53,6 +59,40 @@ def is_reference(model, type_):
 
 def is_aggregate(model, type_):
     return type_kind(model, type_, False) in ("aggregate", "runtime_aggregate")
+
+
+def is_aside(e, a):
+    return e.kind == "entity" and a.name in ASIDE_ATTRIBUTES
+
+
+def aside_fields(model):
+    """The fields of the record aside, eight-byte ones first, each with its one type."""
+    types = {}
+    for e in model.entries.values():
+        if e.kind == "entity":
+            for a in e.attributes:
+                if is_aside(e, a):
+                    assert types.setdefault(a.name, a.type) == a.type, a.name
+    fields = [(cxx_type(model, types[n]), n, types[n]) for n in ASIDE_ATTRIBUTES if n in types]
+    return sorted(fields, key=lambda f: not field_is_wide(f[0]))
+
+
+def declare_aside(model, w):
+    w("// The Directory fields that a file mostly leaves at their default, kept out of the")
+    w("// entity until one of them is set (igs_directory_entry::aside).")
+    w("struct %s {", ASIDE_RECORD)
+    for ctype, name, type_ in aside_fields(model):
+        w("  %s %s_ = %s;", ctype, name, "0" if type_ == "int" else "nullptr")
+    w("};")
+    w("")
+
+
+def field_of(e, a, make=False):
+    """The expression of attribute a's field in a member of e: in the record aside, made first
+    when make is set, or in the object."""
+    if not is_aside(e, a):
+        return "%s_" % a.name
+    return "%s->%s_" % ("aside()" if make else "aside_", a.name)
 
 
 def entity_bases(model, e):
@@ -205,6 +245,8 @@ def base_list(model, e):
 def declare_class(model, w, e):
     chain_attributes = all_attributes(model, e)
     bases = base_list(model, e)
+    if e.name == "igs_directory_entry":
+        declare_aside(model, w)
     w("// %s%s %s of %s", "abstract " if e.abstract else "", e.kind, e.dictionary_name,
       e.schema.name)
     w("class %s : %s {", e.name, bases)
@@ -213,11 +255,16 @@ def declare_class(model, w, e):
     if chain_attributes:
         w("  %s(%s);", e.name, ", ".join("%s %s" % (value_type(model, a.type), param(a.name))
                                            for a in chain_attributes))
-    w("  %s(const %s& other) = default;", e.name, e.name)
-    w("  %s& operator=(const %s& other) = default;", e.name, e.name)
+    # The root copies the record aside into one of its own.
+    copy = "" if e.name == "igs_directory_entry" else " = default"
+    w("  %s(const %s& other)%s;", e.name, e.name, copy)
+    w("  %s& operator=(const %s& other)%s;", e.name, e.name, copy)
     declare_allocation(w, e.name)
     if e.name == "igs_directory_entry":
         w("")
+        w("  // The record of the fields kept aside, made on the first call; aside_ is null")
+        w("  // while the entity has none of them.")
+        w("  %s* aside();", ASIDE_RECORD)
         w("  virtual int entity_type();")
         w("  virtual int form();")
         for op in STATUS_ATTRIBUTES:
@@ -264,24 +311,18 @@ def declare_class(model, w, e):
           ", ".join("values[%d]" % i for i in range(len(chain_attributes))))
         w("  }")
     w("")
-    # Widest first, dictionary order within a width: no padding falls between fields, which
-    # matters in a model of millions of entities. The dictionary binds each attribute to its
-    # field by offset, so the order here is free.
-    w("  // Fields, eight-byte ones first; change them through the accessors above.")
-    fields = [(cxx_type(model, a.type), a) for a in e.attributes]
-    for wide in (True, False):
-        for ctype, a in fields:
-            if field_is_wide(ctype) == wide and ctype != "char":
-                w("  %s %s_ = %s;", ctype, a.name, field_default(model, a))
-        if not wide and e.name == "igs_directory_entry":
-            w("  // File bookkeeping, not part of the dictionary: DE number of the entity,")
-            w("  // first line and line count of its parameter data.")
-            w("  int de_number = 0;")
-            w("  int pd_pointer = 0;")
-            w("  int pd_line_count = 0;")
-    for ctype, a in fields:
-        if ctype == "char":
-            w("  %s %s_ = %s;", ctype, a.name, field_default(model, a))
+    fields = [("%s %s_ = %s;" % (ctype, a.name, field_default(model, a)), ctype)
+              for ctype, a in [(cxx_type(model, a.type), a) for a in e.attributes
+                               if not is_aside(e, a)]]
+    if e.name == "igs_directory_entry":
+        fields.insert(0, ("%s* aside_ = nullptr;" % ASIDE_RECORD, "pointer*"))
+        # File bookkeeping, not part of the dictionary: the DE number of the entity, the first
+        # line and the line count of its parameter data.
+        fields += [("int %s = 0;" % n, "int") for n in ("de_number", "pd_pointer",
+                                                         "pd_line_count")]
+    w("  // Fields, laid out to leave no padding; change them through the accessors above.")
+    for text, _ in ordered_fields(fields, layout_start(model, e)):
+        w("  %s", text)
     w("};")
     w("")
 
@@ -289,6 +330,63 @@ def declare_class(model, w, e):
 def field_is_wide(ctype):
     """True for a field of eight bytes: a pointer or a double."""
     return ctype.endswith("*") or ctype == "double"
+
+
+def field_size(ctype):
+    return 8 if field_is_wide(ctype) else 1 if ctype == "char" else 4
+
+
+def ordered_fields(fields, start):
+    """The fields (text, C++ type) in the order that leaves no padding, dictionary order
+    within a size. Where the class's fields begin after a base whose last word is half used
+    (start), small ones fill it first: a derived class's fields go right after its base's data,
+    in the base's own padding. Where start is unknown, widest first."""
+    by_size = {n: [f for f in fields if field_size(f[1]) == n] for n in (8, 4, 1)}
+    first = []
+    if start is not None:
+        room = -start % 8
+        while room >= 4 and by_size[4]:
+            first.append(by_size[4].pop(0))
+            room -= 4
+        while room and by_size[1]:
+            first.append(by_size[1].pop(0))
+            room -= 1
+    return first + by_size[8] + by_size[4] + by_size[1]
+
+
+def layout_end(fields, start):
+    """Where fields laid out from start end: the data size of the class."""
+    at = start
+    for _, ctype in fields:
+        size = field_size(ctype)
+        at = (at + size - 1) // size * size + size
+    return at
+
+
+def layout_start(model, e):
+    """Where the fields of e's class begin: after the data of its one base. None where that
+    isn't known here: a class of several bases, a virtual base, members written by hand."""
+    if not hasattr(model, "layout_starts"):
+        model.layout_starts = {}
+    if e.name in model.layout_starts:
+        return model.layout_starts[e.name]
+    bases = compiled_bases(model, e)
+    start = None
+    if not hasattr(model, "virtual_edges"):
+        model.virtual_edges = virtual_edges(model)
+    if len(bases) == 1 and e.name not in HAND_MEMBERS:
+        if bases[0] == "LumoStructure":
+            start = 16  # the runtime's part: table pointer, flags, object identifier
+        elif (e.name, bases[0]) not in model.virtual_edges:
+            b = model.entries[bases[0]]
+            base_start = layout_start(model, b)
+            if base_start is not None:
+                own = [("", cxx_type(model, a.type)) for a in b.attributes if not is_aside(b, a)]
+                if b.name == "igs_directory_entry":
+                    own += [("", "pointer*")] + [("", "int")] * 3
+                start = layout_end(ordered_fields(own, base_start), base_start)
+    model.layout_starts[e.name] = start
+    return start
 
 # Run-time members of file-level classes, declared here and defined by hand
 # under model/: they are no part of the dictionary.
@@ -463,27 +561,44 @@ def define_allocation(w, name):
 def define_getter(model, w, e, a, name=None):
     c, t = e.name, cxx_type(model, a.type)
     w("%s %s::%s() {", t, c, name or a.spelling)
+    field = field_of(e, a)
+    if is_aside(e, a) and not is_aggregate(model, a.type):
+        w("  if (!aside_) return %s;", field_default(model, a))
+    elif is_aside(e, a):
+        field = field_of(e, a, make=True)  # the list is made, and so the record
     if is_reference(model, a.type):
-        w("  if (lumo_is_delayed(%s_) && !lumo_access_object(this, &%s_)) return nullptr;",
-          a.name, a.name)
+        w("  if (lumo_is_delayed(%s) && !lumo_access_object(this, &%s)) return nullptr;",
+          field, field)
     if is_aggregate(model, a.type):
-        w("  if (!%s_) {", a.name)
+        w("  if (!%s) {", field)
         w("    void* place = lumo_new(sizeof(%s), design_section(), nullptr, lumotype_%s);",
           a.type, a.type)
         w("    modified();")
-        w("    %s_ = place ? ::new (place) %s(0) : nullptr;", a.name, a.type)
+        w("    %s = place ? ::new (place) %s(0) : nullptr;", field, a.type)
         w("  }")
     if is_aggregate(model, a.type) or type_kind(model, a.type, False) == "select":
-        w("  return lumo_own(this, %s_);", a.name)  # a shared value is copied first
+        w("  return lumo_own(this, %s);", field)  # a shared value is copied first
         w("}")
         return
-    w("  return %s_;", a.name)
+    w("  return %s;", field)
     w("}")
 
 
 def define_setters(model, w, e, a):
     c = e.name
-    if a.type == "string":
+    if is_aside(e, a):
+        # The default stored where there is no record yet leaves it unmade.
+        unset = "!value" if a.type != "int" else "value == 0"
+        w("void %s::%s(%s value) {", c, a.spelling, value_type(model, a.type))
+        if a.type == "string":
+            w("  if (%s && !aside_) return modified();", unset)
+            w("  lumo_update_prim(this, &%s, value);", field_of(e, a, make=True))
+        else:
+            w("  modified();")
+            w("  if (%s && !aside_) return;", unset)
+            w("  %s = value;", field_of(e, a, make=True))
+        w("}")
+    elif a.type == "string":
         w("void %s::%s(const char* value) { lumo_update_prim(this, &%s_, value); }",
           c, a.spelling, a.name)
     else:
@@ -515,6 +630,25 @@ def define_class(model, w, e):
         w("}")
     define_allocation(w, c)
     if c == "igs_directory_entry":
+        w("%s::%s(const %s& other) : LumoStructure(other) { *this = other; }", c, c, c)
+        w("%s& %s::operator=(const %s& other) {", c, c, c)
+        w("  LumoStructure::operator=(other);")
+        for ctype, a in [(cxx_type(model, a.type), a) for a in e.attributes if not is_aside(e, a)]:
+            w("  %s_ = other.%s_;", a.name, a.name)
+        for name in ("de_number", "pd_pointer", "pd_line_count"):
+            w("  %s = other.%s;", name, name)
+        w("  if (other.aside_)")
+        w("    *aside() = *other.aside_;")
+        w("  else if (aside_)")
+        w("    *aside_ = %s();", ASIDE_RECORD)
+        w("  return *this;")
+        w("}")
+        w("%s* %s::aside() {", ASIDE_RECORD, c)
+        w("  if (!aside_)")
+        w("    if (void* place = lumo_allocate_for(this, sizeof(%s)))", ASIDE_RECORD)
+        w("      aside_ = ::new (place) %s();", ASIDE_RECORD)
+        w("  return aside_;")
+        w("}")
         w("int %s::entity_type() { return -1; }", c)
         w("int %s::form() { return 0; }", c)
         for op in STATUS_ATTRIBUTES:
@@ -800,8 +934,14 @@ def define_binding(model, w, e):
         for b in e.bases or ["LumoStructure"]:
             w("      ->virtual_super(lumotype_%s)", b)
         for a in e.attributes:
-            w("      ->variable(%s, \"%s\", p ? static_cast<void*>(&p->%s_) : nullptr)",
-              descriptor(model, a.type), a.name, a.name)
+            if is_aside(e, a):
+                w("      ->variable(%s, \"%s\", lumotype_igs_directory_entry, "
+                  "igeslib_aside_place(p),", descriptor(model, a.type), a.name)
+                w("                 offsetof(%s, %s_), sizeof(%s))", ASIDE_RECORD, a.name,
+                  ASIDE_RECORD)
+            else:
+                w("      ->variable(%s, \"%s\", p ? static_cast<void*>(&p->%s_) : nullptr)",
+                  descriptor(model, a.type), a.name, a.name)
     elif e.kind == "select":
         w("  self->superOffset(self, lumotype_LumoObject, 0)")
         w("      ->superOffset(self, lumotype_LumoUnion, 0)")
@@ -955,6 +1095,12 @@ SUPPORT = """// Generated by schema/generate.py. Do not edit.
 #include "igeslib_directory.h"
 #include "igeslib_schema_common.h"
 #include "lumo.h"
+
+// Where an entity root keeps the pointer to its record aside, measured on the root part of a
+// prototype (a root that is a virtual base lies at another place in every class).
+inline long igeslib_aside_place(igs_directory_entry* root) {
+  return root ? reinterpret_cast<char*>(&root->aside_) - reinterpret_cast<char*>(root) : -1;
+}
 
 // Where the part B lies inside an instance of C, measured on the prototype.
 template <class C, class B>

@@ -180,8 +180,7 @@ TEST(WriteDriver, WritingMakesNothingAndKeepsRawEntities) {
   ASSERT_EQ(first.result, first.file);
   LUMO.useDesign(first.design);
   FileRead second(written(first.file));
-  EXPECT_EQ(first.entity<igs_point_entity>(0)->associations_, nullptr);
-  EXPECT_EQ(first.entity<igs_point_entity>(0)->properties_, nullptr);
+  EXPECT_EQ(first.entity<igs_point_entity>(0)->aside_, nullptr);
   auto* raw = second.entity<igs_null_entity>(1);
   ASSERT_NE(raw, nullptr);
   EXPECT_EQ(std::string(raw->directory_entry_records()->get(0)).substr(0, 8), "       7");

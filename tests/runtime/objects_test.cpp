@@ -114,7 +114,7 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
   for (int i = 0; i < 20000; ++i) {
     auto* o = new (d) igs_flow_entity();
     made.push_back(o);
-    lumo_update_prim(o, &o->label_, "a label long enough to need storage of its own");
+    lumo_update_prim(o, &o->aside()->label_, "a label long enough to need storage of its own");
     auto* l = new (i % 2 ? other : d->defaultSection()) ListOfString(0);
     l->add("text").add("more text");
     // Objects find their section from the block they lie in, over many blocks.
@@ -179,7 +179,7 @@ TEST_F(Scratch, StoresMarkTheObjectAndCopyTheirText) {
   o->transformation(nullptr);
   EXPECT_TRUE(o->isModified());
   o->clearModified();
-  lumo_update_prim(o, &o->subscript_, 7);
+  lumo_update_prim(o, &o->aside()->subscript_, 7);
   EXPECT_TRUE(o->isModified());
   EXPECT_EQ(o->subscript(), 7);
   igs_line_entity copy(*o);  // copies carry no mark: only stores do
@@ -190,7 +190,7 @@ TEST_F(Scratch, StoresMarkTheObjectAndCopyTheirText) {
   o->label(buffer);
   std::strcpy(buffer, "second");
   EXPECT_STREQ(o->label(), "first");
-  lumo_update_prim(o, &o->label_, static_cast<const char*>(nullptr));
+  lumo_update_prim(o, &o->aside()->label_, static_cast<const char*>(nullptr));
   EXPECT_EQ(o->label(), nullptr);
   // An object of no design keeps its text in the runtime's own storage.
   igs_line_entity loose;
@@ -219,25 +219,25 @@ struct Delayed : Scratch {
 TEST_F(Delayed, AFieldLoadsOnceAndThenHoldsThePointer) {
   auto* owner = new (design) igs_line_entity();
   auto* target = new (design) igs_transformation_matrix_entity();
-  owner->transformation_ = static_cast<igs_transformation_matrix_entity*>(LUMO_DELAYED);
+  owner->aside()->transformation_ = static_cast<igs_transformation_matrix_entity*>(LUMO_DELAYED);
   loader.wanted_owner = owner;
   loader.answer = target;
   EXPECT_EQ(owner->transformation(), target);
-  EXPECT_EQ(owner->transformation_, target);
+  EXPECT_EQ(owner->aside()->transformation_, target);
   EXPECT_EQ(loader.calls, 1);
 }
 
 TEST_F(Delayed, AFailedLoadReadsAsNullAndKeepsTheWord) {
   auto* owner = new (design) igs_line_entity();
-  owner->transformation_ = static_cast<igs_transformation_matrix_entity*>(LUMO_DELAYED);
+  owner->aside()->transformation_ = static_cast<igs_transformation_matrix_entity*>(LUMO_DELAYED);
   EXPECT_EQ(owner->transformation(), nullptr);
-  EXPECT_TRUE(lumo_is_delayed(owner->transformation_));
-  EXPECT_EQ(lumo_access_object(owner, &owner->transformation_), nullptr);
+  EXPECT_TRUE(lumo_is_delayed(owner->aside()->transformation_));
+  EXPECT_EQ(lumo_access_object(owner, &owner->aside()->transformation_), nullptr);
   EXPECT_EQ(loader.calls, 2);
   // Without a loader nothing can load.
   LUMO.loader(nullptr, nullptr);
   EXPECT_EQ(owner->transformation(), nullptr);
-  EXPECT_TRUE(lumo_is_delayed(owner->transformation_));
+  EXPECT_TRUE(lumo_is_delayed(owner->aside()->transformation_));
 }
 
 TEST_F(Delayed, AggregateSlotsResolveThroughTheOwnerList) {
@@ -326,7 +326,7 @@ TEST(Entities, AllFieldsConstructorStoresTheWholeChain) {
 TEST(Entities, AggregateGettersCreateOnDemandInTheOwnersSection) {
   ScratchDesign design;
   auto* arc = new (design.design) igs_circular_arc_entity;
-  EXPECT_EQ(arc->associations_, nullptr);
+  EXPECT_EQ(arc->aside_, nullptr);
   ListOfigs_associativities* list = arc->associations();
   ASSERT_NE(list, nullptr);
   EXPECT_TRUE(arc->isModified());
