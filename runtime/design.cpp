@@ -251,6 +251,23 @@ LumoDesignSection::Objects::iterator& LumoDesignSection::Objects::iterator::oper
   return *this;
 }
 
+template <class Visit>
+void LumoDesignSection::forEachObject(Visit visit) const {
+  // The marks read word by word, as the iterator reads them, without its steps out of line.
+  for (std::size_t block = 0; block < object_blocks_.size(); ++block) {
+    for (std::size_t word = 0; word < kMarkWords; ++word) {
+      std::uint64_t bits = marks_of(object_blocks_[block])[word];
+      while (bits) {
+        const std::size_t place = word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
+        bits &= bits - 1;
+        visit(reinterpret_cast<LumoObject*>(reinterpret_cast<char*>(object_blocks_[block]) +
+                                            place * 8));
+      }
+    }
+  }
+  for (std::size_t i = 0; i < far_objects_.size(); ++i) visit(far_objects_[i]);
+}
+
 char* LumoDesignSection::copy(const char* text) {
   if (!text) return nullptr;
   std::size_t n = std::strlen(text) + 1;
@@ -378,25 +395,42 @@ void LumoDesign::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned, 
   // Objects of a compiled class answer by their class alone, and a design holds objects of a
   // few dozen classes: the answers are kept by class in a small table (the walk of a whole
   // model's objects spent most of its time going up class trees).
+  // With the answer goes what addObject would store for an object of the class: a list of
+  // pointers that keeps doubles takes the same place in every object of a class, so the checks
+  // and the cast are made once for the class.
   struct Answer {
     const LumoType* type = nullptr;
     bool is = false;
+    bool direct = false;     // stored as the object's address moved by delta
+    std::ptrdiff_t delta = 0;
   };
   Answer answers[64];
+  const bool plain = out->elementKind() == LumoAggregate::Elements::pointer && !out->unique();
   for (LumoDesignSection* s : sections_)
-    for (LumoObject* o : s->objects()) {
-      if (o == out) continue;
-      bool is;
+    s->forEachObject([&](LumoObject* o) {
+      if (o == out) return;
       if (o->isGeneric()) {
-        is = o->isa(target);
-      } else {
-        const LumoType* type = &*o->classType();
-        Answer& kept = answers[(reinterpret_cast<std::uintptr_t>(type) >> 4) % 64];
-        if (kept.type != type) kept = {type, o->isa(target) != 0};
-        is = kept.is;
+        if (o->isa(target)) out->addObject(o);
+        return;
       }
-      if (is) out->addObject(o);
-    }
+      const LumoType* type = &*o->classType();
+      Answer& kept = answers[(reinterpret_cast<std::uintptr_t>(type) >> 4) % 64];
+      if (kept.type != type) {
+        kept = {type, o->isa(target) != 0};
+        if (kept.is && plain && o->isa(out->slotType(nullptr, 0))) {
+          void* value = lumo_cast(o, out->slotType(nullptr, 0));
+          kept.direct = value != nullptr;
+          kept.delta = static_cast<char*>(value) - reinterpret_cast<char*>(o);
+        }
+      }
+      if (!kept.is) return;
+      if (kept.direct) {
+        void* value = reinterpret_cast<char*>(o) + kept.delta;
+        out->insertAt(out->size(), &value);
+      } else {
+        out->addObject(o);
+      }
+    });
 }
 
 // Matches each domain of the design to the compiled class of the same name:

@@ -96,6 +96,9 @@ class LumoAggregate : public LumoObject {
   unsigned find_object(LumoObject* object);
 
  protected:
+  // The design's walk for objects of a domain makes addObject's checks once for each class.
+  friend class LumoDesign;
+
   virtual char _allocateElements(unsigned n);
   // The section that holds the elements: the list's, or the runtime's own for a list of no
   // design.

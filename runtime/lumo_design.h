@@ -73,6 +73,10 @@ class LumoDesignSection {
   friend class LumoObject;
   friend class LumoDesign;
   struct Block;
+  // The walk of objects() with visit(object) for each, in the same order, blocks made during
+  // the walk included; the design's own walks use it (defined beside them).
+  template <class Visit>
+  void forEachObject(Visit visit) const;
   void* take(std::size_t bytes, bool object);
   // An object of the section made, or deleted.
   void listObject(LumoObject* object, bool far);
