@@ -7,6 +7,8 @@
 #include <memory>
 #include <vector>
 
+#include <fast_float/fast_float.h>
+
 #include "igeslib.h"
 #include "igeslib_io.h"
 
@@ -18,19 +20,6 @@ inline int field(const char* line, int first, int last) {
   int value = 0;
   igeslib_scan_int(line + first - 1, last - first + 1, &value);
   return value;
-}
-
-constexpr std::uint64_t kEightBlanks = 0x2020202020202020ULL;
-
-// Whether the eight bytes of word are all decimal digits: adding 0x46 to each byte carries
-// into its top bit exactly for bytes above '9', and the top bit of the byte itself is set
-// for bytes from 0x80 up; bytes below '0' have 0x30 set neither way and are told by the
-// subtraction.
-inline bool all_digits_word(std::uint64_t word) {
-  constexpr std::uint64_t ones = 0x0101010101010101ULL, highs = 0x8080808080808080ULL;
-  const std::uint64_t above_nine = (word + ones * 0x46) | word;
-  const std::uint64_t below_zero = word - ones * '0';
-  return ((above_nine | below_zero) & highs) == 0;
 }
 
 // Entity types whose forms 5001 to 9999 are set aside for implementors' own forms.
@@ -147,7 +136,7 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   for (int k = 0; k < 7; ++k) fields[k + 1] = de_field(k, kOneColumns[k][0]);
   // The four two-column status fields are nearly always all digits.
   const char* status = line + 64;
-  const bool all_digits = all_digits_word(igeslib_load_word(status));
+  const bool all_digits = fast_float::is_made_of_eight_digits_fast(igeslib_load_word(status));
   for (int k = 7; k < 11; ++k)
     fields[k + 1] = all_digits ? (status[2 * (k - 7)] - '0') * 10 + (status[2 * (k - 7) + 1] - '0')
                                : field(line, kOneColumns[k][0], kOneColumns[k][1]);
@@ -171,7 +160,7 @@ void IgeslibIO::read_de_pair(ListOfigs_directory_entry* list) {
   char label[9];
   int from = 56, n = 0;
   auto blank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
-  if (igeslib_load_word(line + 56) == kEightBlanks) from = 64;  // the usual: no label
+  if (igeslib_load_word(line + 56) == kIgeslibEightBlanks) from = 64;  // the usual: no label
   while (from < 64 && blank(line[from])) ++from;
   while (from < 64 && line[from] != '\0' && !blank(line[from])) label[n++] = line[from++];
   label[n] = '\0';

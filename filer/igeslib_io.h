@@ -396,6 +396,9 @@ inline void igeslib_right_justified_eight(char* out, std::uint32_t value) {
 #endif
 }
 
+// Eight blank columns as a word of igeslib_load_word.
+constexpr std::uint64_t kIgeslibEightBlanks = 0x2020202020202020ULL;
+
 // Eight characters of a record as one word, the first in the lowest byte.
 inline std::uint64_t igeslib_load_word(const char* p) {
   std::uint64_t word;
@@ -419,7 +422,7 @@ inline int igeslib_scan_eight_columns(const char* field) {
   std::uint64_t word = igeslib_load_word(field);
   int value = igeslib_right_justified_word(word);
   if (value >= 0) return value;
-  if (word == 0x2020202020202020ULL) return 0;  // eight blanks: no value
+  if (word == kIgeslibEightBlanks) return 0;  // eight blanks: no value
   value = 0;
   igeslib_scan_int(field, 8, &value);
   return value;

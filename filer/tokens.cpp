@@ -25,7 +25,7 @@ inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
 // blanks up to the end of their data columns, so a run is passed eight columns at a time.
 [[gnu::always_inline]] inline int skip_blanks(const char* text, int at, int last) {
   if (at <= last && text[at] != ' ') return at;  // the usual: none
-  while (at + 7 <= last && igeslib_load_word(text + at) == 0x2020202020202020ULL) at += 8;
+  while (at + 7 <= last && igeslib_load_word(text + at) == kIgeslibEightBlanks) at += 8;
   while (at <= last && text[at] == ' ') ++at;
   return at;
 }
@@ -673,13 +673,9 @@ void IgeslibIO::read_reals(double* out, int n) {
       const char delimiter = param_delimiter;
       int at = column;
       const int first = i;
-      bool used_up = false;  // nothing but blanks left in the record's data columns
       while (i < n) {
         at = skip_blanks(text, at, last);
-        if (at > last) {
-          used_up = true;
-          break;
-        }
+        if (at > last) break;  // nothing but blanks left in the record's data columns
         double value;
         int stop;
         if (!quick_real(text, at, last, &value, &stop) || text[stop] != delimiter) break;
@@ -692,7 +688,7 @@ void IgeslibIO::read_reals(double* out, int n) {
       }
       if (i == n) return;
       // The next record with data, as scan_real would take it, and the loop goes on there.
-      if (used_up) {
+      if (at > last) {
         next_data();
         continue;
       }

@@ -417,7 +417,7 @@ void LumoDesign::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned, 
       Answer& kept = answers[(reinterpret_cast<std::uintptr_t>(type) >> 4) % 64];
       if (kept.type != type) {
         kept = {type, o->isa(target) != 0};
-        if (kept.is && plain && o->isa(out->slotType(nullptr, 0))) {
+        if (kept.is && plain) {
           void* value = lumo_cast(o, out->slotType(nullptr, 0));
           kept.direct = value != nullptr;
           kept.delta = static_cast<char*>(value) - reinterpret_cast<char*>(o);

@@ -561,7 +561,7 @@ char LumoUnion::chooseOwn(unsigned place, const char* name, LumoAttribute*& know
     if (at && (at == known || (at->name && name && std::strcmp(at->name, name) == 0))) {
       known = at;
       modified();
-      flags_ = (flags_ & ((1u << kChoiceShift) - 1)) | ((place + 1) << kChoiceShift);
+      choose(at);
       return 1;
     }
   }
