@@ -401,7 +401,7 @@ void LumoDesign::_findObjects(LumoDomain* target, LumoAggregate* out, unsigned, 
   struct Answer {
     const LumoType* type = nullptr;
     bool is = false;
-    bool direct = false;     // stored as the object's address moved by delta
+    bool direct = false;  // stored as the object's address moved by delta
     std::ptrdiff_t delta = 0;
   };
   Answer answers[64];
