@@ -575,7 +575,8 @@ std::size_t element_width(LumoAggregate* list) {
   }
 }
 
-void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities) {
+void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities,
+                          const MemoryFigures& memory) {
   struct Use {
     std::size_t objects = 0, bytes = 0, used = 0;
   };
@@ -612,6 +613,12 @@ void print_bytes_by_class(const std::vector<ReadFile>& kept, long long entities)
   std::sort(rows.rbegin(), rows.rend());
   const double n = entities > 0 ? static_cast<double>(entities) : 1;
   std::fprintf(stderr, "%lld entities, %zu objects\n", entities, objects);
+  std::fprintf(stderr, "%8.0f B/entity  peak growth of resident memory\n",
+               static_cast<double>(memory.peak_growth) / n);
+  std::fprintf(stderr, "%8.0f B/entity  resident at the end, anonymous: arenas, heap, scratch\n",
+               static_cast<double>(memory.anonymous_growth) / n);
+  std::fprintf(stderr, "%8.0f B/entity  resident at the end, of mapped files: code first run\n",
+               static_cast<double>(memory.file_growth) / n);
   std::fprintf(stderr, "%8.0f B/entity  arenas\n", arena / n);
   std::fprintf(stderr, "%8.0f B/entity  objects in them\n", object_bytes / n);
   std::fprintf(stderr, "%8.0f B/entity  the rest of them: aggregate elements, texts, block ends\n",
@@ -642,7 +649,7 @@ int probe_memory(int out_fd) {
   MemoryFigures memory = probe.stop();
   long long entities = 0;
   for (ReadFile& r : kept) entities += static_cast<long long>(count_entities(r));
-  if (options.by_class) print_bytes_by_class(kept, entities);
+  if (options.by_class) print_bytes_by_class(kept, entities, memory);
   JsonLine line;
   line.add("seconds", timer.wall).add("cpu_seconds", timer.cpu);
   line.add("entities", entities).add("bytes", bytes);

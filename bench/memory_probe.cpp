@@ -39,6 +39,8 @@ void MemoryProbe::start() {
   reset_ = f && std::fputs("5", f) >= 0;
   if (f && std::fclose(f) != 0) reset_ = false;
   start_rss_ = status_field("VmRSS");
+  start_anonymous_ = status_field("RssAnon");
+  start_file_ = status_field("RssFile");
   start_heap_ = heap_in_use();
 }
 
@@ -47,6 +49,8 @@ MemoryFigures MemoryProbe::stop() const {
   figures.peak_growth = status_field("VmHWM") - start_rss_;
   figures.heap_growth = heap_in_use() - start_heap_;
   figures.peak_reset = reset_;
+  figures.anonymous_growth = status_field("RssAnon") - start_anonymous_;
+  figures.file_growth = status_field("RssFile") - start_file_;
   return figures;
 }
 

@@ -14,6 +14,11 @@ struct MemoryFigures {
   long long peak_growth = 0;  // bytes: high-water mark of resident memory over the start
   long long heap_growth = 0;  // bytes: heap in use after, less before
   bool peak_reset = false;    // the high-water mark could be reset at the start
+  // Resident memory at the end over the start, split as the kernel counts it: anonymous pages
+  // (heap, arenas, mapped scratch) and pages of mapped files (the libraries' code and tables
+  // that the work was the first to touch).
+  long long anonymous_growth = 0;
+  long long file_growth = 0;
 };
 
 class MemoryProbe {
@@ -24,6 +29,8 @@ class MemoryProbe {
 
  private:
   long long start_rss_ = 0;
+  long long start_anonymous_ = 0;
+  long long start_file_ = 0;
   long long start_heap_ = 0;
   bool reset_ = false;
 };

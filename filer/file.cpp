@@ -46,13 +46,20 @@ long long stream_size(FILE* stream) {
   return size;
 }
 
-// A full buffer of bytes for a stream just opened, or none when memory is short (the stream
-// keeps its own). The stream must be closed before the buffer goes.
-std::unique_ptr<char[]> give_buffer(FILE* stream, std::size_t bytes) {
-  std::unique_ptr<char[]> buffer(new (std::nothrow) char[bytes]);
-  if (buffer) std::setvbuf(stream, buffer.get(), _IOFBF, bytes);
-  return buffer;
-}
+// A full buffer of bytes for a stream just opened, in scratch storage that goes back to the
+// system with it; none when memory is short (the stream keeps its own). The stream must be
+// closed before the buffer goes.
+struct StreamBuffer {
+  explicit StreamBuffer(FILE* stream, std::size_t bytes)
+      : data(static_cast<char*>(lumo_scratch_allocate(bytes))), size(bytes) {
+    if (data) std::setvbuf(stream, data, _IOFBF, size);
+  }
+  StreamBuffer(const StreamBuffer&) = delete;
+  StreamBuffer& operator=(const StreamBuffer&) = delete;
+  ~StreamBuffer() { lumo_scratch_release(data, size); }
+  char* data;
+  std::size_t size;
+};
 
 // What was wrong with the damaged last record that the latest read accepted.
 const char* last_damaged_end = nullptr;
@@ -116,9 +123,12 @@ igs_iges_file* igs_iges_file::read(const char* path, char strict) {
   }
   // A buffer of many records: a record that straddles the buffer's end is read a character
   // at a time.
-  auto buffer = give_buffer(stream, 1 << 16);
-  igs_iges_file* result = read(stream, strict);
-  std::fclose(stream);
+  igs_iges_file* result;
+  {
+    StreamBuffer buffer(stream, 1 << 16);
+    result = read(stream, strict);
+    std::fclose(stream);
+  }
   return result;
 }
 
@@ -154,8 +164,11 @@ igs_iges_file* igs_iges_file::write(const char* path, char zero_as_default) {
   }
   // Many records to a system call: the stream's own buffer of a few kilobytes made a quarter
   // of a million calls for a 1 GB model.
-  auto buffer = give_buffer(stream, 1 << 20);
-  igs_iges_file* result = write(stream, zero_as_default);
-  std::fclose(stream);
+  igs_iges_file* result;
+  {
+    StreamBuffer buffer(stream, 1 << 20);
+    result = write(stream, zero_as_default);
+    std::fclose(stream);
+  }
   return result;
 }

@@ -47,21 +47,42 @@ void igeslib_de_note_code(int code, LumoTypePtr& type, const char* name) {
 
 namespace {
 
-// The select of a value field (a line pattern, level or colour number): most entities of a file
-// name the same few values, so the design keeps one select for each value and every entity
-// that reads it shares it (an accessor gives an entity its own copy before any change). A
-// select that set takes no choice of is the entity's own, and its code is noted.
+// The select of a field that holds a value (a line pattern, level or colour number) or a
+// pointer to a definition (of a line font, levels or a colour): most entities of a file name the
+// same few, so the design keeps one select for each field and every entity that reads it shares
+// it (an accessor gives an entity its own copy before any change). set fills the select and
+// tells whether it may be shared: a select it took no choice of, or a pointer it noted, is the
+// entity's own, so that every entity that names the same field is noted again.
 template <class Select, class Set>
-Select* shared_value(LumoTypePtr& type, int field, Set set, const char* name) {
+Select* shared_select(LumoTypePtr& type, int field, Set set) {
   LumoDesign* design = LUMO.design();
   if (auto* held = design ? design->sharedObject(&type, field) : nullptr)
     return static_cast<Select*>(held);
   auto* select = new (design) Select;
-  if (!set(select, field))
-    note_field(IgeslibNoteKind::code, name, type, field);
-  else if (design)
-    design->shareObject(&type, field, select);
+  if (set(select, field) && design) design->shareObject(&type, field, select);
   return select;
+}
+
+// A value field's select, as shared_select says; a code that set takes no choice of is noted.
+template <class Select, class Set>
+Select* shared_value(LumoTypePtr& type, int field, Set set, const char* name) {
+  return shared_select<Select>(type, field, [&](Select* select, int code) {
+    if (set(select, code)) return true;
+    note_field(IgeslibNoteKind::code, name, type, code);
+    return false;
+  });
+}
+
+// A negated pointer field's select, as shared_select says: the definition, of the class of
+// target, that the pointer names; shared when it names one, at an odd number, unnoted.
+template <class Select, class Target, class Store>
+Select* shared_definition(LumoTypePtr& type, int field, LumoTypePtr& target, Store store,
+                          const char* name) {
+  return shared_select<Select>(type, field, [&](Select* select, int pointer) {
+    auto* definition = lumo_cast<Target>(igeslib_de_reference(pointer, true, target, name));
+    store(select, definition);
+    return definition != nullptr && odd(pointer);
+  });
 }
 
 }  // namespace
@@ -71,10 +92,12 @@ igs_lineFont* igeslib_de_read_line_font(int field) {
     return shared_value<igs_lineFont>(
         lumotype_igs_lineFont, field,
         [](igs_lineFont* font, int code) { return font->_line_pattern(code) != 0; }, "line_font");
-  auto* font = new (LUMO.design()) igs_lineFont;
-  font->_line_font_definition_entity(lumo_cast<igs_line_font_definition_entity>(
-      igeslib_de_reference(field, true, lumotype_igs_line_font_definition_entity, "line_font")));
-  return font;
+  return shared_definition<igs_lineFont, igs_line_font_definition_entity>(
+      lumotype_igs_lineFont, field, lumotype_igs_line_font_definition_entity,
+      [](igs_lineFont* font, igs_line_font_definition_entity* definition) {
+        font->_line_font_definition_entity(definition);
+      },
+      "line_font");
 }
 
 igs_entity_level* igeslib_de_read_level(int field) {
@@ -86,10 +109,12 @@ igs_entity_level* igeslib_de_read_level(int field) {
           return true;
         },
         "level");
-  auto* level = new (LUMO.design()) igs_entity_level;
-  level->_definition_levels_entity(lumo_cast<igs_definition_levels_entity>(
-      igeslib_de_reference(field, true, lumotype_igs_definition_levels_entity, "level")));
-  return level;
+  return shared_definition<igs_entity_level, igs_definition_levels_entity>(
+      lumotype_igs_entity_level, field, lumotype_igs_definition_levels_entity,
+      [](igs_entity_level* level, igs_definition_levels_entity* definition) {
+        level->_definition_levels_entity(definition);
+      },
+      "level");
 }
 
 igs_entity_view* igeslib_de_read_view(int field) {
@@ -119,10 +144,12 @@ igs_entity_color* igeslib_de_read_color(int field) {
     return shared_value<igs_entity_color>(
         lumotype_igs_entity_color, field,
         [](igs_entity_color* color, int code) { return color->_color_number(code) != 0; }, "color");
-  auto* color = new (LUMO.design()) igs_entity_color;
-  color->_color_definition_entity(lumo_cast<igs_color_definition_entity>(
-      igeslib_de_reference(field, true, lumotype_igs_color_definition_entity, "color")));
-  return color;
+  return shared_definition<igs_entity_color, igs_color_definition_entity>(
+      lumotype_igs_entity_color, field, lumotype_igs_color_definition_entity,
+      [](igs_entity_color* color, igs_color_definition_entity* definition) {
+        color->_color_definition_entity(definition);
+      },
+      "color");
 }
 
 namespace {

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <bit>
 #include <cstdarg>
-#include <cstdlib>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <set>
@@ -108,7 +108,24 @@ void* map_block(std::size_t size) {
   return reinterpret_cast<void*>(aligned);
 }
 
+// Scratch storage from this size on is mapped for itself.
+constexpr std::size_t kMappedScratch = 16 * 1024;
+
 }  // namespace
+
+void* lumo_scratch_allocate(std::size_t bytes) {
+  if (bytes < kMappedScratch) return std::calloc(bytes ? bytes : 1, 1);
+  void* p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return p == MAP_FAILED ? nullptr : p;
+}
+
+void lumo_scratch_release(void* p, std::size_t bytes) {
+  if (!p) return;
+  if (bytes < kMappedScratch)
+    std::free(p);
+  else
+    munmap(p, bytes);
+}
 
 LumoDesignSection* lumo_detail::section_at(const void* p) {
   auto block = reinterpret_cast<std::uintptr_t>(p) & ~(kBlockSize - 1);
@@ -183,7 +200,7 @@ void LumoDesignSection::listObject(LumoObject* object, bool far) {
   auto at = reinterpret_cast<std::uintptr_t>(object);
   std::uintptr_t place = (at & (kBlockSize - 1)) / 8;
   marks_of(reinterpret_cast<void*>(at & ~(kBlockSize - 1)))[place / 64] |= std::uint64_t{1}
-                                                                         << (place % 64);
+                                                                           << (place % 64);
 }
 
 void LumoDesignSection::unlistObject(LumoObject* object, bool far) {
@@ -194,8 +211,7 @@ void LumoDesignSection::unlistObject(LumoObject* object, bool far) {
   } else {
     auto at = reinterpret_cast<std::uintptr_t>(object);
     std::uintptr_t place = (at & (kBlockSize - 1)) / 8;
-    std::uint64_t& word =
-        marks_of(reinterpret_cast<void*>(at & ~(kBlockSize - 1)))[place / 64];
+    std::uint64_t& word = marks_of(reinterpret_cast<void*>(at & ~(kBlockSize - 1)))[place / 64];
     std::uint64_t bit = std::uint64_t{1} << (place % 64);
     if (!(word & bit)) return;
     word &= ~bit;
@@ -296,7 +312,7 @@ LumoDesign::~LumoDesign() {
     LUMO.forget(this);
   }
   for (LumoDesignSection* s : sections_) delete s;
-  std::free(shared_);
+  forgetShared();
 }
 
 LumoTypePtr& LumoDesign::classType() { return lumotype_LumoDesign; }
@@ -351,7 +367,7 @@ LumoObject* LumoDesign::sharedObject(const void* kind, long long key) const {
 }
 
 void LumoDesign::forgetShared() {
-  std::free(shared_);
+  if (shared_) lumo_scratch_release(shared_, (shared_mask_ + 1) * sizeof(SharedSlot));
   shared_ = nullptr;
   shared_mask_ = 0;
   shared_count_ = 0;
@@ -361,7 +377,7 @@ void LumoDesign::shareObject(const void* kind, long long key, LumoObject* object
   if (!object) return;
   if ((shared_count_ + 1) * 4 > (shared_mask_ + 1) * 3 || !shared_) {
     const std::size_t size = shared_ ? (shared_mask_ + 1) * 2 : 64;
-    auto* grown = static_cast<SharedSlot*>(std::calloc(size, sizeof(SharedSlot)));
+    auto* grown = static_cast<SharedSlot*>(lumo_scratch_allocate(size * sizeof(SharedSlot)));
     if (!grown) return;  // short of memory the value stays the owner's own
     for (std::size_t i = 0; shared_ && i <= shared_mask_; ++i)
       if (shared_[i].object) {
@@ -369,7 +385,7 @@ void LumoDesign::shareObject(const void* kind, long long key, LumoObject* object
         while (grown[j].object) j = (j + 1) & (size - 1);
         grown[j] = shared_[i];
       }
-    std::free(shared_);
+    if (shared_) lumo_scratch_release(shared_, (shared_mask_ + 1) * sizeof(SharedSlot));
     shared_ = grown;
     shared_mask_ = size - 1;
   }

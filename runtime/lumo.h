@@ -20,8 +20,7 @@
 // Storage for one object of type in section (the design's default section
 // with the second form). A null domain means the type's own. The object
 // constructed in it next learns its section from the runtime.
-void* lumo_new(std::size_t size, LumoDesignSection* section, LumoDomain* domain,
-               LumoTypePtr& type);
+void* lumo_new(std::size_t size, LumoDesignSection* section, LumoDomain* domain, LumoTypePtr& type);
 void* lumo_new_in_default_section(std::size_t size, LumoDesign* design, LumoDomain* domain,
                                   LumoTypePtr& type);
 
@@ -70,6 +69,14 @@ void* lumo_access_object(LumoObject* owner, void* field);
 // Zeroed storage of bytes that lives as long as owner: in owner's section, or for an object of
 // no design in storage that lives to the end. Null only when memory runs out.
 void* lumo_allocate_for(LumoObject* owner, std::size_t bytes);
+
+// Working storage of a reader or writer, zeroed, that goes back to the system when released:
+// storage of a few pages and more is mapped for itself and unmapped on release, so that the
+// tables of a read leave no pages in the heap behind them; a process that keeps model after model
+// then holds the models and no high-water mark of every read's tables. Null when memory runs
+// out. Released with the size it was taken with.
+void* lumo_scratch_allocate(std::size_t bytes);
+void lumo_scratch_release(void* p, std::size_t bytes);
 
 // Marks owner as modified, then stores. Text is copied into owner's design.
 void lumo_update_prim(LumoObject* owner, char* field, char value);

@@ -337,6 +337,30 @@ TEST(DirectorySection, ValueFieldsChangedThroughOneEntityOnly) {
   EXPECT_EQ(written(lines[2], false), two);
 }
 
+// The same for pointers to definitions (of a line font, levels, a colour), which entities that
+// name the same one may share too.
+TEST(DirectorySection, DefinitionPointersChangedThroughOneEntityOnly) {
+  const std::string one = fields({"110", "1", "", "-1", "-3", "", "", "", "00000000"});
+  const std::string two = fields({"110", "0", "-11", "1", "0", "", "", "", "0"});
+  FileRead read = pairs_among_targets({{one, two}, {one, two}});
+  auto* changed = read.entity<igs_line_entity>(6);
+  auto* kept = read.entity<igs_line_entity>(7);
+  ASSERT_NE(changed, nullptr);
+  ASSERT_NE(kept, nullptr);
+  changed->color()->_color_number(igs_color_number_red);
+  changed->line_font()->_line_pattern(igs_line_pattern_dashed);
+  changed->level()->_int_val(4);
+  EXPECT_EQ(kept->color()->_color_definition_entity(), read.entity<igs_color_definition_entity>(5));
+  EXPECT_EQ(kept->line_font()->_line_font_definition_entity(),
+            read.entity<igs_line_font_definition_entity>(0));
+  EXPECT_EQ(kept->level()->_definition_levels_entity(),
+            read.entity<igs_definition_levels_entity>(1));
+  EXPECT_EQ(written(kept, true), one);
+  EXPECT_EQ(written(kept, false), two);
+  EXPECT_EQ(written(changed, true).substr(24, 16), fields({"2", "4"}));
+  EXPECT_EQ(written(changed, false).substr(16, 8), fields({"2"}));
+}
+
 TEST(FixedFields, ReadAsTheFormattedScanOfAnInteger) {
   struct Case {
     const char* text;
