@@ -36,7 +36,7 @@ inline void igeslib_note_pointer(IgeslibIO* io, int n, const void* target,
 // A single pointer parameter: 0 is no entity, and so is one that names nothing or an entity
 // of another class than X.
 template <class X>
-X* igeslib_read_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
+LUMO_HOT X* igeslib_read_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
   int n = io->read_int();
   if (n == 0) return nullptr;
   X* target = lumo_cast<X>(igeslib_file_entity(n));
@@ -47,7 +47,7 @@ X* igeslib_read_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
 // A pointer that is a member of a counted list: there is no test for 0, so 0 names the first
 // entity of the file.
 template <class X>
-X* igeslib_read_list_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
+LUMO_HOT X* igeslib_read_list_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
   int n = io->read_int();
   X* target = lumo_cast<X>(igeslib_file_entity(n));
   igeslib_note_pointer(io, n, target, field);
@@ -58,7 +58,7 @@ X* igeslib_read_list_pointer(IgeslibIO* io, const IgeslibField& field = {}) {
 // the entity named is of, and there is no select when none is. A guarded pointer of 0 gives no
 // select either; a bare one names the first entity of the file.
 template <class S>
-S* igeslib_read_select(IgeslibIO* io, bool guarded, const IgeslibField& field = {}) {
+LUMO_HOT S* igeslib_read_select(IgeslibIO* io, bool guarded, const IgeslibField& field = {}) {
   int n = io->read_int();
   if (guarded && n == 0) return nullptr;
   S chosen;
@@ -107,7 +107,8 @@ inline bool igeslib_choose_definition(igs_lineFont* select, igs_directory_entry*
 // set_value that answers a truth value says whether the select could hold the value, and a
 // value it can't is noted.
 template <class S, class F>
-S* igeslib_read_negative_select(IgeslibIO* io, F set_value, const IgeslibField& field = {}) {
+LUMO_HOT S* igeslib_read_negative_select(IgeslibIO* io, F set_value,
+                                         const IgeslibField& field = {}) {
   int n = io->read_int();
   auto* select = new (LUMO.design()) S;
   if (n < 0) {

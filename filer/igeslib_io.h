@@ -174,7 +174,7 @@ struct IgeslibIO {
   // before (type, line font, level, zeros): the last word and value of each such field of a
   // pair (slot: 12 for the second pass, 2 for the first) are kept, and a word seen again is
   // not read again. Eight NULs, the word they start from, read as 0.
-  int de_field(int slot, int first);
+  LUMO_HOT int de_field(int slot, int first);
   std::uint64_t de_field_words[14] = {};
   int de_field_values[14] = {};
 
@@ -184,16 +184,16 @@ struct IgeslibIO {
   const IgeslibPreparedReal* prepared_next = nullptr;
   const IgeslibPreparedReal* prepared_end = nullptr;
   // The real prepared at column of the record in hand, as the quick conversion gives it.
-  bool prepared_real(int column, double* value, int* stop);
+  LUMO_HOT bool prepared_real(int column, double* value, int* stop);
 
   // --- records ---
   // Brings the next record into line and finds its section letter, sequence number and (for
   // P records) DE pointer from the right. Ends the run through abort_read when the record
   // can't be understood or the file ends.
-  void read_record();
+  LUMO_HOT void read_record();
   // Its parts: a record read a character at a time, then its fields found from the right.
-  void read_record_general();
-  void find_stamps();
+  LUMO_HOT void read_record_general();
+  LUMO_HOT void find_stamps();
   // The filer's one error output: the message, the record and a caret under column (the
   // member column when negative).
   void report_error(const char* message, int column);
@@ -204,28 +204,28 @@ struct IgeslibIO {
   // as the Terminate record, and what (or message) is noted as what was wrong with it.
   void record_fault(const char* message, int column, const char* what = nullptr);
   // Adds the text of each S record (72 columns) to list. Null when there was no S record.
-  IgeslibIO* read_start_section(ListOfString* list);
+  LUMO_HOT IgeslibIO* read_start_section(ListOfString* list);
   // Compares the counts of the T record with the records read; reports only.
-  void parse_terminate_section();
+  LUMO_HOT void parse_terminate_section();
   // The delimiters and parameters 3 to 26 of the G records into global, then past the rest of
   // them; null when a delimiter or the parameter list was wrong.
-  IgeslibIO* parse_global_section(igs_global* global);
+  LUMO_HOT IgeslibIO* parse_global_section(igs_global* global);
 
   // --- directory and parameter data ---
   // Two passes over the D records: the first makes an object of the registry's class for
   // every pair, the second fills their fields, when every pointer can be resolved.
-  IgeslibIO* parse_de_section(ListOfigs_directory_entry* list);
+  LUMO_HOT IgeslibIO* parse_de_section(ListOfigs_directory_entry* list);
   // The second pass on one pair, the first record in line; the object is the one that the
   // record's sequence number names.
-  void read_de_pair(ListOfigs_directory_entry* list);
+  LUMO_HOT void read_de_pair(ListOfigs_directory_entry* list);
   // Hands each entity's P records to its pdread and reads the back-pointer lists behind
   // them; a broken entity is left at the next change of DE pointer.
-  IgeslibIO* parse_pd_section(ListOfigs_directory_entry* list);
+  LUMO_HOT IgeslibIO* parse_pd_section(ListOfigs_directory_entry* list);
   // One entity's parameters and back-pointer lists, its type number first; an entity that is
   // not the one the type number names, or no entity at all, is reported and left unread.
-  void read_entity(igs_directory_entry* entity, ListOfigs_directory_entry* list);
+  LUMO_HOT void read_entity(igs_directory_entry* entity, ListOfigs_directory_entry* list);
   // The two back-pointer lists behind the entity's own parameters.
-  void assoc_prop_parse(igs_directory_entry* entity, ListOfigs_directory_entry* list);
+  LUMO_HOT void assoc_prop_parse(igs_directory_entry* entity, ListOfigs_directory_entry* list);
 
   // --- parameter tokens ---
   // The parameter code of an entity class (its pdread and pdwrite, for a class of one's own
@@ -240,21 +240,21 @@ struct IgeslibIO {
   //
   // Guards called by entity code: the zero of the type, reading nothing, once the record is
   // finished or poisoned; the zero too for a defaulted parameter.
-  int read_int();
-  double read_real();
+  LUMO_HOT int read_int();
+  LUMO_HOT double read_real();
   // n reals into out, as n calls of read_real give them; the common ones (a real of the quick
   // shape, its delimiter right behind it, within one record) in one loop.
-  void read_reals(double* out, int n);
-  char read_logical();
+  LUMO_HOT void read_reals(double* out, int n);
+  LUMO_HOT char read_logical();
   // The result points into string_value and is overwritten by the next string token.
-  const char* read_string(bool delimiter_follows_itself = false);
+  LUMO_HOT const char* read_string(bool delimiter_follows_itself = false);
 
   // Scanners: one token and the parameter delimiter behind it; the outcome in param_state.
-  int scan_int();
-  double scan_real();
-  double scan_real_general();  // scan_real past the common shapes
-  char scan_logical();
-  const char* scan_string(bool delimiter_follows_itself);
+  LUMO_HOT int scan_int();
+  LUMO_HOT double scan_real();
+  LUMO_HOT double scan_real_general();  // scan_real past the common shapes
+  LUMO_HOT char scan_logical();
+  LUMO_HOT const char* scan_string(bool delimiter_follows_itself);
 
   // The kind of datum that an associativity's item of item_type is: 1 integer, 2 real,
   // 3 string, 4 pointer, 6 pointer or integer, 0 unknown. Type 2 is told by peeking at the
@@ -267,7 +267,7 @@ struct IgeslibIO {
   // A count read from the file, for entity code to check before it makes or reads that many
   // items: 0 for a negative count; an entity that asks for more than the file could hold is
   // skipped (reported, and reading goes on with the next entity).
-  int count(int n);
+  LUMO_HOT int count(int n);
   // Room to reserve up front for n items: never more than the rest of the record in hand
   // could hold. Aggregates grow as items come.
   unsigned capacity_hint(int n) const;
@@ -275,7 +275,7 @@ struct IgeslibIO {
   // of an entity's parameters it ends the read as a fatal error.
   [[noreturn]] void skip_entity(const char* message);
   // Notes one item made up past the end of a record, within the limits.
-  void past_end();
+  LUMO_HOT void past_end();
   // Adds a note on the entity being read, at the record in hand, when notes are kept.
   void note(IgeslibNoteKind kind, const IgeslibField& field, int value, int expected = 0) {
     if (notes) add_note(kind, field, value, expected);
@@ -283,7 +283,7 @@ struct IgeslibIO {
   void add_note(IgeslibNoteKind kind, const IgeslibField& field, int value, int expected);
 
   // Moves to the next record that has free-form data left, skipping leading blanks.
-  void next_data();
+  LUMO_HOT void next_data();
   // Reports a token error at the current column and poisons the entity's parameters.
   void token_error(const char* message);
 
@@ -334,7 +334,7 @@ struct IgeslibIO {
 // What sscanf's "%d" reads from the first `width` characters of text (or up to a NUL): blanks
 // skipped, a sign, digits. False, and value untouched, when there is no digit. Fixed fields
 // of records are read with it, thousands of times faster than a formatted scan.
-bool igeslib_scan_int(const char* text, int width, int* value);
+LUMO_HOT bool igeslib_scan_int(const char* text, int width, int* value);
 
 // The value of eight characters held in one word, the first in the lowest byte, when they are
 // blanks and then digits to the end (a right-justified field); -1 when they are all blank or

@@ -3,6 +3,8 @@
 // a fresh copy, so additions made for one file never reach the next.
 #pragma once
 
+#include "lumo_base.h"
+
 class LumoDomain;
 
 // The form of the rows that serve every form of their type that has no row of its own.
@@ -29,7 +31,7 @@ struct IgeslibEntityTable {
   ~IgeslibEntityTable();
 
   // The row of exactly (entity, form), or null.
-  IgeslibEntityData* find_entity_data(int entity, int form) const;
+  LUMO_HOT IgeslibEntityData* find_entity_data(int entity, int form) const;
   // The class of the type's row for all other forms; the raw-text class when the type has
   // no such row, even if some of its forms are known.
   LumoDomain* find_domain(int entity) const;

@@ -135,7 +135,7 @@ inline bool take_card_image(IgeslibIO& io) {
 // 74-80 and, on a P record, a blank in 65 and the DE pointer right-justified in 66-72. The
 // scan from the right finds the same and nothing to report. False, with nothing set, for
 // any other record.
-inline bool card_stamps(IgeslibIO& io) {
+LUMO_HOT inline bool card_stamps(IgeslibIO& io) {
   const char* line = io.line;
   char letter = line[72];
   int sequence = stamp_value(line + 73, io.sequence_word, io.sequence_word_value);

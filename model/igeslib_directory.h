@@ -5,10 +5,12 @@
 
 #include <cstdint>
 
+#include "lumo_base.h"
+
 class igs_directory_entry;
 
 // The entity that DE pointer n names, or null: no file object, no such place, or n zero.
-igs_directory_entry* igeslib_resolve_de(int n);
+LUMO_HOT igs_directory_entry* igeslib_resolve_de(int n);
 
 // The decimal digits of value, the last just before end, two at a time; the place of the
 // first. No NUL.

@@ -45,7 +45,7 @@ struct CastMemo {
 }  // namespace lumo_detail
 
 template <class X>
-X* lumo_cast(LumoObject* object) {
+LUMO_HOT X* lumo_cast(LumoObject* object) {
   if (!object) return nullptr;
   static lumo_detail::CastMemo memo[32];
   const void* from;

@@ -167,8 +167,8 @@ def declare_allocation(w, name):
     w("  static void* operator new(std::size_t size, LumoDesignSection* section, "
       "LumoDomain* domain);")
     w("  static void operator delete(void* p) { lumo_delete(p); }")
-    w("  void* _address() override;")
-    w("  LumoTypePtr& classType() override;")
+    w("  LUMO_HOT void* _address() override;")
+    w("  LUMO_HOT LumoTypePtr& classType() override;")
 
 
 def declare_accessors(model, w, a, getter=True):
@@ -265,20 +265,20 @@ def declare_class(model, w, e):
         w("  // The record of the fields kept aside, made on the first call; aside_ is null")
         w("  // while the entity has none of them.")
         w("  %s* aside();", ASIDE_RECORD)
-        w("  virtual int entity_type();")
-        w("  virtual int form();")
+        w("  LUMO_HOT virtual int entity_type();")
+        w("  LUMO_HOT virtual int form();")
         for op in STATUS_ATTRIBUTES:
-            w("  virtual %s %s();", STATUS_TYPES[op], op)
-        w("  virtual void de_read_record_one(int* const fields);")
-        w("  virtual void de_read_record_two(int* const fields, char* label);")
+            w("  LUMO_HOT virtual %s %s();", STATUS_TYPES[op], op)
+        w("  LUMO_HOT virtual void de_read_record_one(int* const fields);")
+        w("  LUMO_HOT virtual void de_read_record_two(int* const fields, char* label);")
         w("  virtual void de_write_record_one(char* out);")
         w("  virtual void de_write_record_two(char* out);")
-        w("  virtual void pdread();")
+        w("  LUMO_HOT virtual void pdread();")
         w("  virtual void pdwrite();")
     held = {a.name: a for a in chain_attributes}
     own = [a.name for a in e.attributes]
     for op, _ in overridden(model, e):
-        w("  %s %s() override;", STATUS_TYPES.get(op, "int"), op)
+        w("  LUMO_HOT %s %s() override;", STATUS_TYPES.get(op, "int"), op)
         if op in held and op not in own:
             declare_accessors(model, w, held[op], getter=False)
     for a in e.attributes:
@@ -288,12 +288,12 @@ def declare_class(model, w, e):
         t = cxx_type(model, held[argument].type) if form == "alias" else "int"
         w("  %s %s();", t, name)
     if has_codec(e):
-        w("  void de_read_record_one(int* const fields) override;")
-        w("  void de_read_record_two(int* const fields, char* label) override;")
+        w("  LUMO_HOT void de_read_record_one(int* const fields) override;")
+        w("  LUMO_HOT void de_read_record_two(int* const fields, char* label) override;")
         w("  void de_write_record_one(char* out) override;")
         w("  void de_write_record_two(char* out) override;")
     if e.parameter_code or e.parameters is not None:
-        w("  void pdread() override;")
+        w("  LUMO_HOT void pdread() override;")
         w("  void pdwrite() override;")
     for name, item in hand_steps(model, e, e.parameters or []):
         w("  // A step of the parameter data written by hand%s.",
@@ -472,7 +472,7 @@ def declare_select(model, w, e):
         w("  igs_directory_entry* entity();")
         w("  // Sets the first choice whose class entity is of; false, with nothing set, for")
         w("  // an entity of none of them or for null.")
-        w("  char choose_entity(igs_directory_entry* entity);")
+        w("  LUMO_HOT char choose_entity(igs_directory_entry* entity);")
     w("};")
     w("")
 
@@ -1118,7 +1118,8 @@ LumoObject* igeslib_cast(void* start) {
 // An instance in section, made by the default constructor (an aggregate with
 // the capacity asked for).
 template <class C, LumoTypePtr& T>
-LumoObject* igeslib_create(LumoDesignSection* section, LumoDomain* domain, unsigned capacity) {
+LUMO_HOT LumoObject* igeslib_create(LumoDesignSection* section, LumoDomain* domain,
+                                    unsigned capacity) {
   void* place = lumo_new(sizeof(C), section, domain, T);
   if (!place) return nullptr;
   if constexpr (std::is_base_of_v<LumoAggregate, C>)
@@ -1154,14 +1155,14 @@ inline char igeslib_put_code(LumoObject* object, const char* name, int code, uns
 // has the other sign than the field's (negated: pointers are given negated there) or names
 // an entity of another class. Such a value, and an even one, is noted for checkers, under the
 // field's name.
-igs_directory_entry* igeslib_de_reference(int n, bool negated, LumoTypePtr& type,
-                                          const char* name);
+LUMO_HOT igs_directory_entry* igeslib_de_reference(int n, bool negated, LumoTypePtr& type,
+                                                   const char* name);
 // Notes for checkers a status code of the record that is no value of its enumeration.
 void igeslib_de_note_code(int code, LumoTypePtr& type, const char* name);
-igs_lineFont* igeslib_de_read_line_font(int field);
-igs_entity_level* igeslib_de_read_level(int field);
-igs_entity_view* igeslib_de_read_view(int field);
-igs_entity_color* igeslib_de_read_color(int field);
+LUMO_HOT igs_lineFont* igeslib_de_read_line_font(int field);
+LUMO_HOT igs_entity_level* igeslib_de_read_level(int field);
+LUMO_HOT igs_entity_view* igeslib_de_read_view(int field);
+LUMO_HOT igs_entity_color* igeslib_de_read_color(int field);
 // Eight columns each: blanks when the value is missing.
 void igeslib_de_write_pointer(char* out, igs_directory_entry* entity);
 void igeslib_de_write_definition(char* out, igs_directory_entry* entity);  // negated
