@@ -910,18 +910,21 @@ def define_select_entity(model, w, e):
         return
     w("%s* %s::from_entity(LumoDesignSection* section, igs_directory_entry* entity, "
       "unsigned place) {" % (c, c))
-    w("  %s made;" % c)
+    w("  auto* made = new (section) %s;" % c)
+    w("  if (!made) return nullptr;")
+    w("  made->value_.p = nullptr;  // the whole slot: the constructor zeroes its first member")
     w("  if (entity) {")
-    w("    made.choose_entity(entity);")
+    w("    made->choose_entity(entity);")
     w("  } else {")
     w("    switch (place) {")
     for k, choice, _ in choices:
         w("      case %d:" % (k + 1))
-        w("        made.%s(nullptr);" % choice)
+        w("        made->%s(nullptr);" % choice)
         w("        break;")
     w("    }")
     w("  }")
-    w("  return new (section) %s(made);" % c)
+    w("  made->clearModified();  // made as it was read, unchanged since")
+    w("  return made;")
     w("}")
     w("bool %s::takes_entity(igs_directory_entry* entity) {" % c)
     w("  return %s;" % " || ".join("lumo_cast<%s>(entity) != nullptr" % t
