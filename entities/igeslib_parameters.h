@@ -86,6 +86,36 @@ inline igs_geometry_entities* igeslib_read_select<igs_geometry_entities>(
   return select;
 }
 
+// The same onto a packed list of such selects (LumoObjectAggregate::packable_entities): the
+// entity alone while the list is packed, a null element where the reader makes no select.
+template <class S, class L>
+void igeslib_read_select_onto(IgeslibIO* io, L* list, bool guarded,
+                              const IgeslibField& field = {}) {
+  int n = io->read_int();
+  if (guarded && n == 0) return list->addChosen(static_cast<igs_directory_entry*>(nullptr));
+  igs_directory_entry* named = igeslib_file_entity(n);
+  const bool fits = S::takes_entity(named);
+  igeslib_note_pointer(io, n, fits ? named : nullptr, field);
+  list->addChosen(fits ? named : nullptr);
+}
+
+// As the select above: an entity of neither class leaves the solid's choice, holding none.
+template <>
+inline void igeslib_read_select_onto<igs_geometry_entities>(IgeslibIO* io,
+                                                            ListOfigs_geometry_entities* list,
+                                                            bool guarded,
+                                                            const IgeslibField& field) {
+  int n = io->read_int();
+  if (guarded && n == 0) return list->addChosen(static_cast<igs_directory_entry*>(nullptr));
+  igs_directory_entry* named = igeslib_file_entity(n);
+  const bool fits = igs_geometry_entities::takes_entity(named);
+  igeslib_note_pointer(io, n, fits ? named : nullptr, field);
+  if (fits)
+    list->addChosen(named);
+  else
+    list->addUnchosen(2);  // _constructive_solid_geometry_entity, the second choice
+}
+
 // The definition choice of a select of a value or a definition, made whatever the entity
 // named: one of another class, or none, leaves the choice with a null member, as in a
 // Directory field. Whether the entity is a definition.
@@ -170,7 +200,20 @@ inline int igeslib_count(IgeslibIO* io, long long n) {
 // without items costs no list; its getter makes an empty one when it is asked for.
 template <class L>
 L* igeslib_new_list(int count) {
-  return count > 0 ? new (LUMO.design()) L(igeslib_reserve(count)) : nullptr;
+  if (count <= 0) return nullptr;
+  if constexpr (requires { requires L::packable_entities; })
+    return new (LUMO.design()) L(igeslib_reserve(count), true);
+  else
+    return new (LUMO.design()) L(igeslib_reserve(count));
+}
+
+// The elements of a list of selects of entities that hold an entity: what the writer counts.
+template <class L>
+int igeslib_count_entities(L* list) {
+  int n = 0;
+  for (unsigned i = 0, size = list ? list->size() : 0; i < size; ++i)
+    n += list->entityAt(i) != nullptr;
+  return n;
 }
 
 // A new array of the next n reals of the record, n checked by a count.

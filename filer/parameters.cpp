@@ -61,42 +61,46 @@ IgeslibIO* IgeslibIO::parse_pd_section(ListOfigs_directory_entry* list) {
   return this;
 }
 
-void IgeslibIO::assoc_prop_parse(igs_directory_entry* entity, ListOfigs_directory_entry* list) {
-  int count = read_int();
-  for (int i = 0; i < count; ++i) {
-    int pointer = read_int();
-    if (param_state == PARAM_DEFAULTED || param_state == PARAM_END_OF_RECORD) {
-      report_error("assoc_prop_parse: Value for the associativity pointer not specified", -1);
-      continue;
-    }
-    auto* select = new (LUMO.design()) igs_associativities;
-    igs_directory_entry* target = igeslib_entity_at(list, pointer);
-    if (auto* a = lumo_cast<igs_associativity_entity>(target))
-      select->_associativity_entity(a);
-    else if (auto* note = lumo_cast<igs_general_note_entity>(target))
-      select->_general_note_entity(note);
-    else if (auto* display = lumo_cast<igs_text_display_template_entity>(target))
-      select->_text_display_template_entity(display);
-    else
-      report_error("assoc_prop_parse: Illegal entity type in association list", -1);
-    entity->associations()->add(select);
-  }
+namespace {
 
-  count = read_int();
+// A back-pointer list: a count, then the pointers, each to an entity of a class that Select
+// takes. The list holds just its entities (LumoObjectAggregate::packable_entities); a pointer
+// to an entity of another class stands as a select of no choice. The entity's list is made when
+// its first item comes.
+template <class Select, class Made>
+void read_back_pointers(IgeslibIO* io, ListOfigs_directory_entry* entities, Made made,
+                        const char* missing, const char* illegal) {
+  int count = io->read_int();
+  decltype(made()) list = nullptr;
   for (int i = 0; i < count; ++i) {
-    int pointer = read_int();
-    if (param_state == PARAM_DEFAULTED || param_state == PARAM_END_OF_RECORD) {
-      report_error("assoc_prop_parse: Value for the property pointer not specified", -1);
+    int pointer = io->read_int();
+    if (io->param_state == PARAM_DEFAULTED || io->param_state == PARAM_END_OF_RECORD) {
+      io->report_error(missing, -1);
       continue;
     }
-    auto* select = new (LUMO.design()) igs_properties;
-    igs_directory_entry* target = igeslib_entity_at(list, pointer);
-    if (auto* property = lumo_cast<igs_property_entity>(target))
-      select->_property_entity(property);
-    else if (auto* table = lumo_cast<igs_attribute_table_entity>(target))
-      select->_attribute_table_entity(table);
+    igs_directory_entry* target = igeslib_entity_at(entities, pointer);
+    const bool fits = Select::takes_entity(target);
+    if (!fits) io->report_error(illegal, -1);
+    if (!list) {
+      list = made();
+      list->packEntities(io->capacity_hint(count - i));
+    }
+    if (fits)
+      list->addChosen(target);
     else
-      report_error("assoc_prop_parse: Illegal entity type in property list", -1);
-    entity->properties()->add(select);
+      list->addUnchosen(0);
   }
+}
+
+}  // namespace
+
+void IgeslibIO::assoc_prop_parse(igs_directory_entry* entity, ListOfigs_directory_entry* list) {
+  read_back_pointers<igs_associativities>(
+      this, list, [entity] { return entity->associations(); },
+      "assoc_prop_parse: Value for the associativity pointer not specified",
+      "assoc_prop_parse: Illegal entity type in association list");
+  read_back_pointers<igs_properties>(
+      this, list, [entity] { return entity->properties(); },
+      "assoc_prop_parse: Value for the property pointer not specified",
+      "assoc_prop_parse: Illegal entity type in property list");
 }

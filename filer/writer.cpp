@@ -348,11 +348,8 @@ template <class List>
 std::vector<int> selected_numbers(List* list) {
   std::vector<int> numbers;
   unsigned n = list ? list->size() : 0;
-  for (unsigned i = 0; i < n; ++i) {
-    LumoObject* entry = (*list)[i];
-    auto* target = entry ? dynamic_cast<igs_directory_entry*>(entry->getObject(0)) : nullptr;
-    if (target) numbers.push_back(target->de_number);
-  }
+  for (unsigned i = 0; i < n; ++i)  // packed or not: a write makes no selects
+    if (igs_directory_entry* target = list->entityAt(i)) numbers.push_back(target->de_number);
   return numbers;
 }
 

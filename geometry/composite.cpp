@@ -139,8 +139,7 @@ std::unique_ptr<Curve> make_composite_curve(igs_directory_entry* entity, Build& 
   std::vector<Member> members;
   members.reserve(list->size());
   for (unsigned i = 0; i < list->size(); ++i) {
-    igs_geometric_or_connect_point* item = (*list)[i];
-    igs_directory_entry* child = item ? item->entity() : nullptr;
+    igs_directory_entry* child = list->entityAt(i);  // a packed list stays packed
     Member m;
     if (auto* c = lumo_cast<igs_connect_point_entity>(child)) {
       m.place = placement_of(child).point({c->x(), c->y(), c->z()});

@@ -45,8 +45,7 @@ bool is_body(igs_directory_entry* e) {
 std::string name_of(igs_directory_entry* e) {
   ListOfigs_properties* properties = e ? e->properties() : nullptr;
   for (unsigned i = 0, n = properties ? properties->size() : 0; i < n; ++i) {
-    igs_properties* p = (*properties)[i];
-    auto* name = lumo_cast<igs_name_entity>(p ? p->entity() : nullptr);
+    auto* name = lumo_cast<igs_name_entity>(properties->entityAt(i));
     if (name && name->name() && *name->name()) return name->name();
   }
   return {};

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "lumo_object.h"
@@ -60,14 +62,17 @@ class LumoAggregate : public LumoObject {
   // Packed storage. A list of value structures made only of reals (points and the like, which
   // fill real files by the hundred thousand) may hold just their reals, width of them an
   // element, one after the other in its element block, instead of an object for each element
-  // and a pointer to it. The reader fills lists so. The element objects are made when anything
-  // first asks for an element or the element storage (operator[], data(), find, a store, the
-  // dictionary's walks): all of them at once, in the list's section, after which the list is an
-  // ordinary list of pointers for good. So an element object, once handed out, lives as long as
-  // its design, and is the same object each time it is asked for, as in any list.
+  // and a pointer to it; a list of selects of entities, a word an element (see
+  // LumoObjectAggregate::packable_entities), width 1. The reader fills lists so. The element
+  // objects are made when anything first asks for an element or the element storage (operator[],
+  // data(), find, a store, the dictionary's walks): all of them at once, in the list's section,
+  // after which the list is an ordinary list of pointers for good. So an element object, once
+  // handed out, lives as long as its design, and is the same object each time it is asked for, as
+  // in any list.
   bool isPacked() const { return packedWidth() != 0; }
   unsigned packedWidth() const { return (flags_ & kWidthBits) >> kChoiceShift; }
-  // The reals of element i while the list is packed; null when it isn't, or i is past the end.
+  // The reals of element i while a list of reals is packed; null when it isn't, or i is past
+  // the end.
   const double* packedAt(unsigned i) const {
     return isPacked() && !hasPackedRows() && i < size_
                ? static_cast<const double*>(elements_) + i * packedWidth()
@@ -326,8 +331,46 @@ class LumoObjectAggregate
     if (!this->startPackedRows(X::element_type::lumo_packed_width, rows, columns)) return nullptr;
     return const_cast<double*>(this->packedRowAt(0, 0));
   }
-  explicit LumoObjectAggregate(unsigned capacity, bool packed) requires packable : Base(0) {
-    if (!packed || !this->startPacked(X::lumo_packed_width, capacity)) this->capacity(capacity);
+  // Lists of selects whose every choice is an entity can hold, while packed, one word for each
+  // element instead of a select object and a pointer to it: the entity, from which the select
+  // takes the first choice that the entity's class fits; 0 for a null element; or, for a select
+  // that holds no entity, an odd word: twice the place of its choice (from 1; 0 for none), plus
+  // one. X names its entity class in lumo_packed_entity and makes its selects with from_entity.
+  static constexpr bool packable_entities = K == LumoAggKind::list && requires {
+    typename X::lumo_packed_entity;
+  };
+  explicit LumoObjectAggregate(unsigned capacity,
+                               bool packed) requires(packable || packable_entities)
+      : Base(0) {
+    if (!packed || !this->startPacked(packed_width(), capacity)) this->capacity(capacity);
+  }
+  // Starts packed storage on a list of no elements and no storage yet; false, and nothing
+  // done, on any other.
+  bool packEntities(unsigned capacity) requires packable_entities {
+    return this->startPacked(1, capacity);
+  }
+  // Appends the select that takes the first choice whose class entity is of (entity must be of
+  // one), or a null element for a null entity: a word while the list is packed, else an object.
+  template <class E>
+  void addChosen(E* entity) requires packable_entities {
+    using Entity = typename X::lumo_packed_entity;
+    addWord(reinterpret_cast<std::uintptr_t>(static_cast<Entity*>(entity)));
+  }
+  // Appends a select that holds no entity: its choice the one at place (from 1), none for 0.
+  void addUnchosen(unsigned place) requires packable_entities {
+    addWord(std::uintptr_t{place} << 1 | 1);
+  }
+  // The entity of element i in either state, without making element objects: null for a null
+  // element, a select that holds none, or i past the end.
+  auto* entityAt(unsigned i) requires packable_entities {
+    using Entity = typename X::lumo_packed_entity;
+    if (i >= this->size_) return static_cast<Entity*>(nullptr);
+    if (this->isPacked()) {
+      const std::uintptr_t word = static_cast<const std::uintptr_t*>(this->elements_)[i];
+      return word & 1 ? static_cast<Entity*>(nullptr) : reinterpret_cast<Entity*>(word);
+    }
+    X* element = _element(i);
+    return element ? static_cast<Entity*>(element->entity()) : static_cast<Entity*>(nullptr);
   }
   // Appends an element given by its reals: packed while the list is packed, else an object.
   // Room for the reals of count more elements at the end of a packed list, zero; null when
@@ -405,6 +448,18 @@ class LumoObjectAggregate
       }
       this->size_ = rows;
     }
+    if constexpr (packable_entities) {
+      if (!this->isPacked()) return;
+      const unsigned n = this->size_;
+      const auto* words =
+          static_cast<const std::uintptr_t*>(static_cast<const void*>(this->leavePacked()));
+      LumoDesignSection* section = this->elementSection();
+      if (!this->_allocateElements(n)) return;
+      X** slots = reinterpret_cast<X**>(this->elements_);
+      for (unsigned i = 0; i < n; ++i)
+        if (!(slots[i] = from_word(section, words[i])) && words[i]) return;
+      this->size_ = n;
+    }
     if constexpr (packable) {
       if (!this->isPacked()) return;
       unsigned n = this->size_;
@@ -416,6 +471,29 @@ class LumoObjectAggregate
         if (!(slots[i] = X::from_packed(section, values + i * X::lumo_packed_width))) return;
       this->size_ = n;
     }
+  }
+
+ private:
+  static constexpr unsigned packed_width() {
+    if constexpr (packable)
+      return X::lumo_packed_width;
+    else
+      return 1;
+  }
+  void addWord(std::uintptr_t word) {
+    if (this->isPacked()) {
+      if (void* room = this->appendPacked()) std::memcpy(room, &word, sizeof word);
+      return;
+    }
+    X* element = from_word(this->elementSection(), word);
+    if (element || !word) this->insertAt(this->size_, &element);
+  }
+  // The select that a packed word stands for; null for 0, or when memory runs out.
+  static X* from_word(LumoDesignSection* section, std::uintptr_t word) {
+    using Entity = typename X::lumo_packed_entity;
+    if (!word) return nullptr;
+    if (word & 1) return X::from_entity(section, nullptr, static_cast<unsigned>(word >> 1));
+    return X::from_entity(section, reinterpret_cast<Entity*>(word), 0);
   }
 };
 

@@ -188,6 +188,11 @@ def packable(model, e):
             and all(cxx_type(model, a.type) == "double" for a in attributes))
 
 
+def packable_entities(model, e):
+    """A select whose every choice is an entity: its lists can hold just the entities."""
+    return e.kind == "select" and len(entity_choices(model, e)) == len(e.choices)
+
+
 def is_marker(model, name):
     """An abstract structure with no attributes and no bases: a fact of the dictionary alone."""
     b = model.entries[name]
@@ -473,6 +478,16 @@ def declare_select(model, w, e):
         w("  // Sets the first choice whose class entity is of; false, with nothing set, for")
         w("  // an entity of none of them or for null.")
         w("  LUMO_HOT char choose_entity(igs_directory_entry* entity);")
+    if packable_entities(model, e):
+        w("  // Lists of it may hold just the entity of each element (LumoAggregate::isPacked).")
+        w("  using lumo_packed_entity = igs_directory_entry;")
+        w("  // The select of a packed element: the first choice whose class entity is of; with")
+        w("  // no entity, the choice at place (from 1; 0 for none), holding none.")
+        w("  static %s* from_entity(LumoDesignSection* section, igs_directory_entry* entity,",
+          e.name)
+        w("                        unsigned place);")
+        w("  // Whether choose_entity takes entity, nothing chosen.")
+        w("  LUMO_HOT static bool takes_entity(igs_directory_entry* entity);")
     w("};")
     w("")
 
@@ -494,6 +509,10 @@ def declare_aggregate(model, w, e):
     w(" public:")
     w("  explicit %s(unsigned capacity = 0) : LumoObjectAggregate(capacity) {}", e.name)
     entry = model.entries.get(element)
+    if entry is not None and kind == "ListOf" and packable_entities(model, entry):
+        w("  // With packed true, the elements' entities alone until an element is asked for.")
+        w("  %s(unsigned capacity, bool packed) : LumoObjectAggregate(capacity, packed) {}",
+          e.name)
     if entry is not None and packable(model, entry):
         w("  // With packed true, the elements' reals alone until an element is asked for.")
         w("  %s(unsigned capacity, bool packed) : LumoObjectAggregate(capacity, packed) {}",
@@ -886,6 +905,30 @@ def define_select_entity(model, w, e):
         w("    return 1;")
         w("  }")
     w("  return 0;")
+    w("}")
+    if not packable_entities(model, e):
+        return
+    w("%s* %s::from_entity(LumoDesignSection* section, igs_directory_entry* entity, "
+      "unsigned place) {" % (c, c))
+    w("  auto* made = new (section) %s;" % c)
+    w("  if (!made) return nullptr;")
+    w("  made->value_.p = nullptr;  // the whole slot: the constructor zeroes its first member")
+    w("  if (entity) {")
+    w("    made->choose_entity(entity);")
+    w("  } else {")
+    w("    switch (place) {")
+    for k, choice, _ in choices:
+        w("      case %d:" % (k + 1))
+        w("        made->%s(nullptr);" % choice)
+        w("        break;")
+    w("    }")
+    w("  }")
+    w("  made->clearModified();  // made as it was read, unchanged since")
+    w("  return made;")
+    w("}")
+    w("bool %s::takes_entity(igs_directory_entry* entity) {" % c)
+    w("  return %s;" % " || ".join("lumo_cast<%s>(entity) != nullptr" % t
+                                   for _, _, t in choices))
     w("}")
 
 

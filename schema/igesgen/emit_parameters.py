@@ -3,7 +3,7 @@ from the one list of steps, so that reader and writer cannot drift apart."""
 
 from .model import ModelError
 from .check import all_attributes, element_type, step_type, value_choice
-from .emit_classes import Writer, cxx_type
+from .emit_classes import Writer, cxx_type, packable_entities
 
 PARAMETER_SOURCE = "igeslib_parameter_code.cpp"
 
@@ -47,6 +47,12 @@ class Scope:
 def is_select(model, type_):
     e = model.entries.get(type_)
     return e is not None and e.kind == "select"
+
+
+def packed_selects(model, list_type_, element):
+    """A list whose selects the reader holds packed: just the entity of each element."""
+    e = model.entries.get(element)
+    return not is_array(list_type_) and e is not None and packable_entities(model, e)
 
 
 def pointer_value(model, kind, type_, field):
@@ -173,6 +179,11 @@ def read_items(w, scope, s, indent):
         w("%s  auto* %s = new (LUMO.design()) %s;", pad, item, element)
         read_steps(w, inner, s.steps, indent + 1)
         value = item
+    elif packed_selects(model, a.type, element):
+        w("%s  igeslib_read_select_onto<%s>(io, %s, %s, %s);", pad, element, lst,
+          "true" if s.steps[0].kind == "P?" else "false", scope.field(s.name, element, i))
+        w("%s}", pad)
+        return
     else:
         item = s.steps[0]
         value = read_value(model, item.kind, element, scope.field(s.name, element, i))
@@ -224,7 +235,9 @@ def write_count(w, scope, s, steps, pad):
     w("%s%s* %s = %s%s_ ? %s%s() : nullptr;", pad, list_type(model, a.type), lst,
       scope.target, s.name, scope.target, a.spelling)
     test = present(model, items, element_type(a.type))
-    if test is None:
+    if test is not None and packed_selects(model, a.type, element_type(a.type)):
+        w("%sio->write_int(igeslib_count_entities(%s));", pad, lst)
+    elif test is None:
         w("%sio->write_int(%s ? static_cast<int>(%s->size()) : 0);", pad, lst, lst)
     else:
         w("%sio->write_int(igeslib_count_items(%s, [](auto* item) { return %s; }));",
@@ -243,6 +256,17 @@ def write_items(w, scope, s, indent):
     structure = model.entries.get(element) is not None and \
         model.entries[element].kind == "structure"
     item = "item%d" % scope.depth if structure else "item"
+    if packed_selects(model, a.type, element):
+        # The entities as the list holds them, packed or not: a write makes no selects.
+        w("%s  igs_directory_entry* item = %s->entityAt(%s);", pad, lst, i)
+        kind = s.steps[0].kind
+        if kind == "P!":
+            w("%s  if (!item) continue;", pad)
+            w("%s  igeslib_write_bare_pointer<%s>(io, item);", pad, element)
+        else:
+            w("%s  igeslib_write_pointer(io, item);", pad)
+        w("%s}", pad)
+        return
     w("%s  auto %s = (*%s)[%s];", pad, item, lst, i)
     test = present(model, s, element)
     if test is not None:

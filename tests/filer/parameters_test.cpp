@@ -249,3 +249,50 @@ TEST(Limits, CountsAndCapacityHints) {
 }
 
 }  // namespace
+
+// Lists of selects of entities are read packed, an entity a word: the writer answers them as
+// they stand, and the selects made when an element is first asked for are the reader's own,
+// a member that names no entity of the list's classes as the reader leaves it.
+template <class List>
+std::string packed_then_made(FileRead& read, List* list) {
+  std::string out = list && list->isPacked() ? "packed:" : "unpacked:";
+  if (!list) return out;
+  for (unsigned i = 0; i < list->size(); ++i) {
+    igs_directory_entry* e = list->entityAt(i);
+    out += " " + (e ? std::to_string(e->de_number) : std::string("-"));
+  }
+  List copy(*list);  // shares the packed words, and makes selects of its own
+  const std::string written = read.written(0);
+  out += list->isPacked() ? " written packed;" : " unpacked by the write;";
+  for (unsigned i = 0; i < list->size(); ++i) {
+    auto* select = (*list)[i];
+    LumoAttribute* choice = select ? select->getAttribute(nullptr) : nullptr;
+    out += " " + std::string(!select ? "-" : choice ? choice->name : "none");
+    if (select && !select->entity()) out += "(null)";
+    if (select &&
+        ((*list)[i] != select || copy[i] == select || copy[i]->getAttribute(nullptr) != choice ||
+         select->design_section() != list->design_section()))
+      out += "!";
+  }
+  if (read.written(0) != written) out += " written otherwise";
+  return out;
+}
+
+TEST(ParameterSection, SelectsOfEntitiesHeldPacked) {
+  IgesText text = head();
+  text.DE(110, 0, 1).DE(132, 0, 2).DE(406, 15, 3).DE(102, 0, 4).DE(402, 13, 5);
+  text.P(1, "110,0.,0.,0.,1.,0.,0.;").P(3, "132;").P(5, "406,1,4HNAME;");
+  text.P(7, "102,4,1,3,5,99,0,2,5,1;").P(9, "402,1,2,0,1,5;").T();
+  FileRead read(text.str());
+  ASSERT_EQ(read.result, read.file);
+  auto* curve = read.entity<igs_composite_curve_entity>(3);
+  auto* dimensioned = read.entity<igs_dimensioned_geometry_entity>(4);
+  ASSERT_TRUE(curve && dimensioned);
+  EXPECT_EQ(packed_then_made(read, curve->de()),
+            "packed: 1 3 - - written packed; _geometric_entity _connect_point_entity - -");
+  EXPECT_EQ(packed_then_made(read, curve->properties()),
+            "packed: 5 - written packed; _property_entity none(null)");
+  EXPECT_EQ(packed_then_made(read, dimensioned->geom()),
+            "packed: 1 - written packed; _geometric_entity "
+            "_constructive_solid_geometry_entity(null)");
+}
