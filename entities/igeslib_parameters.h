@@ -217,7 +217,7 @@ int igeslib_count_entities(L* list) {
 }
 
 // A new array of the next n reals of the record, n checked by a count.
-inline ArrayOfDouble* igeslib_read_real_array(IgeslibIO* io, int n) {
+LUMO_HOT inline ArrayOfDouble* igeslib_read_real_array(IgeslibIO* io, int n) {
   auto* values = new (LUMO.design()) ArrayOfDouble(igeslib_reserve(n));
   for (unsigned done = 0, all = n > 0 ? static_cast<unsigned>(n) : 0; done < all;) {
     unsigned room = values->capacity();
@@ -258,7 +258,7 @@ inline ArrayOfDouble* igeslib_shared_reals(const double* values, unsigned n) {
 constexpr int kIgeslibLongestShared = 1024;
 
 // The next n reals of the record as an array shared as igeslib_shared_reals says.
-inline ArrayOfDouble* igeslib_read_shared_real_array(IgeslibIO* io, int n) {
+LUMO_HOT inline ArrayOfDouble* igeslib_read_shared_real_array(IgeslibIO* io, int n) {
   if (!LUMO.design() || n < 0 || n > kIgeslibLongestShared) return igeslib_read_real_array(io, n);
   double reals[kIgeslibLongestShared];
   io->read_reals(reals, n);

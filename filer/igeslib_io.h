@@ -44,7 +44,7 @@ struct IgeslibLimits {
   unsigned long items_past_end_per_entity = 100000;
   unsigned long items_past_end_per_read = 10000000;
 };
-IgeslibLimits& igeslib_limits();
+LUMO_HOT IgeslibLimits& igeslib_limits();
 
 // Files whose last record is damaged: some writers leave the Terminate record's sequence field
 // blank, or end the file without the last record's line end, after every entity has been
@@ -68,7 +68,7 @@ struct IgeslibReadSettings {
   // a report (see IgeslibReadNote); a checker names them. Null: nothing is noted.
   std::vector<IgeslibReadNote>* notes = nullptr;
 };
-IgeslibReadSettings& igeslib_read_settings();
+LUMO_HOT IgeslibReadSettings& igeslib_read_settings();
 // What was wrong with the damaged last record that the latest read accepted (the first fault
 // if there were several); null when it accepted none.
 const char* igeslib_damaged_end();
@@ -107,11 +107,11 @@ struct IgeslibReadNote {
 };
 
 // The floating-point rounding mode of the calling thread is to nearest.
-bool igeslib_rounds_to_nearest();
+LUMO_HOT bool igeslib_rounds_to_nearest();
 
 struct IgeslibIO {
-  IgeslibIO();
-  ~IgeslibIO();
+  LUMO_HOT IgeslibIO();
+  LUMO_HOT ~IgeslibIO();
   IgeslibIO(const IgeslibIO&) = delete;
   IgeslibIO& operator=(const IgeslibIO&) = delete;
 

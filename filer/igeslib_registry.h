@@ -25,10 +25,10 @@ struct IgeslibEntityTable {
   int other_count = 0;  // entities written whose entity type is negative
 
   // The rows every run starts from, with room for 30 more.
-  IgeslibEntityTable();
+  LUMO_HOT IgeslibEntityTable();
   IgeslibEntityTable(const IgeslibEntityTable&) = delete;
   IgeslibEntityTable& operator=(const IgeslibEntityTable&) = delete;
-  ~IgeslibEntityTable();
+  LUMO_HOT ~IgeslibEntityTable();
 
   // The row of exactly (entity, form), or null.
   LUMO_HOT IgeslibEntityData* find_entity_data(int entity, int form) const;

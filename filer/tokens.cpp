@@ -224,7 +224,7 @@ void IgeslibIO::next_data() {
 
 // After a number: blanks, then a delimiter. The record delimiter is left in place, the
 // parameter delimiter consumed. Anything else poisons the entity.
-static void number_delimiter(IgeslibIO& io, const char* missing) {
+LUMO_HOT static void number_delimiter(IgeslibIO& io, const char* missing) {
   while (io.column <= io.end_column) {
     char c = io.line[io.column];
     if (c == ' ') {

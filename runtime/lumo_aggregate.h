@@ -237,8 +237,8 @@ class LumoTypedAggregate : public std::conditional_t<K == LumoAggKind::array, Lu
   explicit LumoTypedAggregate(unsigned capacity = 0) : Base(LumoElementTraits<T>::kind, capacity) {
     this->setUnique(K == LumoAggKind::set);
   }
-  void* _address() override { return this; }
-  LumoTypePtr& classType() override { return Self; }
+  LUMO_HOT void* _address() override { return this; }
+  LUMO_HOT LumoTypePtr& classType() override { return Self; }
   LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
 
   // Appends (for a set: unless present); chains. Not for arrays.
@@ -387,8 +387,8 @@ class LumoObjectAggregate
     X* element = X::from_packed(this->elementSection(), values);
     if (element) this->insertAt(this->size_, &element);
   }
-  void* _address() override { return this; }
-  LumoTypePtr& classType() override { return Self; }
+  LUMO_HOT void* _address() override { return this; }
+  LUMO_HOT LumoTypePtr& classType() override { return Self; }
   LumoTypePtr& slotType(LumoAttribute*, unsigned) override { return Elem; }
 
   // An array has fixed places: it is stored into with put, never appended to.

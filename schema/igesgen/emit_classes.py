@@ -171,14 +171,20 @@ def declare_allocation(w, name):
     w("  LUMO_HOT LumoTypePtr& classType() override;")
 
 
-def declare_accessors(model, w, a, getter=True):
+def declare_accessors(model, w, a, getter=True, hot=False):
     t = cxx_type(model, a.type)
     setter_type = "const char*" if a.type == "string" else t
+    hot = "LUMO_HOT " if hot else ""
     if getter:
-        w("  %s %s();", t, a.spelling)
-    w("  void %s(%s value);", a.spelling, setter_type)
+        w("  %s%s %s();", hot, t, a.spelling)
+    w("  %svoid %s(%s value);", hot, a.spelling, setter_type)
     if type_kind(model, a.type, False) == "enum":
-        w("  char %s(int code);", coded_name(a.spelling))
+        w("  %schar %s(int code);", hot, coded_name(a.spelling))
+
+
+# The classes whose fields every directory record reads: their accessors are hot read code, as
+# are the overrides of those accessors and the accessors of selects.
+DIRECTORY_CLASSES = ("igs_directory_entry", "igs_geometric_entity")
 
 
 def packable(model, e):
@@ -285,10 +291,10 @@ def declare_class(model, w, e):
     for op, _ in overridden(model, e):
         w("  LUMO_HOT %s %s() override;", STATUS_TYPES.get(op, "int"), op)
         if op in held and op not in own:
-            declare_accessors(model, w, held[op], getter=False)
+            declare_accessors(model, w, held[op], getter=False, hot=True)
     for a in e.attributes:
         declare_accessors(model, w, a, getter=a.name not in VIRTUAL_GETTERS
-                          or e.kind != "entity")
+                          or e.kind != "entity", hot=e.name in DIRECTORY_CLASSES)
     for name, form, argument, _ in e.derived:
         t = cxx_type(model, held[argument].type) if form == "alias" else "int"
         w("  %s %s();", t, name)
@@ -414,8 +420,8 @@ HAND_MEMBERS = {
         "  // Start or Global section fails with strict set. The stream is left open. Faults",
         "  // are reported on the runtime's error channel (standard error unless redirected)",
         "  // and cost no more than the entity they stand in; see also igeslib_limits().",
-        "  igs_iges_file* read(FILE* stream, char strict);",
-        "  igs_iges_file* read(const char* path, char strict);",
+        "  LUMO_HOT igs_iges_file* read(FILE* stream, char strict);",
+        "  LUMO_HOT igs_iges_file* read(const char* path, char strict);",
         "  // Writes every entity of the current design in the order they were made, numbered",
         "  // 1, 3, 5, ...; zero_as_default leaves zeros out. Null when the path can't be opened.",
         "  igs_iges_file* write(FILE* stream, char zero_as_default);",
@@ -467,14 +473,14 @@ def declare_select(model, w, e):
     declare_allocation(w, e.name)
     for choice, type_ in e.choices:
         t = cxx_type(model, type_)
-        w("  char is%s();", choice)
-        w("  %s %s();", t, choice)
-        w("  void %s(%s value);", choice, "const char*" if type_ == "string" else t)
+        w("  LUMO_HOT char is%s();", choice)
+        w("  LUMO_HOT %s %s();", t, choice)
+        w("  LUMO_HOT void %s(%s value);", choice, "const char*" if type_ == "string" else t)
         if type_kind(model, type_, False) == "enum":
-            w("  char %s(int code);", choice)
+            w("  LUMO_HOT char %s(int code);", choice)
     if entity_choices(model, e):
         w("  // The entity of the choice now set; null for none, or for a choice of a value.")
-        w("  igs_directory_entry* entity();")
+        w("  LUMO_HOT igs_directory_entry* entity();")
         w("  // Sets the first choice whose class entity is of; false, with nothing set, for")
         w("  // an entity of none of them or for null.")
         w("  LUMO_HOT char choose_entity(igs_directory_entry* entity);")
