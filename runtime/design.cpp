@@ -115,7 +115,10 @@ constexpr std::size_t kMappedScratch = 16 * 1024;
 
 void* lumo_scratch_allocate(std::size_t bytes) {
   if (bytes < kMappedScratch) return std::calloc(bytes ? bytes : 1, 1);
-  void* p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  // Every page of it is written (a table's slots are spread over all of them, a buffer is
+  // filled whole): they are mapped in at once rather than faulted in one by one.
+  void* p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE,
+                 -1, 0);
   return p == MAP_FAILED ? nullptr : p;
 }
 
