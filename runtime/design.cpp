@@ -303,15 +303,17 @@ LumoDesign::LumoDesign(const char* name) : name_(name ? name : "") {
 
 // Releases every object of the design at once, with no destructor run: the
 // objects own nothing outside the design's sections. A compiled class that
-// had its domain here forgets it.
+// had its domain here forgets it, and an object its identifier.
 LumoDesign::~LumoDesign() {
   if (!shutting_down()) {
     for (LumoDesignSection* s : sections_)
-      for (LumoObject* o : s->objects())
+      for (LumoObject* o : s->objects()) {
+        if (o->flags_ & kHasOid) forget_oid(o);
         if (&o->classType() == &lumotype_LumoDomain) {
           auto* d = static_cast<LumoDomain*>(o);
           if (d->type() && d->type()->domain == d) d->type()->domain = nullptr;
         }
+      }
     LUMO.forget(this);
   }
   for (LumoDesignSection* s : sections_) delete s;

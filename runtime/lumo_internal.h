@@ -5,6 +5,9 @@
 
 namespace lumo_detail {
 
+// Drops the object identifier of an object whose storage goes without its destructor.
+void forget_oid(const LumoObject* object);
+
 // What the next object constructed in fresh storage is to learn.
 struct PendingAllocation {
   char* start;

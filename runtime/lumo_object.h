@@ -25,14 +25,13 @@ class LumoObject {
   virtual unsigned recordCount();
   virtual void display(unsigned indent = 0, char deep = 0);
   virtual char isEqual(LumoObject* other, unsigned depth = 0, char deep = 0);
-  virtual void _findObjects(LumoDomain* domain, LumoAggregate* out, unsigned depth,
-                            char deep, char seen);
+  virtual void _findObjects(LumoDomain* domain, LumoAggregate* out, unsigned depth, char deep,
+                            char seen);
   virtual void activate();
   virtual LumoDataPtr data();
   virtual LumoDataPtr slotAddress(LumoAttribute* attribute, unsigned i);
   virtual LumoTypePtr& slotType(LumoAttribute* attribute, unsigned i);
-  virtual char getData(LumoAttribute* attribute, unsigned i, LumoDataPtr& value,
-                       LumoTypePtr& type);
+  virtual char getData(LumoAttribute* attribute, unsigned i, LumoDataPtr& value, LumoTypePtr& type);
   virtual char putData(LumoAttribute* attribute, unsigned i, void* value, LumoTypePtr& type);
 
   // The slot of an attribute, to read it: slotAddress, except that a field of a record aside
@@ -83,8 +82,10 @@ class LumoObject {
   char putString(const char* value, const char* attribute, unsigned i);
   char putString(const char* value, LumoAttribute* attribute, unsigned i);
 
-  void oid(unsigned id) { oid_ = id; }
-  unsigned oid() const { return oid_; }
+  // The object identifier, 0 for none. Few objects have one (those of the dictionary's own
+  // designs), so it is kept beside the objects, in a table of the runtime's, not in each.
+  void oid(unsigned id);
+  unsigned oid() const { return flags_ & kHasOid ? stored_oid() : 0; }
 
   // Collects into out every object of this object's scope that out's element
   // type allows: a design's objects in creation order, an aggregate's
@@ -107,20 +108,23 @@ class LumoObject {
     kFarInBlock = 1u << 3,  // further into its block than the block's first part: kept aside
     kListed = 1u << 4,      // an object of its section, not a member held by value in another
     kShared = 1u << 5,      // held by many owners, copied before any change (isShared)
+    kHasOid = 1u << 6,      // has an object identifier, in the runtime's table (oid)
     // A select keeps its current choice here, as the choice's place in its domain's own
     // attributes plus one (0: no choice), which keeps every select two words smaller.
     kChoiceShift = 8,
   };
 
  private:
-  // The runtime's part of every object is 16 bytes: the table pointer, the flags and the
-  // object identifier. The section isn't stored: an object in a section lies in one of its
-  // arena blocks, which start at known multiples and name their section in their first word.
+  // The runtime's part of every object is 12 bytes, the table pointer and the flags, and a
+  // derived class's first four-byte field takes the four after them. The section isn't
+  // stored: an object in a section lies in one of its arena blocks, which start at known
+  // multiples and name their section in their first word. Nor is the object identifier
+  // (oid).
  protected:
   unsigned flags_ = 0;
 
  private:
-  unsigned oid_ = 0;
+  unsigned stored_oid() const;
   friend class LumoGenericStructure;
   friend class LumoDesign;
 };

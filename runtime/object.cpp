@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <unordered_map>
 
 #include "lumo_internal.h"
 
@@ -61,7 +62,35 @@ LumoObject::LumoObject(const LumoObject&) : LumoObject() {}
 
 LumoObject& LumoObject::operator=(const LumoObject&) { return *this; }
 
+namespace {
+
+// The object identifiers, by object: only the dictionary's objects have one.
+std::unordered_map<const LumoObject*, unsigned>& oids() {
+  static auto* table = new std::unordered_map<const LumoObject*, unsigned>();  // lives to the end
+  return *table;
+}
+
+}  // namespace
+
+void LumoObject::oid(unsigned id) {
+  if (id) {
+    oids()[this] = id;
+    flags_ |= kHasOid;
+  } else if (flags_ & kHasOid) {
+    oids().erase(this);
+    flags_ &= ~kHasOid;
+  }
+}
+
+void lumo_detail::forget_oid(const LumoObject* object) { oids().erase(object); }
+
+unsigned LumoObject::stored_oid() const {
+  auto it = oids().find(this);
+  return it == oids().end() ? 0 : it->second;
+}
+
 LumoObject::~LumoObject() {
+  if (flags_ & kHasOid) oids().erase(this);
   LumoDesignSection* section = design_section();
   if (flags_ & kFarInBlock) remember_far(this, nullptr);
   if (!section || shutting_down() || !(flags_ & kListed)) return;
@@ -133,7 +162,9 @@ LumoAttribute* LumoObject::attributeAtSlot(void* slot) {
   return nullptr;
 }
 
-LumoAttribute* LumoObject::getAttribute(void* slot) { return slot ? attributeAtSlot(slot) : nullptr; }
+LumoAttribute* LumoObject::getAttribute(void* slot) {
+  return slot ? attributeAtSlot(slot) : nullptr;
+}
 
 char LumoObject::size(unsigned, int) { return 0; }
 unsigned LumoObject::size() { return 0; }
@@ -211,8 +242,7 @@ static bool equal_slots(LumoObject* a, LumoObject* b, LumoAttribute* attribute, 
       return (!*x.s || !*y.s) ? *x.s == *y.s : std::strcmp(*x.s, *y.s) == 0;
     case LumoKind::object:
       if (*x.p == *y.p) return true;
-      if (!deep || depth == 0 || !*x.p || !*y.p || lumo_is_delayed(*x.p) ||
-          lumo_is_delayed(*y.p))
+      if (!deep || depth == 0 || !*x.p || !*y.p || lumo_is_delayed(*x.p) || lumo_is_delayed(*y.p))
         return false;
       return from_slot(*x.p, attribute->slotDomain())
           ->isEqual(from_slot(*y.p, attribute->slotDomain()), depth - 1, deep);
@@ -332,8 +362,7 @@ LumoTypePtr& LumoObject::slotType(LumoAttribute* attribute, unsigned) {
   return type ? *type->self() : lumotype_LumoObject;
 }
 
-char LumoObject::getData(LumoAttribute* attribute, unsigned i, LumoDataPtr& value,
-                         LumoTypePtr&) {
+char LumoObject::getData(LumoAttribute* attribute, unsigned i, LumoDataPtr& value, LumoTypePtr&) {
   value = slotAddress(attribute, i);
   return value.v != nullptr;
 }
@@ -381,8 +410,9 @@ char LumoObject::putData(LumoAttribute* attribute, unsigned i, void* value, Lumo
     case LumoKind::boolean:
       if (value_kind != LumoKind::boolean && value_kind != LumoKind::integer) return 0;
       lumo_update_prim(this, slot.c,
-                       value_kind == LumoKind::boolean ? *static_cast<char*>(value)
-                                                       : static_cast<char>(*static_cast<int*>(value) != 0));
+                       value_kind == LumoKind::boolean
+                           ? *static_cast<char*>(value)
+                           : static_cast<char>(*static_cast<int*>(value) != 0));
       return 1;
   }
   return 0;
@@ -442,7 +472,8 @@ char LumoObject::putString(const char* value, const char* attribute, unsigned i)
 char LumoObject::putString(const char* name, LumoAttribute* attribute, unsigned i) {
   if (!attribute) return 0;
   LumoDomain* values = attribute->slotDomain();
-  if (kind_of(values) != LumoKind::enumeration) return putData(attribute, i, &name, lumotype_LumoSTR);
+  if (kind_of(values) != LumoKind::enumeration)
+    return putData(attribute, i, &name, lumotype_LumoSTR);
   if (!name) return 0;
   ListOfLumoAttribute* enumerators = values->typeImmediateAttributes();
   for (unsigned k = 0, n = enumerators->size(); k < n; ++k) {
@@ -493,7 +524,8 @@ LumoDataPtr LumoGenericStructure::slotAddress(LumoAttribute* attribute, unsigned
   domain_->allAttributes(all);
   for (unsigned k = 0; k < all.size() && k < count_; ++k) {
     auto* a = static_cast<LumoAttribute*>(all[k]);
-    if (a == attribute || (a->name && attribute->name && std::strcmp(a->name, attribute->name) == 0))
+    if (a == attribute ||
+        (a->name && attribute->name && std::strcmp(a->name, attribute->name) == 0))
       return LumoDataPtr(slots_ + 8 * k);
   }
   return LumoDataPtr();

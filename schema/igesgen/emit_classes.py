@@ -387,7 +387,7 @@ def layout_start(model, e):
         model.virtual_edges = virtual_edges(model)
     if len(bases) == 1 and e.name not in HAND_MEMBERS:
         if bases[0] == "LumoStructure":
-            start = 16  # the runtime's part: table pointer, flags, object identifier
+            start = 12  # the runtime's part: table pointer and flags
         elif (e.name, bases[0]) not in model.virtual_edges:
             b = model.entries[bases[0]]
             base_start = layout_start(model, b)

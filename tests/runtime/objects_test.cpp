@@ -131,8 +131,18 @@ TEST(Designs, ADeletedDesignReleasesEverythingAndIsForgotten) {
   auto* all = new (d) ListOfLumoObject(0);
   d->findObjects(all, 0, 1);
   EXPECT_EQ(all->size(), 40000u);
-  // The runtime's part of an object: table pointer, flags and identifier.
-  EXPECT_EQ(sizeof(LumoObject), 16u);
+  // The runtime's part of an object: table pointer and flags, twelve bytes; a class's first
+  // four-byte field takes the next four. The identifier is kept beside the object.
+  auto* line = new (d) igs_line_entity();
+  EXPECT_EQ(reinterpret_cast<char*>(&line->de_number) - reinterpret_cast<char*>(line), 12);
+  line->oid(77);
+  auto* copy = new (d) igs_line_entity(*line);
+  EXPECT_EQ(line->oid(), 77u);
+  EXPECT_EQ(made[1]->oid(), 0u);
+  EXPECT_EQ(copy->oid(), 0u);
+  line->oid(0);
+  EXPECT_EQ(line->oid(), 0u);
+  made[1]->oid(78);  // forgotten with the design
   // An aggregate adds its element storage, size and capacity; kind and set flag ride in flags.
   EXPECT_EQ(sizeof(LumoAggregate), 32u);
   EXPECT_GT(d->defaultSection()->bytesReserved(), 20000u * sizeof(igs_flow_entity));
