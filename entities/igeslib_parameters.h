@@ -86,6 +86,14 @@ inline igs_geometry_entities* igeslib_read_select<igs_geometry_entities>(
   return select;
 }
 
+// The choice, from 1, that a select of S read from a pointer takes, holding nothing, when the
+// entity named is of none of its choices' classes; 0 when no select is made then. A
+// dimensioned geometry's geometry takes its second, the constructive solid's, as above.
+template <class S>
+inline constexpr unsigned igeslib_unfit_choice = 0;
+template <>
+inline constexpr unsigned igeslib_unfit_choice<igs_geometry_entities> = 2;
+
 // The same onto a packed list of such selects (LumoObjectAggregate::packable_entities): the
 // entity alone while the list is packed, a null element where the reader makes no select.
 template <class S, class L>
@@ -96,24 +104,12 @@ void igeslib_read_select_onto(IgeslibIO* io, L* list, bool guarded,
   igs_directory_entry* named = igeslib_file_entity(n);
   const bool fits = S::takes_entity(named);
   igeslib_note_pointer(io, n, fits ? named : nullptr, field);
-  list->addChosen(fits ? named : nullptr);
-}
-
-// As the select above: an entity of neither class leaves the solid's choice, holding none.
-template <>
-inline void igeslib_read_select_onto<igs_geometry_entities>(IgeslibIO* io,
-                                                            ListOfigs_geometry_entities* list,
-                                                            bool guarded,
-                                                            const IgeslibField& field) {
-  int n = io->read_int();
-  if (guarded && n == 0) return list->addChosen(static_cast<igs_directory_entry*>(nullptr));
-  igs_directory_entry* named = igeslib_file_entity(n);
-  const bool fits = igs_geometry_entities::takes_entity(named);
-  igeslib_note_pointer(io, n, fits ? named : nullptr, field);
   if (fits)
     list->addChosen(named);
+  else if constexpr (igeslib_unfit_choice<S> != 0)
+    list->addUnchosen(igeslib_unfit_choice<S>);
   else
-    list->addUnchosen(2);  // _constructive_solid_geometry_entity, the second choice
+    list->addChosen(static_cast<igs_directory_entry*>(nullptr));
 }
 
 // The definition choice of a select of a value or a definition, made whatever the entity

@@ -46,6 +46,14 @@ long long stream_size(FILE* stream) {
   return size;
 }
 
+// A full buffer of bytes for a stream just opened, or none when memory is short (the stream
+// keeps its own). The stream must be closed before the buffer goes.
+std::unique_ptr<char[]> give_buffer(FILE* stream, std::size_t bytes) {
+  std::unique_ptr<char[]> buffer(new (std::nothrow) char[bytes]);
+  if (buffer) std::setvbuf(stream, buffer.get(), _IOFBF, bytes);
+  return buffer;
+}
+
 // A full buffer of bytes for a stream just opened, in scratch storage that goes back to the
 // system with it; none when memory is short (the stream keeps its own). The stream must be
 // closed before the buffer goes.
@@ -166,8 +174,7 @@ igs_iges_file* igs_iges_file::write(const char* path, char zero_as_default) {
   // of a million calls for a 1 GB model.
   // The heap's, unlike a read's: a write adds nothing to the model, and a writer of many small
   // files reuses the same megabyte rather than having fresh pages mapped for every file.
-  std::unique_ptr<char[]> buffer(new (std::nothrow) char[1 << 20]);
-  if (buffer) std::setvbuf(stream, buffer.get(), _IOFBF, 1 << 20);
+  auto buffer = give_buffer(stream, 1 << 20);
   igs_iges_file* result = write(stream, zero_as_default);
   std::fclose(stream);
   return result;

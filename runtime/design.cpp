@@ -372,7 +372,7 @@ LumoObject* LumoDesign::sharedObject(const void* kind, long long key) const {
 }
 
 void LumoDesign::forgetShared() {
-  if (shared_) lumo_scratch_release(shared_, (shared_mask_ + 1) * sizeof(SharedSlot));
+  lumo_scratch_release(shared_, (shared_mask_ + 1) * sizeof(SharedSlot));
   shared_ = nullptr;
   shared_mask_ = 0;
   shared_count_ = 0;
@@ -390,7 +390,7 @@ void LumoDesign::shareObject(const void* kind, long long key, LumoObject* object
         while (grown[j].object) j = (j + 1) & (size - 1);
         grown[j] = shared_[i];
       }
-    if (shared_) lumo_scratch_release(shared_, (shared_mask_ + 1) * sizeof(SharedSlot));
+    lumo_scratch_release(shared_, (shared_mask_ + 1) * sizeof(SharedSlot));
     shared_ = grown;
     shared_mask_ = size - 1;
   }

@@ -77,7 +77,7 @@ void LumoObject::oid(unsigned id) {
     oids()[this] = id;
     flags_ |= kHasOid;
   } else if (flags_ & kHasOid) {
-    oids().erase(this);
+    forget_oid(this);
     flags_ &= ~kHasOid;
   }
 }
@@ -90,7 +90,7 @@ unsigned LumoObject::stored_oid() const {
 }
 
 LumoObject::~LumoObject() {
-  if (flags_ & kHasOid) oids().erase(this);
+  if (flags_ & kHasOid) forget_oid(this);
   LumoDesignSection* section = design_section();
   if (flags_ & kFarInBlock) remember_far(this, nullptr);
   if (!section || shutting_down() || !(flags_ & kListed)) return;

@@ -322,6 +322,17 @@ def declare_class(model, w, e):
           ", ".join("values[%d]" % i for i in range(len(chain_attributes))))
         w("  }")
     w("")
+    w("  // Fields, laid out to leave no padding; change them through the accessors above.")
+    for text, _ in ordered_fields(own_fields(model, e), layout_start(model, e)):
+        w("  %s", text)
+    w("};")
+    w("")
+
+
+def own_fields(model, e):
+    """The fields that e's class declares, (declaration, C++ type): its attributes but those
+    kept aside, and in the entity root the pointer to the record aside and the file
+    bookkeeping."""
     fields = [("%s %s_ = %s;" % (ctype, a.name, field_default(model, a)), ctype)
               for ctype, a in [(cxx_type(model, a.type), a) for a in e.attributes
                                if not is_aside(e, a)]]
@@ -331,11 +342,7 @@ def declare_class(model, w, e):
         # line and the line count of its parameter data.
         fields += [("int %s = 0;" % n, "int") for n in ("de_number", "pd_pointer",
                                                          "pd_line_count")]
-    w("  // Fields, laid out to leave no padding; change them through the accessors above.")
-    for text, _ in ordered_fields(fields, layout_start(model, e)):
-        w("  %s", text)
-    w("};")
-    w("")
+    return fields
 
 
 def field_is_wide(ctype):
@@ -392,10 +399,7 @@ def layout_start(model, e):
             b = model.entries[bases[0]]
             base_start = layout_start(model, b)
             if base_start is not None:
-                own = [("", cxx_type(model, a.type)) for a in b.attributes if not is_aside(b, a)]
-                if b.name == "igs_directory_entry":
-                    own += [("", "pointer*")] + [("", "int")] * 3
-                start = layout_end(ordered_fields(own, base_start), base_start)
+                start = layout_end(ordered_fields(own_fields(model, b), base_start), base_start)
     model.layout_starts[e.name] = start
     return start
 
